@@ -1,0 +1,280 @@
+#include "engine/notification_channel.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+#include <utility>
+
+namespace engine {
+namespace {
+
+// Messages moved by one system call.
+constexpr size_t batch = 64;
+// Host and driver move data past each other only while neither end is wedged.
+constexpr std::chrono::milliseconds drain_limit{200};
+
+void CloseDescriptor(int& descriptor) {
+    if (descriptor >= 0) close(descriptor);
+    descriptor = -1;
+}
+
+template <typename Message>
+void FillHeaders(std::array<mmsghdr, batch>& headers, std::array<iovec, batch>& vectors,
+                 std::array<Message, batch>& messages) {
+    for (size_t i = 0; i < batch; ++i) {
+        vectors[i] = {.iov_base = &messages[i], .iov_len = sizeof(Message)};
+        headers[i] = {};
+        headers[i].msg_hdr.msg_iov = &vectors[i];
+        headers[i].msg_hdr.msg_iovlen = 1;
+    }
+}
+
+}  // namespace
+
+bool NotificationChannel::Listen(const std::string& path) {
+    if (Listening()) return true;
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    if (path.size() >= sizeof(address.sun_path)) return false;
+    std::memcpy(address.sun_path, path.c_str(), path.size());
+    unlink(path.c_str());
+    listener_ = socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    wake_ = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    if (listener_ < 0 || wake_ < 0 ||
+        bind(listener_, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0 ||
+        listen(listener_, 4) != 0) {
+        CloseDescriptor(listener_);
+        CloseDescriptor(wake_);
+        return false;
+    }
+    path_ = path;
+    stop_ = false;
+    wake_sent_ = false;
+    thread_ = std::thread([this] { Run(); });
+    return true;
+}
+
+void NotificationChannel::Close() {
+    if (!Listening()) return;
+    Die();
+    thread_.join();
+    thread_ = {};
+    CloseDescriptor(wake_);
+    const std::lock_guard hold(lock_);
+    kept_ = {};
+}
+
+void NotificationChannel::Die() {
+    const std::lock_guard hold(lock_);
+    stop_ = true;
+    Wake();
+}
+
+// Called with the lock held. One wake-up is enough until the thread has looked.
+void NotificationChannel::Wake() {
+    if (wake_sent_ || wake_ < 0) return;
+    wake_sent_ = true;
+    const uint64_t one = 1;
+    // The counter of an eventfd cannot be full here, so the only outcome is success.
+    if (write(wake_, &one, sizeof(one)) < 0) wake_sent_ = false;
+}
+
+void NotificationChannel::Run() {
+    for (;;) {
+        {
+            std::unique_lock hold(lock_);
+            if (stop_) {
+                CloseDescriptor(listener_);
+                ForgetPeer();
+                unlink(path_.c_str());
+                return;
+            }
+        }
+        const bool blocked = !Send();
+        std::array<pollfd, 3> waits = {{{.fd = wake_, .events = POLLIN, .revents = 0},
+                                        {.fd = listener_, .events = POLLIN, .revents = 0},
+                                        {.fd = Peer(), .events = POLLIN, .revents = 0}}};
+        if (blocked) waits[2].events |= POLLOUT;
+        poll(waits.data(), waits.size(), -1);
+        const std::lock_guard hold(lock_);
+        if (waits[0].revents != 0) {
+            uint64_t count = 0;
+            if (read(wake_, &count, sizeof(count)) > 0) wake_sent_ = false;
+        }
+        Accept();
+        if (!Receive()) ForgetPeer();
+        for (; owed_flushes_ > 0; --owed_flushes_) FlushFront();
+    }
+}
+
+int NotificationChannel::Peer() {
+    const std::lock_guard hold(lock_);
+    return peer_;
+}
+
+// Called with the lock held. A new connection takes the place of the one before.
+void NotificationChannel::Accept() {
+    const int descriptor = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
+    if (descriptor < 0) return;
+    ForgetPeer();
+    peer_ = descriptor;
+}
+
+bool NotificationChannel::Receive() {
+    std::array<dv_file_request, batch> messages;
+    std::array<mmsghdr, batch> headers;
+    std::array<iovec, batch> vectors;
+    while (peer_ >= 0) {
+        FillHeaders(headers, vectors, messages);
+        const int count = recvmmsg(peer_, headers.data(), batch, MSG_DONTWAIT, nullptr);
+        if (count < 0) return errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR;
+        for (size_t i = 0; i < static_cast<size_t>(count); ++i) {
+            // An empty message on such a socket is its end.
+            if (headers[i].msg_len == 0) return false;
+            if (headers[i].msg_len == sizeof(dv_file_request)) TakeRequest(messages[i]);
+        }
+        if (static_cast<size_t>(count) < batch) return true;
+    }
+    return true;
+}
+
+void NotificationChannel::TakeRequest(const dv_file_request& message) {
+    if (message.operation == DV_FILE_CANCEL_ALL) return CancelAll();
+    if (message.operation != DV_FILE_SUBMIT) return;
+    if (message.code != DV_EVENT_NOTIFICATION_REQUEST) {
+        outgoing_.Push({.id = message.id, .result = 1, .bytes = 0, .out = {}});
+        return;
+    }
+    if (pending_.Empty()) one_mask_ = true;
+    if (!pending_.Empty() && pending_.Front().mask != message.in.mask) one_mask_ = false;
+    pending_.Push({.id = message.id, .mask = message.in.mask});
+    wanted_ = one_mask_ ? message.in.mask : wanted_ | message.in.mask;
+    if (kept_.flags != 0) CompleteKept();
+}
+
+void NotificationChannel::Complete(size_t index, const dv_notification_report& report) {
+    outgoing_.Push({.id = pending_.At(index).id,
+                    .result = 0,
+                    .bytes = sizeof(dv_notification_report),
+                    .out = report});
+    pending_.Erase(index);
+}
+
+bool NotificationChannel::CompleteMatching(const dv_notification_report& report) {
+    const size_t searched = one_mask_ ? std::min<size_t>(pending_.Size(), 1) : pending_.Size();
+    for (size_t i = 0; i < searched; ++i) {
+        if ((pending_.At(i).mask & report.flags) == 0) continue;
+        Complete(i, report);
+        return true;
+    }
+    return false;
+}
+
+void NotificationChannel::CompleteKept() {
+    if (CompleteMatching(kept_)) kept_ = {};
+}
+
+// The begin of the next frame must not hide the end of the one before.
+dv_notification_report NotificationChannel::Merged(const dv_notification_report& report) const {
+    dv_notification_report merged = kept_;
+    if ((report.flags & NOTIFICATION_EOF) != 0) {
+        merged = report;
+    } else if ((report.flags & NOTIFICATION_BOF) != 0) {
+        merged.frame_number_bof = report.frame_number_bof;
+        merged.time_stamp_bof = report.time_stamp_bof;
+    }
+    merged.flags = kept_.flags | report.flags;
+    return merged;
+}
+
+void NotificationChannel::Report(const dv_notification_report& report) {
+    const std::lock_guard hold(lock_);
+    const dv_notification_report merged = Merged(report);
+    if (CompleteMatching(merged)) {
+        kept_ = {};
+        return Wake();
+    }
+    // With requests pending, nobody asked for this.
+    if (pending_.Empty()) kept_ = merged;
+}
+
+void NotificationChannel::FlushOne() {
+    const std::lock_guard hold(lock_);
+    // What was submitted before this call lies in the socket at least.
+    if (peer_ < 0) Accept();
+    if (Receive())
+        FlushFront();
+    else
+        ++owed_flushes_;  // only the thread may change from a dead connection to the next
+    if (owed_flushes_ > 0 || !outgoing_.Empty()) Wake();
+}
+
+void NotificationChannel::FlushFront() {
+    if (pending_.Empty()) return;
+    dv_notification_report report{};
+    report.flags = NOTIFICATION_FLUSH;
+    Complete(0, report);
+}
+
+void NotificationChannel::CancelAll() {
+    dv_notification_report report{};
+    report.status = NOTIFICATION_STATUS_CANCELLED;
+    while (!pending_.Empty()) Complete(0, report);
+}
+
+void NotificationChannel::DropFrames() {
+    std::unique_lock hold(lock_);
+    kept_.flags &= ~uint32_t{NOTIFICATION_BOF_EOF};
+    sent_.wait_for(hold, drain_limit,
+                   [this] { return (outgoing_.Empty() && sending_ == 0) || peer_ < 0; });
+}
+
+// False when the socket takes no more for now.
+bool NotificationChannel::Send() {
+    std::array<dv_file_completion, batch> messages;
+    std::array<mmsghdr, batch> headers;
+    std::array<iovec, batch> vectors;
+    for (;;) {
+        int peer = -1;
+        {
+            const std::lock_guard hold(lock_);
+            if (peer_ < 0) outgoing_.Clear();
+            peer = peer_;
+            sending_ = std::min(outgoing_.Size(), batch);
+            for (size_t i = 0; i < sending_; ++i) messages[i] = outgoing_.At(i);
+            if (sending_ == 0) {
+                sent_.notify_all();
+                return true;
+            }
+        }
+        FillHeaders(headers, vectors, messages);
+        const int count = sendmmsg(peer, headers.data(), static_cast<unsigned>(sending_),
+                                   MSG_DONTWAIT | MSG_NOSIGNAL);
+        const bool full = count < 0 && (errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR);
+        const std::lock_guard hold(lock_);
+        sending_ = 0;
+        if (full) return false;
+        if (count < 0) {
+            ForgetPeer();
+            continue;
+        }
+        for (int i = 0; i < count; ++i) outgoing_.Pop();
+    }
+}
+
+void NotificationChannel::ForgetPeer() {
+    CloseDescriptor(peer_);
+    pending_.Clear();
+    outgoing_.Clear();
+    wanted_ = 0;
+    sent_.notify_all();
+}
+
+}  // namespace engine

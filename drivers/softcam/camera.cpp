@@ -1,0 +1,180 @@
+#include "softcam/camera.h"
+
+#include "orvex/orvex_ddi.h"
+#include "orvex/orvex_protocol.h"
+
+#include "softcam/ccl_interpreter.h"
+#include "softcam/full_program.h"
+
+namespace softcam {
+namespace {
+
+using engine::Outcome;
+
+// Tagged texts of a bridge node: 4 to 6 are the parts of its version, 7 its name.
+std::vector<uint8_t> VersionInfo(std::string_view part, const Model& model) {
+    std::vector<uint8_t> block;
+    engine::ByteWriter out(block);
+    const auto add = [&out](uint8_t tag, std::string_view text) {
+        out.U8(tag);
+        out.Text(text, text.size() + 1);
+    };
+    add(4, std::to_string(model.firmware_major));
+    add(5, std::to_string(model.firmware_minor));
+    add(6, "0");
+    add(7, part);
+    out.U8(0);
+    return block;
+}
+
+}  // namespace
+
+Camera::Camera(CameraOptions options, std::unique_ptr<Scene> scene)
+    : options_(std::move(options)),
+      scene_(std::move(scene)),
+      firmware_(options_, live_, faults_, *this),
+      noise_(options_.seed) {
+    for (const FaultPlan& plan : options_.faults) faults_.Plan(plan);
+    Describe();
+}
+
+Camera::~Camera() {
+    pump_.Stop();
+}
+
+void Camera::Describe() {
+    const Model& model = *options_.model;
+    about_.name = options_.name;
+    about_.driver_type = options_.driver_type;
+    about_.kernel_driver = options_.kernel_driver;
+    about_.driver_version = 0x0102;
+    // Over PCI the driver wants the buffer's table fixed, and counts frame interrupts.
+    about_.driver_capabilities = options_.driver_type == DRIVER_TYPE_PCI ? 1 : 0;
+    about_.reply_status = model.reply_status;
+    about_.info = "Software camera driver, " + options_.name;
+    constexpr uint8_t boot_idle = 3;
+    uint8_t flags = BRIDGE_CAPS_BOOT_STATUS;
+    if (model.reply_status) flags |= BRIDGE_CAPS_REPLY_STATUS;
+    // A camera of the first generation has no bridge that could tell anything.
+    if (model.firmware_major >= 6)
+        about_.bridge_caps = {ORVEX_BRIDGE_CAPS_SIGNATURE, flags, boot_idle, 0, 0};
+    nodes_.push_back(
+        {.friendly_name = "Software Interface", .version_info = VersionInfo("Bridge", model)});
+    nodes_.push_back({.friendly_name = std::string(model.default_name),
+                      .version_info = VersionInfo(model.texts.chip, model)});
+}
+
+bool Camera::Connect(engine::HostSide& host) {
+    host_ = &host;
+    return true;
+}
+
+void Camera::Disconnect() {
+    pump_.Stop();
+    host_ = nullptr;
+}
+
+void Camera::Reset() {
+    pump_.Stop();
+    full_program_.clear();
+    simplified_program_.reset();
+}
+
+Outcome Camera::HostCommand(uint8_t id, engine::Bytes data, std::vector<uint8_t>& reply) {
+    return firmware_.Run(id, data, reply);
+}
+
+Outcome Camera::PluginCommand(uint8_t id, engine::Bytes data, std::vector<uint8_t>& reply) {
+    if (id == 10)
+        firmware_.plugin_mode = engine::ByteReader(data).U16();
+    else
+        engine::ByteWriter(reply).U16(firmware_.plugin_mode);
+    return Outcome::done;
+}
+
+Outcome Camera::LoadProgram(uint8_t message_class, engine::Bytes program) {
+    const Model& model = *options_.model;
+    const bool full = message_class == CLASS_CCL_SCRIPT;
+    if (full != (model.dialect == Dialect::full)) return Outcome::refused;
+    pump_.Stop();
+    if (full) {
+        full_program_.clear();
+        if (CheckProgram(program) != ProgramEnd::terminated) return Outcome::refused;
+        full_program_.assign(program.begin(), program.end());
+        return Outcome::done;
+    }
+    simplified_program_ = ParseSimplified(program, model);
+    return simplified_program_ ? Outcome::done : Outcome::refused;
+}
+
+bool Camera::Execute() {
+    if (host_ == nullptr || (full_program_.empty() && !simplified_program_)) return false;
+    live_.clearing = false;
+    pump_.Start([this] { Run(); });
+    return true;
+}
+
+void Camera::Run() {
+    live_.running = true;
+    live_.frames_written = 0;
+    RunContext context{
+        .model = *options_.model,
+        .settings = firmware_.settings,
+        .live = live_,
+        .scene = *scene_,
+        .noise = noise_,
+        .faults = faults_,
+        .pump = pump_,
+        .host = *host_,
+        .trigger = options_.trigger,
+        .ideal = options_.ideal,
+        .stamp = options_.stamp,
+        .flux = options_.flux,
+        .time_scale = options_.time_scale,
+        .temperature = firmware_.cooler.Temperature() / 100.0,
+    };
+    if (options_.model->dialect == Dialect::full)
+        RunFullProgram(context, full_program_);
+    else
+        RunSimplifiedProgram(context, *simplified_program_);
+    live_.running = false;
+}
+
+void Camera::Stop(uint16_t options) {
+    pump_.Stop();
+    live_.clearing = (options & HC_CCS_CONT_CLEAR) != 0;
+    if (!options_.model->shutter) return;
+    if ((options & HC_CCS_CLOSE_SHTR) != 0) live_.shutter_open = false;
+    if ((options & HC_CCS_OPEN_SHTR) != 0) live_.shutter_open = true;
+}
+
+int64_t Camera::ExposureNanoseconds() const {
+    return simplified_program_ ? simplified_program_->Nanoseconds(simplified_program_->exposure)
+                               : 0;
+}
+
+int64_t Camera::ReadoutNanoseconds() const {
+    const Model& model = *options_.model;
+    if (simplified_program_) return softcam::ReadoutNanoseconds(model, *simplified_program_);
+    const Geometry& geometry = model.geometry;
+    return int64_t{geometry.columns} * geometry.rows *
+           CurrentSpeed(model, firmware_.settings).pixel_time_ns;
+}
+
+int64_t Camera::ClearingNanoseconds() const {
+    return simplified_program_
+               ? ClearNanoseconds(*options_.model) * simplified_program_->clear_count
+               : 0;
+}
+
+bool Camera::SetScene(const SceneChoice& choice, std::string& message) {
+    const Geometry& geometry = options_.model->geometry;
+    auto scene = MakeScene(choice, geometry.columns, geometry.rows, options_.seed, message);
+    if (!scene) return false;
+    pump_.Stop();
+    scene_ = std::move(scene);
+    options_.scene = choice;
+    return true;
+}
+
+}  // namespace softcam

@@ -1,0 +1,27 @@
+// The cameras of this module: those of the configuration file that the environment names.
+
+#include <cstdlib>
+
+#include "engine/module.h"
+#include "softcam/camera.h"
+
+namespace engine {
+
+bool FindSensors(std::vector<std::unique_ptr<Sensor>>& sensors, std::string& message) {
+    std::vector<softcam::CameraOptions> cameras;
+    const char* path = std::getenv("ORVEX_SOFTCAM");
+    if (path == nullptr || *path == '\0')
+        cameras = softcam::DefaultCameras();
+    else if (!softcam::ReadConfiguration(path, cameras, message))
+        return false;
+    for (softcam::CameraOptions& options : cameras) {
+        const softcam::Geometry& geometry = options.model->geometry;
+        auto scene = softcam::MakeScene(options.scene, geometry.columns, geometry.rows,
+                                        options.seed, message);
+        if (!scene) return false;
+        sensors.push_back(std::make_unique<softcam::Camera>(std::move(options), std::move(scene)));
+    }
+    return true;
+}
+
+}  // namespace engine

@@ -1,0 +1,49 @@
+#include "softcam/run.h"
+
+#include <cmath>
+
+namespace softcam {
+
+double DarkCurrent(const RunContext& context) {
+    // It doubles every 7 degrees.
+    return context.model.physics.dark_current * std::exp2((context.temperature - 20.0) / 7.0);
+}
+
+bool DeliverFrame(RunContext& context, CameraClock& clock, int64_t readout_ns,
+                  std::span<uint8_t> frame) {
+    engine::HostSide& host = context.host;
+    if (context.faults.Strikes(Fault::stuck_transfer)) return context.pump.SleepForever();
+    host.FrameBegins(engine::CurrentTimeStamp());
+    if (!clock.Pass(readout_ns)) return false;
+    if (context.faults.Strikes(Fault::failed_transfer)) {
+        host.FrameFails();
+        return context.pump.SleepForever();
+    }
+    if (context.stamp && frame.size() >= 8) {
+        const uint64_t number = context.live.frames_written.load(std::memory_order_relaxed) + 1;
+        engine::StoreLittle(frame.data(), number, 4);
+        engine::StoreLittle(frame.data() + frame.size() - 4, number, 4);
+    }
+    if (!host.FrameData(frame)) return false;
+    context.live.frames_written.fetch_add(1, std::memory_order_relaxed);
+    if (context.faults.Strikes(Fault::late_completion) &&
+        !context.pump.SleepUntil(FramePump::Clock::now() + std::chrono::milliseconds(50)))
+        return false;
+    host.FrameEnds(engine::CurrentTimeStamp());
+    if (context.faults.Strikes(Fault::unplug)) {
+        host.Unplugged();
+        return false;
+    }
+    if (context.faults.Strikes(Fault::driver_death)) {
+        host.DriverDied();
+        return false;
+    }
+    return true;
+}
+
+bool WaitForTrigger(RunContext& context, CameraClock& clock) {
+    if (context.trigger.manual) return context.pump.SleepForTrigger();
+    return clock.Pass(static_cast<int64_t>(context.trigger.period_ms * 1e6));
+}
+
+}  // namespace softcam

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <cstdint>
+
+#include "engine/sensor.h"
+#include "softcam/faults.h"
+#include "softcam/frame_pump.h"
+#include "softcam/noise.h"
+#include "softcam/scene.h"
+#include "softcam/settings.h"
+
+namespace softcam {
+
+// Signals at the trigger input: one every `period`, active for `width`, or only by hand.
+struct TriggerSource {
+    double period_ms = 10.0;
+    double width_ms = 5.0;
+    bool manual = false;
+};
+
+// What a run of a program works with; all of it outlives the run.
+struct RunContext {
+    const Model& model;
+    Settings settings;
+    LiveState& live;
+    Scene& scene;
+    Noise& noise;
+    Faults& faults;
+    FramePump& pump;
+    engine::HostSide& host;
+    TriggerSource trigger;
+    bool ideal = false;
+    bool stamp = false;  // frame number in the first and last 4 bytes of every frame
+    double flux = 20.0;  // electrons per second and unit of scene brightness
+    double time_scale = 1.0;
+    double temperature = 0;  // degrees Celsius
+};
+
+// Electrons that heat alone frees in one second.
+double DarkCurrent(const RunContext& context);
+
+// Hands a finished frame to the host as it is read out: begin, pixels, end. False when the run is
+// to end, because the host takes no more or something broke.
+bool DeliverFrame(RunContext& context, CameraClock& clock, int64_t readout_ns,
+                  std::span<uint8_t> frame);
+
+// Waits for the trigger input.
+bool WaitForTrigger(RunContext& context, CameraClock& clock);
+
+}  // namespace softcam

@@ -1,0 +1,219 @@
+// A run of a simplified program: exposures, one after the other, each rendered, filtered and
+// wrapped as the settings say.
+
+#include <algorithm>
+#include <cstring>
+
+#include "softcam/centroid_finder.h"
+#include "softcam/exposure_renderer.h"
+#include "softcam/filters.h"
+#include "softcam/metadata_frame.h"
+#include "softcam/simplified_program.h"
+
+namespace softcam {
+namespace {
+
+// A region keeps its alignment in memory; pixels go out least significant byte first.
+engine::Bytes PixelBytes(const Image& image) {
+    return {reinterpret_cast<const uint8_t*>(image.pixels.data()), image.pixels.size() * 2};
+}
+
+class Cmos {
+  public:
+    Cmos(RunContext& context, const SimplifiedProgram& program)
+        : context_(context),
+          program_(program),
+          clock_(context.pump, context.time_scale),
+          digitizer_(context.model, context.settings, context.ideal),
+          filters_(context.model, context.settings),
+          readout_ns_(ReadoutNanoseconds(context.model, program)) {}
+
+    void Run() {
+        context_.host.Exposing();
+        if (ClearsBeforeSequence() && !Clear()) return;
+        for (uint64_t index = 0; program_.Continuous() || index < program_.frame_count; ++index) {
+            if (!RunFrame(index)) return;
+            context_.host.Exposing();
+        }
+        context_.live.last_end = "terminated";
+    }
+
+  private:
+    bool ClearsBeforeSequence() const {
+        return program_.clear_mode == CLEAR_PRE_SEQUENCE ||
+               program_.clear_mode == CLEAR_PRE_POST_SEQUENCE;
+    }
+    bool ClearsBeforeExposure() const {
+        return program_.clear_mode == CLEAR_PRE_EXPOSURE ||
+               program_.clear_mode == CLEAR_PRE_EXPOSURE_POST_SEQ;
+    }
+    bool Clear() { return clock_.Pass(ClearNanoseconds(context_.model) * program_.clear_count); }
+
+    // Modes from 256 on carry the expose-out mode in their low byte.
+    bool WaitsForTrigger(uint64_t index) const {
+        const uint32_t mode = program_.exposure_mode >= 256 ? program_.exposure_mode & ~0xFFu
+                                                            : program_.exposure_mode;
+        switch (mode) {
+            case STROBED_MODE:
+            case BULB_MODE:
+            case EXT_TRIG_EDGE_RISING: return true;
+            case TRIGGER_FIRST_MODE:
+            case EXT_TRIG_TRIG_FIRST: return index == 0;
+            default: return false;
+        }
+    }
+
+    int64_t ExposureOf(uint64_t index) const {
+        const Settings& settings = context_.settings;
+        if (settings.tidal_enabled && !settings.tidal_exposures.empty()) {
+            const size_t entry = index % settings.tidal_exposures.size();
+            return program_.Nanoseconds(settings.tidal_exposures[entry]);
+        }
+        if (program_.exposure_mode == BULB_MODE)
+            return static_cast<int64_t>(context_.trigger.width_ms * 1e6);
+        if (program_.exposure_mode == VARIABLE_TIMED_MODE)
+            return program_.Nanoseconds(settings.exposure_register);
+        return program_.Nanoseconds(program_.exposure);
+    }
+
+    bool RunFrame(uint64_t index) {
+        if (ClearsBeforeExposure() && !Clear()) return false;
+        if (WaitsForTrigger(index) && !WaitForTrigger(context_, clock_)) return false;
+        const int64_t exposure_ns = ExposureOf(index);
+        const double at = clock_.Seconds();
+        if (!clock_.Pass(exposure_ns)) return false;
+        std::vector<uint8_t>& frame = Rendered(index, exposure_ns, at);
+        if (context_.pump.Stopping()) return false;
+        if (context_.settings.metadata) Stamp(frame, index, exposure_ns);
+        return DeliverFrame(context_, clock_, readout_ns_, frame);
+    }
+
+    void Stamp(std::span<uint8_t> frame, uint64_t index, int64_t exposure_ns) {
+        const int64_t now = engine::CurrentTimeStamp();
+        MetadataFrame::Stamp(frame, {.number = static_cast<uint32_t>(index + 1),
+                                     .begin = now,
+                                     .end = now + readout_ns_ / 100,
+                                     .exposure_ns = exposure_ns,
+                                     .bits = CurrentSpeed(context_.model, context_.settings).bits,
+                                     .color = context_.model.color});
+    }
+
+    // At full speed one rendered exposure is delivered over and over, one for each entry of the
+    // exposure list; what moves or depends on the frames before is rendered every time.
+    std::vector<uint8_t>& Rendered(uint64_t index, int64_t exposure_ns, double at) {
+        const Settings& settings = context_.settings;
+        const bool listed = settings.tidal_enabled && !settings.tidal_exposures.empty();
+        const size_t variants = listed ? settings.tidal_exposures.size() : 1;
+        const bool reuse = (context_.time_scale <= 0 || context_.ideal) &&
+                           !context_.scene.Moves() && !filters_.Remembers();
+        const size_t variant = reuse ? index % variants : 0;
+        if (frames_.size() < variants) frames_.resize(variants);
+        if (!reuse || frames_[variant].empty()) Render(frames_[variant], exposure_ns, at);
+        return frames_[variant];
+    }
+
+    void Render(std::vector<uint8_t>& frame, int64_t exposure_ns, double at) {
+        const Image& light = context_.scene.At(at);
+        images_.resize(program_.regions.size());
+        for (size_t i = 0; i < images_.size(); ++i) {
+            RenderRegion(context_, digitizer_, light, program_.regions[i], exposure_ns, images_[i]);
+            filters_.Apply(images_[i]);
+        }
+        if (!context_.settings.metadata) return Pack(frame);
+        if (context_.settings.centroids) return WrapSpots(frame);
+        MetadataFrame wrapped(frame, context_.model.abilities.extended_metadata);
+        wrapped.Begin(static_cast<uint16_t>(images_.size()));
+        for (size_t i = 0; i < images_.size(); ++i)
+            wrapped.AddRegion(program_.regions[i], PixelBytes(images_[i]), nullptr);
+    }
+
+    void Pack(std::vector<uint8_t>& frame) {
+        frame.clear();
+        for (const Image& image : images_) {
+            const engine::Bytes bytes = PixelBytes(image);
+            frame.insert(frame.end(), bytes.begin(), bytes.end());
+        }
+    }
+
+    // A square of the sensor around a spot, moved where it would leave the region.
+    rgn_type SquareAround(const Spot& spot, const Image& image) const {
+        const rgn_type& region = program_.regions[0];
+        const uint32_t radius = context_.settings.centroid_radius;
+        const uint32_t side = 2 * radius + 1;
+        const auto start = [&](uint32_t center, uint32_t size) {
+            const uint32_t wanted = center - std::min(center, radius);
+            return size > side ? std::min(wanted, size - side) : 0;
+        };
+        const uint32_t s1 = region.s1 + start(spot.column, image.columns);
+        const uint32_t p1 = region.p1 + start(spot.row, image.rows);
+        return {.s1 = static_cast<uint16_t>(s1),
+                .s2 = static_cast<uint16_t>(s1 + side - 1),
+                .sbin = 1,
+                .p1 = static_cast<uint16_t>(p1),
+                .p2 = static_cast<uint16_t>(p1 + side - 1),
+                .pbin = 1};
+    }
+
+    void WrapSpots(std::vector<uint8_t>& frame) {
+        const Settings& settings = context_.settings;
+        const Image& image = images_[0];
+        const bool extended = context_.model.abilities.extended_metadata;
+        const size_t block = 32 + (extended ? region_extension_bytes : 0);
+        std::vector<Spot> spots = FindSpots(image, settings.centroid_radius,
+                                            settings.centroid_count, settings.centroid_threshold);
+        MetadataFrame wrapped(frame, extended);
+        const bool locate = settings.centroid_mode == OX_CENTROIDS_MODE_LOCATE;
+        const size_t expected = settings.centroid_count + (locate ? 0u : 1u);
+        const size_t present = spots.size() + (locate ? 0u : 1u);
+        wrapped.Begin(static_cast<uint16_t>(expected));
+        size_t size = 48 + block * expected;
+        if (locate) {
+            const size_t side = 2u * settings.centroid_radius + 1;
+            size += settings.centroid_count * side * side * 2;
+            for (const Spot& spot : spots) AddSquare(wrapped, spot, image);
+        } else {
+            tracker_.Number(spots, settings.centroid_radius);
+            size += image.pixels.size() * 2;
+            wrapped.AddRegion(program_.regions[0], PixelBytes(image), nullptr);
+            for (const Spot& spot : spots) wrapped.AddHeaderOnly(SquareAround(spot, image), spot);
+        }
+        if (present < expected) wrapped.EndList();
+        wrapped.PadTo(size);
+    }
+
+    void AddSquare(MetadataFrame& wrapped, const Spot& spot, const Image& image) {
+        const rgn_type square = SquareAround(spot, image);
+        const uint32_t side = square.s2 - square.s1 + 1u;
+        std::vector<uint8_t> pixels(size_t{side} * side * 2);
+        for (uint32_t y = 0; y < side; ++y) {
+            for (uint32_t x = 0; x < side; ++x) {
+                const uint32_t column = square.s1 - program_.regions[0].s1 + x;
+                const uint32_t row = square.p1 - program_.regions[0].p1 + y;
+                const bool inside = column < image.columns && row < image.rows;
+                engine::StoreLittle(&pixels[(size_t{y} * side + x) * 2],
+                                    inside ? image.At(column, row) : 0, 2);
+            }
+        }
+        wrapped.AddRegion(square, pixels, &spot);
+    }
+
+    RunContext& context_;
+    const SimplifiedProgram& program_;
+    CameraClock clock_;
+    Digitizer digitizer_;
+    FilterChain filters_;
+    SpotTracker tracker_;
+    int64_t readout_ns_;
+    std::vector<Image> images_;
+    std::vector<std::vector<uint8_t>> frames_;
+};
+
+}  // namespace
+
+void RunSimplifiedProgram(RunContext& context, const SimplifiedProgram& program) {
+    context.live.last_end = "stopped";
+    Cmos(context, program).Run();
+    context.host.RunEnds();
+}
+
+}  // namespace softcam

@@ -1,0 +1,112 @@
+#include "acquisition/abort.h"
+
+#include <algorithm>
+#include <array>
+#include <limits>
+
+#include "acquisition/camera_rows.h"
+#include "acquisition/sequence.h"
+#include "acquisition/upcalls.h"
+#include "device/image_transfer.h"
+#include "log/enum_texts.h"
+#include "messages/host_command_message.h"
+#include "messages/texts.h"
+#include "platform/system.h"
+#include "state/call.h"
+
+using bv::arg;
+using bv::Call;
+
+namespace {
+
+// What the camera needs to halt its control system.
+constexpr uns32 halt_wait_ms = 10;
+
+constexpr int64 nanoseconds_per_ms = 1000000;
+constexpr flt64 transfer_margin_ms = 2000;
+constexpr flt64 unknown_exposure_ms = 5000;
+
+struct HaltOption {
+    int16 cam_state;
+    uns16 ccs_optn;
+};
+constexpr std::array<HaltOption, 6> halt_options{{
+    {CCS_HALT, HC_CCS_NONE},
+    {CCS_HALT_CLOSE_SHTR, HC_CCS_CLOSE_SHTR},
+    {CCS_CLEAR, HC_CCS_CONT_CLEAR},
+    {CCS_CLEAR_CLOSE_SHTR, HC_CCS_CONT_CLEAR | HC_CCS_CLOSE_SHTR},
+    {CCS_OPEN_SHTR, HC_CCS_OPEN_SHTR},
+    {CCS_CLEAR_OPEN_SHTR, HC_CCS_CONT_CLEAR | HC_CCS_OPEN_SHTR},
+}};
+
+// Returns the milliseconds that the camera had to come to rest. A failure stays in the error
+// state.
+uns32 HaltControlSystem(int16 hcam, int16 cam_state) {
+    if (dv_driver_is_image_data_active(hcam)) dv_driver_set_image_data_idle(hcam);
+    const auto option =
+        std::find_if(halt_options.begin(), halt_options.end(),
+                     [&](const HaltOption& candidate) { return candidate.cam_state == cam_state; });
+    if (option == halt_options.end()) return 0;
+    bv_stop_ccs(hcam, option->ccs_optn);
+    return halt_wait_ms;
+}
+
+// A camera that does not end the transfer by itself answers zero; the host then does.
+boolean16 StopAcquisition(int16 hcam) {
+    bv::HostCommandMessage message(hcam);
+    message.BeginReply();
+    message.AddWriteRead(STOP_ACQUISITION, uns32{0});
+    message.RequestReply();
+    if (!message.Execute()) return 0;
+    if (message.Reply<uns32>(STOP_ACQUISITION) != 0) return 1;
+    flt64 exposure = unknown_exposure_ms;
+    if (!bv_exp_get_exp_time_msec(hcam, &exposure)) exposure = unknown_exposure_ms;
+    const flt64 limit =
+        std::min<flt64>(exposure + transfer_margin_ms, std::numeric_limits<int32>::max());
+    dv_driver_stop_data_transfer(hcam, static_cast<int32>(limit));
+    return 1;
+}
+
+// Some cameras want to be left alone for a while after an abort.
+void WaitPostAbort(int16 hcam, uns32 waited_ms) {
+    const int64 delay = bv::InfoOf(hcam).post_abort_delay;
+    if (!bv::ReadsOf(hcam).cap_post_abort_delay || delay == 0) return;
+    const int64 left = delay / nanoseconds_per_ms - waited_ms;
+    if (left > 0) {
+        platform::SleepMs(
+            static_cast<uns32>(std::min<int64>(left, std::numeric_limits<uns32>::max())));
+    }
+}
+
+}  // namespace
+
+boolean16 bv_exp_abort(int16 hcam, int16 cam_state) {
+    Call call("bv_exp_abort", arg("hcam", hcam),
+              bv::enumerated("cam_state", cam_state, bv_text_ccs));
+    cam_info_type& info = bv::InfoOf(hcam);
+    // Every setup and every message begins with an abort; most find nothing to end.
+    if (!info.exp_started) return call.ok();
+    if (bv_pop_ismoduleavailable(hcam) && info.buf_mode != CIRC_NONE) {
+        bv_pop_stop_kelmo_processing(hcam);
+    }
+    info.exp_started = 0;
+    uns32 waited_ms = 0;
+    if (!bv::ReadsOf(hcam).cap_stop_acquisition) {
+        waited_ms = HaltControlSystem(hcam, cam_state);
+    } else if (!StopAcquisition(hcam)) {
+        return call.failed();
+    }
+    WaitPostAbort(hcam, waited_ms);
+    return call.result(!bv::ApiGlobal::IsErrorCodeSet());
+}
+
+boolean16 bv_stop_ccs(int16 hcam, uns16 ccs_optn) {
+    Call call("bv_stop_ccs", arg("hcam", hcam),
+              bv::enumerated("ccs_optn", ccs_optn, bv_text_hc_ccs));
+    bv::HostCommandMessage message(hcam);
+    message.AddWrite(STOP_CCS, ccs_optn);
+    message.AddReadLength();
+    if (!message.Execute()) return call.failed();
+    platform::SleepMs(halt_wait_ms);
+    return call.ok();
+}

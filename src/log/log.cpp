@@ -1,0 +1,232 @@
+#include "log/log.h"
+
+#include <algorithm>
+#include <array>
+#include <new>
+#include <system_error>
+
+#include "platform/system.h"
+
+namespace bv {
+
+constinit std::atomic<bool> Log::loaderLockMode{false};
+
+namespace {
+
+constexpr int64_t drain_limit_ns = 1'000'000'000'000;
+constexpr int flush_rounds = 10;
+constexpr uint32_t flush_round_ms = 100;
+constexpr int in_flight_rounds = 1000;
+
+int64_t NanosecondsSince(int64_t counter) {
+    const int64_t steps = platform::PerformanceCounter() - counter;
+    const int64_t frequency = platform::PerformanceFrequency();
+    return steps / frequency * 1'000'000'000 + steps % frequency * 1'000'000'000 / frequency;
+}
+
+bool SameListener(const std::weak_ptr<Log::IListener>& a, const std::weak_ptr<Log::IListener>& b) {
+    return !a.owner_before(b) && !b.owner_before(a);
+}
+
+// Depths of one thread in the logs that it writes to. Trivially destructible, so that it serves
+// until the last moment of a thread.
+struct Depth {
+    uint64_t log;
+    int32_t depth;
+};
+constexpr size_t depths_per_thread = 8;
+thread_local std::array<Depth, depths_per_thread> thread_depths{};
+
+int32_t& DepthIn(uint64_t log) {
+    Depth* reusable = &thread_depths.back();
+    for (Depth& slot : thread_depths) {
+        if (slot.log == log) return slot.depth;
+        if (slot.depth == 0) reusable = &slot;
+    }
+    *reusable = {log, 0};
+    return reusable->depth;
+}
+
+uint64_t NextLogId() {
+    static std::atomic<uint64_t> last{0};
+    return last.fetch_add(1, std::memory_order_relaxed) + 1;
+}
+
+}  // namespace
+
+Log::Log(int32_t level) : level_(level), id_(NextLogId()) {}
+
+Log::~Log() {
+    {
+        std::lock_guard lock(queueMutex_);
+        stopRequested_ = true;
+    }
+    // Also while the library is being unloaded: unlike on systems that end all threads first, the
+    // worker is alive here and waits for this.
+    queueNotEmpty_.notify_all();
+    if (worker_.joinable()) worker_.join();
+}
+
+bool Log::AddListener(const std::weak_ptr<IListener>& listener) {
+    std::lock_guard lock(listenersMutex_);
+    if (listener.expired()) return false;
+    for (const auto& known : listeners_) {
+        if (SameListener(known, listener)) return false;
+    }
+    listeners_.push_back(listener);
+    hasListeners_ = true;
+    return true;
+}
+
+bool Log::RemoveListener(const std::weak_ptr<IListener>& listener) {
+    std::lock_guard lock(listenersMutex_);
+    if (listener.expired()) return false;
+    auto found = std::find_if(listeners_.begin(), listeners_.end(),
+                              [&](const auto& known) { return SameListener(known, listener); });
+    if (found == listeners_.end()) return false;
+    listeners_.erase(found);
+    hasListeners_ = !listeners_.empty();
+    return true;
+}
+
+void Log::StartWorker() {
+    if (loaderLockMode) return;
+    std::lock_guard lock(workerMutex_);
+    if (workerStarted_) return;
+    try {
+        worker_ = std::thread(&Log::WorkerMain, this);
+    } catch (const std::system_error&) {
+        return;  // tried again with the next record
+    }
+    workerStarted_.store(true, std::memory_order_release);
+}
+
+void Log::WorkerMain() {
+    std::unique_lock lock(queueMutex_);
+    for (;;) {
+        queueNotEmpty_.wait(
+            lock, [this] { return stopRequested_ || (!queue_.empty() && !loaderLockMode); });
+        if (stopRequested_) return;
+        std::unique_ptr<Entry> entry = std::move(queue_.front());
+        queue_.pop_front();
+        writing_ = true;
+        lock.unlock();
+        entry->Format();
+        Dispatch(*entry);
+        entry.reset();
+        lock.lock();
+        writing_ = false;
+    }
+}
+
+void Log::Dispatch(const Entry& entry) {
+    std::lock_guard lock(listenersMutex_);
+    for (size_t i = 0; i < listeners_.size();) {
+        if (auto listener = listeners_[i].lock()) {
+            listener->OnLogEntry(entry);
+            ++i;
+        } else {
+            listeners_.erase(listeners_.begin() + static_cast<std::ptrdiff_t>(i));
+        }
+    }
+}
+
+void Log::Write(const char* group, int32_t level, const char* format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    WriteV(group, level, format, arguments);
+    va_end(arguments);
+}
+
+void Log::WriteV(const char* group, int32_t level, const char* format, va_list arguments) {
+    if (!IsLevelEnabled(level)) return;
+    WriteText(group, level, FormatTextV(format, arguments));
+}
+
+void Log::WriteText(const char* group, int32_t level, std::string message) {
+    if (!IsLevelEnabled(level)) return;
+    const auto indent = static_cast<uint16_t>(GetIndent());
+    try {
+        auto entry = std::make_unique<Entry>(group, level, indent, std::move(message));
+        std::lock_guard lock(queueMutex_);
+        queue_.push_back(std::move(entry));
+    } catch (const std::bad_alloc&) {
+        return;  // a trace must not disturb what it traces
+    }
+    if (!loaderLockMode) queueNotEmpty_.notify_one();
+}
+
+uint64_t Log::Flush() {
+    if (!hasListeners_) return 0;
+    if (!workerStarted_) StartWorker();
+    Queue dropped;
+    {
+        std::unique_lock lock(queueMutex_);
+        if (loaderLockMode) {
+            DrainOnThisThread(lock);
+        } else {
+            WaitForWorker(lock);
+        }
+        dropped.swap(queue_);
+    }
+    return dropped.size();
+}
+
+void Log::DrainOnThisThread(std::unique_lock<std::mutex>& lock) {
+    // A record that the worker holds comes before those in the queue.
+    for (int round = 0; writing_ && round < in_flight_rounds; ++round) {
+        lock.unlock();
+        platform::SleepMs(1);
+        lock.lock();
+    }
+    const int64_t start = platform::PerformanceCounter();
+    while (!queue_.empty()) {
+        std::unique_ptr<Entry> entry = std::move(queue_.front());
+        queue_.pop_front();
+        lock.unlock();
+        entry->Format();
+        Dispatch(*entry);
+        lock.lock();
+        if (NanosecondsSince(start) > drain_limit_ns) break;
+    }
+}
+
+void Log::WaitForWorker(std::unique_lock<std::mutex>& lock) {
+    // Records that were written while the library was loading have woken nobody.
+    queueNotEmpty_.notify_one();
+    for (int round = 0; !queue_.empty() && round < flush_rounds; ++round) {
+        lock.unlock();
+        platform::SleepMs(flush_round_ms);
+        lock.lock();
+    }
+}
+
+int32_t Log::GetIndent() const {
+    return DepthIn(id_);
+}
+
+void Log::IncreaseIndent() {
+    ++DepthIn(id_);
+}
+
+bool Log::DecreaseIndent() {
+    int32_t& depth = DepthIn(id_);
+    if (depth == 0) return false;
+    --depth;
+    return true;
+}
+
+LoaderLockGuard::LoaderLockGuard(int32_t phase, uint32_t initial)
+    : phase_(phase), initial_(initial) {
+    if (phase_ == 0) {
+        Log::loaderLockMode = true;
+    } else if (phase_ == 1 && initial_ == 0) {
+        Log::loaderLockMode = false;
+    }
+}
+
+LoaderLockGuard::~LoaderLockGuard() {
+    if (phase_ == 0 || phase_ == 1) Log::loaderLockMode = true;
+}
+
+}  // namespace bv

@@ -1,0 +1,65 @@
+#include "log/setup.h"
+
+#include <cstdlib>
+#include <new>
+
+#include "log/never_destroyed.h"
+#include "platform/system.h"
+
+namespace bv {
+
+namespace {
+
+constinit NeverDestroyed<std::shared_ptr<Log>> process_log;
+
+int32_t ParseLevel(const char* level) {
+    switch (*level) {
+        case 'E':
+        case 'e': return log_error;
+        case 'W':
+        case 'w': return log_warning;
+        case 'I':
+        case 'i': return log_info;
+        default: return log_debug;
+    }
+}
+
+}  // namespace
+
+LogSetup::LogSetup(const char* level) {
+    if (level) log_ = std::make_shared<Log>(ParseLevel(level));
+}
+
+LogSetupFile::LogSetupFile(const char* file, const char* level) : LogSetup(nullptr) {
+    if (!file || !*file) return;
+    log_ = std::make_shared<Log>(ParseLevel(level ? level : "D"));
+    logger_ = std::make_shared<LoggerFile>(log_, file);
+}
+
+std::unique_ptr<LogSetup> CreateProcessLogSetup() {
+    const char* level = std::getenv("ORVEX_CORE_LOG_LEVEL");
+    if (level && !*level) level = nullptr;
+    return std::unique_ptr<LogSetup>(new (std::nothrow)
+                                         LogSetupFile(std::getenv("ORVEX_CORE_LOG_FILE"), level));
+}
+
+ProcessLogOwner::ProcessLogOwner()
+    : setup_(CreateProcessLogSetup()), processId_(platform::ProcessId()) {
+    if (setup_) SetProcessLog(setup_->GetLog());
+}
+
+ProcessLogOwner::~ProcessLogOwner() {
+    SetProcessLog(nullptr);
+    // A forked child has the parent's log but not its worker, which can't be joined there.
+    if (platform::ProcessId() != processId_) static_cast<void>(setup_.release());
+}
+
+void SetProcessLog(std::shared_ptr<Log> log) {
+    process_log.value = std::move(log);
+}
+
+const std::shared_ptr<Log>& ProcessLog() {
+    return process_log.value;
+}
+
+}  // namespace bv

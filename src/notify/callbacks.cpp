@@ -1,0 +1,298 @@
+#include "notify/callbacks.h"
+
+#include <algorithm>
+#include <new>
+
+#include "device/command_io.h"
+#include "device/ddi.h"
+#include "device/device_table.h"
+#include "log/enum_texts.h"
+#include "state/call.h"
+
+using bv::ApiGlobal;
+using bv::arg;
+using bv::Call;
+using bv::enumerated;
+
+namespace {
+
+constexpr uns32 flush_limit_ms = 5000;
+// Most events of a kind that wait for the application.
+constexpr uns32 queued_events_max = 128;
+
+orvex_callbacks* Record(orvex_device* device) {
+    return device ? static_cast<orvex_callbacks*>(device->callbacks) : nullptr;
+}
+
+// Null, and told, when there is no record.
+orvex_callbacks* RequireCreated(Call& call, orvex_device* device) {
+    orvex_callbacks* record = Record(device);
+    if (!record) call.fail(C7_GEN_COM_ERROR, "Callbacks not created");
+    return record;
+}
+
+// Null, and told, when there is no record or delivery is not running.
+orvex_callbacks* RequireStarted(Call& call, orvex_device* device) {
+    orvex_callbacks* record = RequireCreated(call, device);
+    if (record && !record->started) {
+        call.fail(C7_GEN_COM_ERROR, "Callbacks not started");
+        return nullptr;
+    }
+    return record;
+}
+
+void FreeRecord(orvex_device* device) {
+    delete Record(device);
+    device->callbacks = nullptr;
+}
+
+void DestroyCallbackThread(orvex_callbacks& record) {
+    std::shared_ptr<bv::CallbackThread> thread;
+    {
+        const std::lock_guard guard(record.invoke_lock);
+        thread.swap(record.callback_thread);
+    }
+}
+
+boolean16 CopyLatest(orvex_callbacks& record, FRAME_INFO* frame_info) {
+    const std::lock_guard guard(record.frame_info_lock);
+    *frame_info = *record.latest_frame_info;
+    return 1;
+}
+
+uint16_t DeliverLatest(orvex_device* device, uint32_t frame_number, int64_t time_stamp_bof,
+                       int64_t time_stamp_eof) {
+    return orvex_callbacks_set_latest_frame_info(device, frame_number, time_stamp_bof,
+                                                 time_stamp_eof);
+}
+
+uint16_t DeliverEvent(orvex_device* device, uint32_t event) {
+    return orvex_callbacks_invoke(device, event);
+}
+
+}  // namespace
+
+boolean16 orvex_callbacks_create(orvex_device* device) {
+    Call call("orvex_callbacks_create", arg("device", device));
+    if (device->callbacks) return call.fail(C7_GEN_COM_ERROR, "Callbacks already created");
+    auto* record = new (std::nothrow) orvex_callbacks{};
+    if (!record)
+        return call.fail(C2_CANNOT_ALLOCATE_MEMORY, "Cannot allocate orvex_callbacks structure");
+    record->delivery = {DeliverLatest, DeliverEvent};
+    device->callbacks = record;
+    if (dv_device_kernel_mode(device)) {
+        try {
+            record->notifier = std::make_shared<bv::EventNotifier>(device);
+        } catch (const std::bad_alloc&) {
+            FreeRecord(device);
+            return call.fail(C2_CANNOT_ALLOCATE_MEMORY, "Cannot allocate EventNotifier");
+        }
+        device->notifier = record->notifier.get();
+        return call.ok();
+    }
+    record->latest_frame_info = bv::MakeFrameInfo();
+    if (record->latest_frame_info) record->invoke_frame_info = bv::MakeFrameInfo();
+    if (!record->invoke_frame_info) {
+        FreeRecord(device);
+        return call.failed();
+    }
+    return call.ok();
+}
+
+boolean16 orvex_callbacks_destroy(orvex_device* device) {
+    Call call("orvex_callbacks_destroy", arg("device", device));
+    orvex_callbacks* record = RequireCreated(call, device);
+    if (!record) return bv::OZ_FAIL;
+    record->invoke_frame_info.reset();
+    record->latest_frame_info.reset();
+    if (record->notifier) {
+        // Its thread may still hold it, when this is called back from there.
+        record->notifier->Stop();
+        device->notifier = nullptr;
+    }
+    FreeRecord(device);
+    return call.ok();
+}
+
+boolean16 orvex_callbacks_start(orvex_device* device) {
+    Call call("orvex_callbacks_start", arg("device", device));
+    orvex_callbacks* record = RequireCreated(call, device);
+    if (!record) return bv::OZ_FAIL;
+    if (record->started) return call.fail(C7_GEN_COM_ERROR, "Callbacks already started");
+    if (record->notifier) {
+        if (!record->notifier->Start()) return call.failed();
+        record->started = true;
+        return call.ok();
+    }
+    try {
+        const std::lock_guard guard(record->invoke_lock);
+        record->callback_thread = std::make_shared<bv::CallbackThread>();
+    } catch (const std::exception&) {
+        return call.fail(C0_RESOURCE_ALLOCATION_FAILED, "Failed to create CallbackThread");
+    }
+    record->started = true;
+    if (!orvex_callbacks_wait_ready(device)) {
+        record->started = false;
+        DestroyCallbackThread(*record);
+        return call.failed();
+    }
+    return call.ok();
+}
+
+boolean16 orvex_callbacks_stop(orvex_device* device) {
+    Call call("orvex_callbacks_stop", arg("device", device));
+    orvex_callbacks* record = RequireStarted(call, device);
+    if (!record) return bv::OZ_FAIL;
+    if (record->notifier) {
+        record->notifier->Stop();
+    } else {
+        if (!orvex_callbacks_wait_ready(device)) {
+            call.warn("Cannot flush notifications, error ignored");
+            ApiGlobal::ClearErrorCode(EXT_OPEN_EXCLUSIVE);
+        }
+        DestroyCallbackThread(*record);
+    }
+    record->started = false;
+    return call.ok();
+}
+
+boolean16 orvex_callbacks_wait_ready(orvex_device* device) {
+    Call call("orvex_callbacks_wait_ready", arg("device", device));
+    orvex_callbacks* record = RequireStarted(call, device);
+    if (!record) return bv::OZ_FAIL;
+    if (record->notifier) return call.ok();
+    if (!dv_event_reset(device->flush_ack))
+        return call.fail(C7_DRIVER_COM_ERROR, "Cannot reset flush event");
+    if (!dv_ioctl(device->hcam, DV_EVENT_NOTIFICATION_FLUSH, nullptr, 0, nullptr, 0, nullptr,
+                  nullptr))
+        return call.failed();
+    if (!dv_event_wait(device->flush_ack, flush_limit_ms))
+        return call.fail(C7_DRIVER_COM_ERROR, "Flush event not signalled within %u ms",
+                         flush_limit_ms);
+    return call.ok();
+}
+
+boolean16 orvex_callbacks_reset(orvex_device* device) {
+    Call call("orvex_callbacks_reset", arg("device", device));
+    orvex_callbacks* record = RequireStarted(call, device);
+    if (!record) return bv::OZ_FAIL;
+    if (record->notifier) {
+        record->notifier->ClearLatestFrameInfo();
+        return call.ok();
+    }
+    const std::lock_guard guard(record->frame_info_lock);
+    return call.result(bv_clear_frame_info_struct(record->latest_frame_info.get()));
+}
+
+boolean16 orvex_callbacks_register(orvex_device* device, uns32 event, void* function, void* context,
+                                   uns32 type) {
+    Call call("orvex_callbacks_register", arg("device", device),
+              enumerated("event", event, bv_text_callback_event), arg("function", function),
+              arg("context", context), enumerated("type", type, bv_text_callback_type));
+    orvex_callbacks* record = RequireStarted(call, device);
+    if (!record) return bv::OZ_FAIL;
+    if (record->notifier)
+        return call.result(record->notifier->RegisterCallback(event, function, context, type));
+    if (!orvex_callbacks_wait_ready(device)) return call.failed();
+    const std::lock_guard guard(record->invoke_lock);
+    record->callbacks[event] = {function, context, type};
+    return call.ok();
+}
+
+boolean16 orvex_callbacks_deregister(orvex_device* device, uns32 event) {
+    Call call("orvex_callbacks_deregister", arg("device", device),
+              enumerated("event", event, bv_text_callback_event));
+    orvex_callbacks* record = RequireStarted(call, device);
+    if (!record) return bv::OZ_FAIL;
+    if (record->notifier) return call.result(record->notifier->DeregisterCallback(event));
+    {
+        const std::lock_guard guard(record->invoke_lock);
+        record->callbacks[event] = {};
+    }
+    return call.result(orvex_callbacks_wait_ready(device));
+}
+
+boolean16 orvex_callbacks_set_frame_count(orvex_device* device, uns32 frame_count,
+                                          boolean16 is_sequence) {
+    Call call("orvex_callbacks_set_frame_count", arg("device", device),
+              arg("frame_count", frame_count), arg("is_sequence", is_sequence));
+    orvex_callbacks* record = RequireStarted(call, device);
+    if (!record) return bv::OZ_FAIL;
+    if (record->notifier) {
+        if (!record->notifier->SetFrameCount(frame_count, is_sequence, 0))
+            return call.fail(C7_DRIVER_COM_ERROR,
+                             "Device notifier SetFrameCount(%u, %s, FALSE) "
+                             "failed",
+                             frame_count, is_sequence ? "<seq>" : "<cont>");
+        return call.ok();
+    }
+    const uns32 limit =
+        std::min(bv::FramesInFlight(frame_count, is_sequence == 1), queued_events_max);
+    const std::lock_guard guard(record->invoke_lock);
+    record->callback_thread->Reset(limit);
+    return call.ok();
+}
+
+boolean16 orvex_callbacks_get_latest_frame_info(orvex_device* device, FRAME_INFO* frame_info) {
+    Call call("orvex_callbacks_get_latest_frame_info", arg("device", device),
+              arg("frame_info", frame_info));
+    orvex_callbacks* record = RequireStarted(call, device);
+    if (!record) return bv::OZ_FAIL;
+    if (record->notifier) {
+        record->notifier->GetLatestFrameInfo(frame_info);
+        return call.ok();
+    }
+    return call.result(CopyLatest(*record, frame_info));
+}
+
+void orvex_callbacks_begin_abort(orvex_device* device) {
+    if (orvex_callbacks* record = Record(device); record && record->notifier)
+        record->notifier->BeginAbort();
+}
+
+void orvex_callbacks_end_abort(orvex_device* device) {
+    if (orvex_callbacks* record = Record(device); record && record->notifier)
+        record->notifier->EndAbort();
+}
+
+boolean16 orvex_callbacks_set_latest_frame_info(orvex_device* device, uns32 frame_number,
+                                                int64 time_stamp_bof, int64 time_stamp_eof) {
+    Call call("orvex_callbacks_set_latest_frame_info", arg("device", device),
+              arg("frame_number", frame_number), arg("time_stamp_bof", time_stamp_bof),
+              arg("time_stamp_eof", time_stamp_eof));
+    orvex_callbacks* record = RequireStarted(call, device);
+    if (!record) return bv::OZ_FAIL;
+    if (record->notifier)
+        return call.fail(C0_UNKNOWN_ERROR, "DISABLED USAGE IN KERNEL DRIVER MODE");
+    const std::lock_guard guard(record->frame_info_lock);
+    FRAME_INFO* latest = record->latest_frame_info.get();
+    if (!bv_clear_frame_info_struct(latest)) return call.failed();
+    latest->hCam = device->hcam;
+    latest->FrameNr = static_cast<int32>(frame_number);
+    latest->TimeStampEOF = time_stamp_eof;
+    latest->TimeStampBOF = time_stamp_bof;
+    // Cut to 32 bits, whatever the distance.
+    latest->ReadoutTime =
+        static_cast<int32>(static_cast<uns64>(time_stamp_eof) - static_cast<uns64>(time_stamp_bof));
+    return call.ok();
+}
+
+boolean16 orvex_callbacks_invoke(orvex_device* device, uns32 event) {
+    Call call("orvex_callbacks_invoke", arg("device", device),
+              enumerated("event", event, bv_text_callback_event));
+    orvex_callbacks* record = RequireStarted(call, device);
+    if (!record) return bv::OZ_FAIL;
+    if (record->notifier)
+        return call.fail(C0_UNKNOWN_ERROR, "DISABLED USAGE IN KERNEL DRIVER MODE");
+    if (event >= OX_CALLBACK_MAX)
+        return call.fail(C3_EVENT_NOT_SUPPORTED, "Unknown callback event %u", event);
+    const std::lock_guard guard(record->invoke_lock);
+    // A stop has been faster.
+    if (!record->callback_thread) return call.failed();
+    const bv::CallbackSlot& slot = record->callbacks[event];
+    if (!slot.function) return call.ok();
+    CopyLatest(*record, record->invoke_frame_info.get());
+    record->callback_thread->Enqueue(
+        {static_cast<uns16>(device->hcam), event, 0, *record->invoke_frame_info, slot});
+    return call.ok();
+}

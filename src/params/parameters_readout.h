@@ -1,0 +1,78 @@
+#pragma once
+
+#include "params/accessors.h"
+#include "params/camera_answers.h"
+#include "params/speed_table.h"
+
+// Ports, speeds, gain and bias of the readout.
+namespace bv {
+
+inline constexpr Parameter readout_parameters[] = {
+    {.id = PARAM_READOUT_PORT,
+     .getter = "bv_get_readout_port",
+     .access = ACC_READ_WRITE,
+     .shape = Shape::items,
+     .current = ReadoutPort,
+     .entries = {.container = &cam_reads_type::readout_port_nvp},
+     .set = by<bv_ccd_set_readout_port>},
+    {.id = PARAM_SPDTAB_INDEX,
+     .getter = "bv_get_spdtab_index",
+     .access = ACC_READ_WRITE,
+     .shape = Shape::range,
+     .current = asked<bv_spdtab_get_num>,
+     .count = field<&cam_reads_type::spdtab_total>,
+     .min = 0,
+     .max = last_of<&cam_reads_type::spdtab_total>,
+     .set = by<bv_spdtab_set_num>},
+    {.id = PARAM_PIX_TIME, .getter = "bv_get_pix_time", .current = asked<bv_spdtab_get_time>},
+    {.id = PARAM_BIT_DEPTH, .getter = "bv_get_bit_depth", .current = asked<bv_spdtab_get_bits>},
+    // Gains count from 1, so that the highest is also their number.
+    {.id = PARAM_GAIN_INDEX,
+     .getter = "bv_get_gain_index",
+     .access = ACC_READ_WRITE,
+     .shape = Shape::range,
+     .current = asked<bv_spdtab_get_gain>,
+     .count = asked<bv_spdtab_get_max_gain>,
+     .min = 1,
+     .max = asked<bv_spdtab_get_max_gain>,
+     .standard = 1,
+     .set = by<bv_spdtab_set_gain>},
+    {.id = PARAM_GAIN_MULT_ENABLE,
+     .getter = "bv_get_gain_mult_enable",
+     .available = field<&cam_reads_type::cap_gain_mult>,
+     .shape = Shape::onoff,
+     .current = 1},
+    {.id = PARAM_GAIN_MULT_FACTOR,
+     .getter = "bv_get_gain_mult_factor",
+     .access = ACC_READ_WRITE,
+     .available = field<&cam_reads_type::cap_gain_mult>,
+     .shape = Shape::range,
+     .current = asked<bv_ccd_get_gain_mult_factor>,
+     .count = asked<bv_ccd_get_max_gain_mult_factor>,
+     .min = 1,
+     .max = asked<bv_ccd_get_max_gain_mult_factor>,
+     .standard = 1,
+     .set = by<bv_ccd_set_gain_mult_factor>},
+    {.id = PARAM_ACTUAL_GAIN,
+     .getter = "bv_get_actual_gain",
+     .available = field<&cam_reads_type::cap_actual_gain>,
+     .current = asked<bv_ccd_get_actual_gain>},
+    {.id = PARAM_READ_NOISE,
+     .getter = "bv_get_read_noise",
+     .available = field<&cam_reads_type::cap_actual_gain>,
+     .current = asked<bv_ccd_get_read_noise>},
+    {.id = PARAM_ADC_OFFSET,
+     .getter = "bv_get_adc_offset",
+     .access = ACC_READ_WRITE,
+     .available = field<&cam_reads_type::cap_adc_offset>,
+     .shape = Shape::range,
+     .current = asked<bv_ccd_get_adc_offset>,
+     .set = by<bv_ccd_set_adc_offset>},
+    {.id = PARAM_FLASH_DWNLD_CAPABLE,
+     .getter = "bv_get_flash_dwnld_capable",
+     .available = field<&cam_reads_type::cap_flash_dwnld>,
+     .answers_when_absent = true,
+     .current = field<&cam_reads_type::cap_flash_dwnld>},
+};
+
+}  // namespace bv

@@ -1,0 +1,66 @@
+#include "platform/device_file.h"
+
+#include <cerrno>
+
+#include "platform/posix/device_channel.h"
+
+namespace platform {
+
+bool DeviceFile::Open(const char* path) {
+    Close();
+    auto channel = std::make_shared<DeviceChannel>();
+    if (!channel->Open(path)) return false;
+    channel_ = std::move(channel);
+    return true;
+}
+
+void DeviceFile::Close() {
+    if (channel_) channel_->CloseFile();
+    channel_.reset();
+}
+
+uint32_t DeviceFile::Submit(uint32_t code, OverlappedRequest& request) {
+    return channel_ ? channel_->Submit(code, request) : uint32_t{EBADF};
+}
+
+bool DeviceFile::CancelAll() {
+    return channel_ && channel_->CancelAll();
+}
+
+void DeviceFile::Forget() {
+    if (channel_) channel_->Forget();
+}
+
+bool CompletionPort::Open(DeviceFile& file, uint64_t key) {
+    Close();
+    if (!file.channel_ || !file.channel_->OpenPort(key)) return false;
+    const std::lock_guard guard(lock_);
+    channel_ = file.channel_;
+    return true;
+}
+
+void CompletionPort::Close() {
+    std::shared_ptr<DeviceChannel> channel;
+    {
+        const std::lock_guard guard(lock_);
+        channel.swap(channel_);
+    }
+    if (channel) channel->ClosePort();
+}
+
+std::shared_ptr<DeviceChannel> CompletionPort::Channel() const {
+    const std::lock_guard guard(lock_);
+    return channel_;
+}
+
+bool CompletionPort::Post(uint32_t bytes, uint64_t key) {
+    const std::shared_ptr<DeviceChannel> channel = Channel();
+    return channel && channel->Post(bytes, key);
+}
+
+size_t CompletionPort::Take(std::span<Completion> entries, uint32_t limit_ms) {
+    const std::shared_ptr<DeviceChannel> channel = Channel();
+    return channel ? channel->Take(entries, limit_ms) : 0;
+}
+
+}  // namespace platform

@@ -1,0 +1,62 @@
+#include "platform/event.h"
+
+#include <atomic>
+#include <linux/futex.h>
+
+namespace platform {
+
+bool Event::Create(const char* name, EventReset reset, bool signalled) {
+    Close();
+    return orvex_event_create(&event_, name, reset == EventReset::automatic, signalled) == 1;
+}
+
+void Event::Close() {
+    orvex_event_close(&event_);
+}
+
+bool Event::Set() {
+    return orvex_event_set(&event_) == 1;
+}
+
+bool Event::Reset() {
+    return orvex_event_reset(&event_) == 1;
+}
+
+bool Event::Wait(uint32_t limit_ms) {
+    return orvex_event_wait(&event_, limit_ms) == 1;
+}
+
+void LocalEvent::Set() {
+    std::atomic_ref<uint32_t>(signalled_).store(1, std::memory_order_release);
+    syscall(SYS_futex, &signalled_, FUTEX_WAKE_PRIVATE, INT_MAX, nullptr, nullptr, 0);
+}
+
+void LocalEvent::Reset() {
+    std::atomic_ref<uint32_t>(signalled_).store(0, std::memory_order_release);
+}
+
+bool LocalEvent::Poll() {
+    std::atomic_ref<uint32_t> signalled(signalled_);
+    if (signalled.load(std::memory_order_acquire) == 0) return false;
+    return reset_ == EventReset::manual || signalled.exchange(0, std::memory_order_acq_rel) != 0;
+}
+
+bool LocalEvent::Wait(uint32_t limit_ms) {
+    if (Poll()) return true;
+    if (limit_ms == 0) return false;
+    timespec deadline{};
+    clock_gettime(CLOCK_MONOTONIC, &deadline);
+    const long nanoseconds = deadline.tv_nsec + static_cast<long>(limit_ms % 1000) * 1'000'000;
+    deadline.tv_sec += static_cast<time_t>(limit_ms / 1000) + nanoseconds / 1'000'000'000;
+    deadline.tv_nsec = nanoseconds % 1'000'000'000;
+    for (;;) {
+        const long result = syscall(SYS_futex, &signalled_, FUTEX_WAIT_BITSET_PRIVATE, 0u,
+                                    limit_ms == Event::no_limit ? nullptr : &deadline, nullptr,
+                                    FUTEX_BITSET_MATCH_ANY);
+        const int reason = result == 0 ? 0 : errno;
+        if (Poll()) return true;
+        if (reason != 0 && reason != EAGAIN && reason != EINTR) return false;
+    }
+}
+
+}  // namespace platform

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <array>
+
+#include "orvex/orvex_types.h"
+
+#include "platform/mutex.h"
+#include "state/camera_tables.h"
+
+// The locks of the exported interface: one for everything that is not tied to a camera, and one a
+// camera. They are not recursive and live from load to unload of the library.
+extern platform::ErrorCheckingMutex api_global_mutex;
+extern std::array<platform::ErrorCheckingMutex, max_cameras> api_camera_mutexes;
+
+// The mutex of an open camera; null, with the error set, when the handle may not be used.
+platform::ErrorCheckingMutex* api_select_camera_mutex(int16 hcam);

@@ -1,0 +1,2 @@
+#define ACCUMULATION_MODULE_SOURCE
+#include "support/modules/accumulation_module.h"

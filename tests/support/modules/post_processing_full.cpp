@@ -1,0 +1,2 @@
+#define POST_PROCESSING_MODULE_SOURCE
+#include "support/modules/post_processing_module.h"

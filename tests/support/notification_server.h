@@ -1,0 +1,68 @@
+#pragma once
+
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <filesystem>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include "orvex/orvex_ddi.h"
+
+namespace support {
+
+// The driver's end of a device file: keeps the pending notification requests of a library and
+// completes them with the reports of a test, oldest request first. A report for which no request
+// is pending waits for the next one.
+class NotificationServer {
+  public:
+    // Listens on a socket at `path`.
+    explicit NotificationServer(const std::filesystem::path& path);
+    ~NotificationServer();
+    NotificationServer(const NotificationServer&) = delete;
+    NotificationServer& operator=(const NotificationServer&) = delete;
+
+    // False when the mask of the pending requests doesn't want it, or nobody is connected.
+    bool report(const dv_notification_report& report);
+    // Gives one request back with NOTIFICATION_FLUSH; false when none is
+    // pending, the next one is given back then.
+    bool flush_one();
+    // Closes the connection and the socket, as when the driver dies.
+    void die();
+
+    bool connected() const;
+    size_t pending() const;
+    std::vector<uint32_t> masks() const;  // of the pending requests, oldest first
+    size_t submitted() const;             // requests ever taken
+    size_t cancels() const;
+    bool wait_for_pending(size_t count) const;
+
+  private:
+    void serve();
+    void take_all();
+    bool take_message();
+    void complete_first(const dv_notification_report& report);
+    void complete_flushed();
+    void complete_waiting();
+
+    struct Request {
+        uint64_t id;
+        uint32_t mask;
+    };
+
+    mutable std::mutex mutex_;
+    mutable std::condition_variable changed_;
+    int listener_ = -1;
+    int connection_ = -1;
+    int wake_ = -1;
+    bool stop_ = false;
+    std::deque<Request> pending_;
+    std::deque<dv_notification_report> waiting_;
+    size_t submitted_ = 0;
+    size_t cancels_ = 0;
+    size_t owed_flushes_ = 0;
+    std::thread thread_;
+};
+
+}  // namespace support

@@ -1,0 +1,203 @@
+#include <algorithm>
+#include <cctype>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
+
+#include "orvex/orvex.h"
+
+#include "support/scripted_driver.h"
+#include "support/temp_dir.h"
+
+#include "interface_child_process.h"
+
+// The interface as an application meets it: headers, calls outside of a run, the trace of a call.
+namespace {
+
+TEST(Headers, CompileAsStrictC99) {
+    const support::TempDir directory;
+    const auto source = directory.write("application.c", R"(
+#include <orvex/orvex.h>
+#include <orvex/orvex_ddi.h>
+int main(void) {
+    int16 hcam = -1;
+    uns16 version = 0;
+    FRAME_INFO info;
+    rgn_type region = {0, 511, 1, 0, 511, 1};
+    char name[CAM_NAME_LEN] = "";
+    (void)info; (void)region;
+    if (!ox_orvex_get_ver(&version)) return ox_error_code();
+    return ox_cam_open(name, &hcam, EXT_OPEN_EXCLUSIVE) + (int)sizeof(orvex_device);
+}
+)");
+    const std::string command = "cc -std=c99 -fsyntax-only -pedantic -Wall -Wextra -Werror -I'" +
+                                std::string(ORVEX_SOURCE_DIR) + "/include' '" + source.string() +
+                                "'";
+    EXPECT_EQ(std::system(command.c_str()), 0);
+}
+
+TEST(OutsideOfARun, CameraFunctionsTellThatNothingIsStarted) {
+    uns16 value = 0;
+    int16 total = 0;
+    char name[CAM_NAME_LEN];
+    const std::vector<std::function<boolean16()>> calls = {
+        [&] { return ox_cam_get_total(&total); },
+        [&] { return ox_cam_get_name(0, name); },
+        [&] { return ox_cam_open(name, &total, EXT_OPEN_EXCLUSIVE); },
+        [&] { return ox_get_param(0, PARAM_SER_SIZE, ATTR_CURRENT, &value); },
+        [&] { return ox_exp_abort(0, CCS_HALT); },
+        [&] { return ox_shtr_get_close_dly(0, &value); },
+        [&] { return ox_orvex_uninit(); },
+    };
+    name[0] = '\0';
+    for (const auto& call : calls) {
+        oz_set_error_code(EXT_OPEN_EXCLUSIVE, 0);
+        EXPECT_EQ(call(), 0);
+        EXPECT_EQ(ox_error_code(), C2_ORVEX_NOT_INITED);
+    }
+}
+
+TEST(OutsideOfARun, WorkOnMemoryNeedsNoCamera) {
+    uns16 version = 0;
+    EXPECT_EQ(ox_orvex_get_ver(&version), 1) << "the build leaves a registry beside the library";
+    EXPECT_GE(version, 0x0100);
+
+    tidal_stream_type* list = nullptr;
+    EXPECT_EQ(ox_create_tidal_stream_struct(&list, 3), 1);
+    ASSERT_TRUE(list);
+    EXPECT_EQ(list->entries, 3);
+    EXPECT_EQ(list->params[2], 0U);
+    EXPECT_EQ(ox_release_tidal_stream_struct(&list), 1);
+    EXPECT_FALSE(list);
+    EXPECT_EQ(ox_release_tidal_stream_struct(&list), 1);
+    EXPECT_EQ(ox_create_tidal_stream_struct(nullptr, 3), 0);
+
+    FRAME_INFO* info = nullptr;
+    EXPECT_EQ(ox_create_frame_info_struct(&info), 1);
+    ASSERT_TRUE(info);
+    EXPECT_EQ(info->FrameNr, 0);
+    EXPECT_EQ(ox_release_frame_info_struct(info), 1);
+
+    md_frame* frame = nullptr;
+    EXPECT_EQ(ox_md_create_frame_struct_cont(&frame, 2), 1);
+    ASSERT_TRUE(frame);
+    EXPECT_EQ(frame->roiCapacity, 2);
+    std::vector<uns8> short_frame(47);
+    EXPECT_EQ(ox_md_frame_decode(frame, short_frame.data(), 47), 0);
+    EXPECT_EQ(ox_error_code(), C0_BUFFER_TOO_SMALL);
+    EXPECT_EQ(ox_md_release_frame_struct(frame), 1);
+}
+
+// --- the trace
+
+TEST(Child, DISABLED_TracedRun) {
+    support::ScriptedDriver driver;
+    driver.add_camera("Traced");
+    driver.publish();
+    EXPECT_EQ(ox_orvex_init(), 1);
+    int16 total = 0;
+    EXPECT_EQ(ox_cam_get_total(&total), 1);
+    EXPECT_EQ(ox_exp_abort(3, CCS_HALT), 0);
+    EXPECT_EQ(ox_orvex_uninit(), 1);
+}
+
+// Whether a text has the form of a pattern, in which 9 stands for a digit.
+bool HasForm(const std::string& text, const std::string& pattern) {
+    return std::equal(text.begin(), text.end(), pattern.begin(), pattern.end(), [](char c, char p) {
+        return p == '9' ? std::isdigit(static_cast<unsigned char>(c)) != 0 : c == p;
+    });
+}
+
+// "[HHMMSS.uuuuuu COR ppppp:ttttt D]     name: text" as "D2 name: text", without the elapsed time;
+// other lines as they are.
+std::string Shorten(const std::string& line) {
+    const size_t end = line.find("] ");
+    if (end == std::string::npos || end < 30) return line;
+    if (!HasForm(line.substr(0, 15), "[999999.999999 ")) return line;
+    if (!HasForm(line.substr(15, 4), "COR ") && !HasForm(line.substr(15, 4), "*** ")) return line;
+    const size_t message = line.find_first_not_of(' ', end + 2);
+    const size_t depth = (message - end - 2) / 2;
+    std::string text = line.substr(message);
+    if (text.ends_with("us]")) text.resize(text.rfind(" ["));
+    return line[end - 1] + std::to_string(depth) + " " + text;
+}
+
+std::vector<std::string> ReadTrace(const std::filesystem::path& path) {
+    std::vector<std::string> lines;
+    std::ifstream file(path);
+    for (std::string line; std::getline(file, line);) lines.push_back(Shorten(line));
+    return lines;
+}
+
+TEST(Trace, NestsTheLayersBetweenItsBanners) {
+    const support::TempDir directory;
+    const auto log = directory / "trace.log";
+    const ChildRun run =
+        RunInChild("Child.DISABLED_TracedRun", "ORVEX_CORE_LOG_FILE='" + log.string() + "'");
+    ASSERT_EQ(run.exit_code, 0) << run.output;
+    const std::vector<std::string> lines = ReadTrace(log);
+    ASSERT_GT(lines.size(), 20U);
+
+    const std::string rule = "[" + std::string(62, '=') + "]";
+    EXPECT_EQ(lines[0], rule);
+    EXPECT_THAT(lines[2], testing::StartsWith("I0 Logging started, PID "));
+    EXPECT_THAT(lines, testing::Contains(testing::StartsWith("I0 Logging stopped, PID ")));
+    EXPECT_THAT(std::vector<std::string>(lines.end() - 2, lines.end()),
+                testing::ElementsAre(rule, ""));
+
+    // The hook of the library frames all calls.
+    EXPECT_THAT(lines[3], testing::StartsWith("D0 DllMain: ENTER ("));
+    const auto total = std::find_if(lines.begin(), lines.end(), [](const std::string& line) {
+        return line.starts_with("D0 bv::ApiEntryLayer::ox_cam_get_total: ENTER (totl_cams=0x");
+    });
+    ASSERT_NE(total, lines.end());
+    EXPECT_THAT(std::vector<std::string>(total + 1, total + 6),
+                testing::ElementsAre(
+                    "D1 bv::ApiGlobal::ClearErrorCode: ENTER "
+                    "(openMode=EXT_OPEN_EXCLUSIVE(0))",
+                    testing::StartsWith("D1 bv::ApiGlobal::ClearErrorCode: RETURN ("),
+                    testing::StartsWith("D1 bv::ApiExecLayer::ox_cam_get_total: ENTER (totl_cams"),
+                    "D1 bv::ApiExecLayer::ox_cam_get_total: RETURN (OZ_OK, *totl_cams=1)",
+                    "D0 bv::ApiEntryLayer::ox_cam_get_total: RETURN (OZ_OK, *totl_cams=1)"));
+    EXPECT_THAT(lines,
+                testing::Contains("E2 oz_cam_check: Invalid camera handle or camera not open"));
+
+    // Each ENTER has its RETURN at the same depth.
+    std::vector<std::string> open;
+    for (const std::string& line : lines) {
+        const size_t enter = line.find(": ENTER (");
+        const size_t leave = line.find(": RETURN (");
+        if (enter != std::string::npos) {
+            EXPECT_EQ(line.substr(0, 2), "D" + std::to_string(open.size())) << line;
+            open.push_back(line.substr(0, enter));
+        } else if (leave != std::string::npos) {
+            ASSERT_FALSE(open.empty()) << line;
+            EXPECT_EQ(line.substr(0, leave), open.back());
+            open.pop_back();
+        }
+    }
+    EXPECT_TRUE(open.empty());
+}
+
+TEST(Trace, LevelAndPathAreTheEnvironments) {
+    const support::TempDir directory;
+    const auto log = directory / "errors.log";
+    const ChildRun run =
+        RunInChild("Child.DISABLED_TracedRun",
+                   "ORVEX_CORE_LOG_LEVEL=error ORVEX_CORE_LOG_FILE='" + log.string() + "'");
+    ASSERT_EQ(run.exit_code, 0) << run.output;
+    std::vector<std::string> traced;
+    for (const std::string& line : ReadTrace(log)) {
+        if (line.find("oz_cam_check") != std::string::npos) traced.push_back(line);
+        EXPECT_THAT(line, testing::Not(testing::HasSubstr("ENTER")));
+    }
+    EXPECT_THAT(traced,
+                testing::ElementsAre("E0 oz_cam_check: Invalid camera handle or camera not open"));
+}
+
+}  // namespace

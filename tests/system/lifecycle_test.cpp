@@ -1,0 +1,196 @@
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <cstdlib>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <unistd.h>
+
+#include "orvex/orvex.h"
+
+#include "support/scripted_driver.h"
+
+#include "interface_child_process.h"
+
+// Runs of the library, threads in them, and ends of the process.
+namespace {
+
+int16 Open(const std::string& name, int16 mode = EXT_OPEN_FW_UPDATE) {
+    std::string text = name;
+    int16 hcam = -1;
+    EXPECT_EQ(ox_cam_open(text.data(), &hcam, mode), 1) << ox_error_code();
+    return hcam;
+}
+
+class Run : public testing::Test {
+  protected:
+    Run() {
+        for (const char* name : {"A", "B", "C"}) driver_.add_camera(name);
+        driver_.publish();
+    }
+    ~Run() override { ox_orvex_uninit(); }
+
+    support::ScriptedDriver driver_;
+};
+
+TEST_F(Run, HandlesEndWithTheRun) {
+    for (int round = 0; round < 5; ++round) {
+        ASSERT_EQ(ox_orvex_init(), 1);
+        const int16 first = Open("B");
+        const int16 second = Open("A");
+        EXPECT_EQ(first, 1);
+        EXPECT_EQ(second, 0);
+        EXPECT_EQ(ox_cam_check(first), 1);
+        EXPECT_EQ(ox_cam_close(second), 1);
+        EXPECT_EQ(ox_cam_check(second), 0);
+        EXPECT_EQ(ox_error_code(), C0_INVALID_HANDLE);
+        EXPECT_EQ(ox_orvex_uninit(), 1);
+        EXPECT_EQ(ox_cam_check(first), 0);
+        EXPECT_EQ(ox_error_code(), C2_ORVEX_NOT_INITED);
+    }
+}
+
+// A gate that a driver holds a call at until a test lets it go.
+class Gate {
+  public:
+    void Pass() {
+        std::unique_lock lock(mutex_);
+        reached_ = true;
+        changed_.notify_all();
+        changed_.wait_for(lock, limit, [this] { return open_; });
+    }
+    bool WaitUntilReached() {
+        std::unique_lock lock(mutex_);
+        return changed_.wait_for(lock, limit, [this] { return reached_; });
+    }
+    void Open() {
+        std::lock_guard lock(mutex_);
+        open_ = true;
+        changed_.notify_all();
+    }
+    bool IsOpen() {
+        std::lock_guard lock(mutex_);
+        return open_;
+    }
+
+  private:
+    static constexpr std::chrono::seconds limit{20};
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    bool reached_ = false;
+    bool open_ = false;
+};
+
+TEST_F(Run, CamerasDoNotWaitForEachOther) {
+    ASSERT_EQ(ox_orvex_init(), 1);
+    const int16 held = Open("A");
+    const int16 other = Open("B");
+    Gate gate;
+    driver_.camera(0).on_ioctl(DV_GET_TIMEOUT, [&](const support::Ioctl&, support::Bytes& out) {
+        gate.Pass();
+        out = {5, 0};
+        return true;
+    });
+    std::atomic<bool> second_done{false};
+    uns16 timeout = 0;
+    uns16 timeout_again = 0;
+    std::thread first([&] { EXPECT_EQ(ox_dd_get_timeout(held, &timeout), 1); });
+    ASSERT_TRUE(gate.WaitUntilReached());
+
+    // Another camera, and what belongs to no camera, go on.
+    uns16 retries = 0;
+    EXPECT_EQ(ox_dd_get_retries(other, &retries), 1);
+    const int16 third = Open("C");
+    EXPECT_EQ(ox_cam_close(third), 1);
+    // The camera itself takes one call after the other.
+    std::thread second([&] {
+        EXPECT_EQ(ox_dd_get_timeout(held, &timeout_again), 1);
+        second_done = true;
+    });
+    EXPECT_FALSE(gate.IsOpen());
+    EXPECT_FALSE(second_done);
+    gate.Open();
+    first.join();
+    second.join();
+    EXPECT_EQ(timeout, 5);
+    EXPECT_EQ(timeout_again, 5);
+}
+
+TEST_F(Run, ManyThreadsShareTheInterface) {
+    ASSERT_EQ(ox_orvex_init(), 1);
+    const int16 cameras[] = {Open("A"), Open("B")};
+    std::vector<std::thread> threads;
+    std::atomic<int> failures{0};
+    for (size_t i = 0; i < 4; ++i) {
+        threads.emplace_back([&, i] {
+            for (int n = 0; n < 200; ++n) {
+                uns16 timeout = 0;
+                int16 total = 0;
+                if (!ox_dd_get_timeout(cameras[i % 2], &timeout)) ++failures;
+                if (!ox_cam_get_total(&total) || total != 3) ++failures;
+                ox_error_code();
+            }
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(failures, 0);
+}
+
+// --- ends of the process
+
+TEST(Child, DISABLED_EndWithAnOpenCamera) {
+    // The driver stays for the end of the process, as a real module would.
+    auto* driver = new support::ScriptedDriver;
+    driver->add_camera("Left open").kernel_mode();
+    driver->add_camera("Left open, too");
+    driver->publish();
+    ASSERT_EQ(ox_orvex_init(), 1);
+    Open("Left open");
+    Open("Left open, too");
+}
+
+TEST(ProcessEnd, NeedsNoUninit) {
+    const ChildRun run =
+        RunInChild("Child.DISABLED_EndWithAnOpenCamera", "LSAN_OPTIONS=detect_leaks=0");
+    EXPECT_EQ(run.exit_code, 0) << run.output;
+    EXPECT_THAT(run.output, testing::HasSubstr("[  PASSED  ]"));
+}
+
+// Registered before any library is initialised, so that it runs after all of them are torn down.
+void CallAfterTheLibraryIsTornDown() {
+    if (!std::getenv("ORVEX_TEST_LATE_CALLS")) return;
+    int16 total = 0;
+    uns16 value = 0;
+    uns16 version = 0;
+    char message[ERROR_MSG_LEN];
+    const bool as_expected =
+        ox_cam_get_total(&total) == 0 && ox_error_code() == C2_ORVEX_NOT_INITED &&
+        ox_error_message(ox_error_code(), message) == 1 && ox_dd_get_timeout(0, &value) == 0 &&
+        ox_orvex_get_ver(&version) == 1 && ox_orvex_uninit() == 0;
+    const std::string text = as_expected ? "late calls are answered\n" : "late calls differ\n";
+    if (write(STDOUT_FILENO, text.data(), text.size()) < 0) _exit(1);
+}
+
+void RegisterLateCalls() {
+    std::atexit(CallAfterTheLibraryIsTornDown);
+}
+
+__attribute__((section(".preinit_array"),
+               used)) void (*const register_late_calls)() = RegisterLateCalls;
+
+TEST(Child, DISABLED_Nothing) {}
+
+TEST(ProcessEnd, AnswersCallsToTheLast) {
+    for (const std::string& environment :
+         {std::string("ORVEX_TEST_LATE_CALLS=1"),
+          std::string("ORVEX_TEST_LATE_CALLS=1 ORVEX_CORE_LOG_FILE=/dev/null")}) {
+        const ChildRun run = RunInChild("Child.DISABLED_Nothing", environment);
+        EXPECT_EQ(run.exit_code, 0) << run.output;
+        EXPECT_THAT(run.output, testing::HasSubstr("late calls are answered"));
+    }
+}
+
+}  // namespace

@@ -1,0 +1,108 @@
+#include "acquisition/abort.h"
+
+#include <chrono>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "orvex/orvex_errors.h"
+
+#include "support/core/test_camera.h"
+#include "support/core/trace_capture.h"
+
+using support::hex;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+class Abort : public testing::Test {
+  protected:
+    boolean16 Run(int16 cam_state) {
+        camera_.cam_info().exp_started = 1;
+        camera_.camera().forget();
+        bv::ApiGlobal::ClearErrorCode(EXT_OPEN_EXCLUSIVE);
+        return bv_exp_abort(camera_.hcam, cam_state);
+    }
+    double MillisecondsOf(int16 cam_state) {
+        const auto start = std::chrono::steady_clock::now();
+        EXPECT_EQ(Run(cam_state), 1);
+        return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start)
+            .count();
+    }
+
+    support::TestCamera camera_;
+};
+
+}  // namespace
+
+TEST_F(Abort, WithoutARunIsNothing) {
+    camera_.camera().driver_status(DRIVER_STATUS_READING, 0);
+    EXPECT_EQ(bv_exp_abort(camera_.hcam, CCS_CLEAR), 1);
+    EXPECT_THAT(camera_.writes(), IsEmpty());
+    EXPECT_THAT(camera_.camera().ioctls(), IsEmpty());
+}
+
+TEST_F(Abort, HaltsByTheStateThatIsWanted) {
+    const std::pair<int16, const char*> cases[] = {
+        {CCS_HALT, "3F 00 03 33 00 00"},      {CCS_HALT_CLOSE_SHTR, "3F 00 03 33 00 02"},
+        {CCS_CLEAR, "3F 00 03 33 00 01"},     {CCS_CLEAR_CLOSE_SHTR, "3F 00 03 33 00 03"},
+        {CCS_OPEN_SHTR, "3F 00 03 33 00 04"}, {CCS_CLEAR_OPEN_SHTR, "3F 00 03 33 00 05"},
+    };
+    for (const auto& [state, bytes] : cases) {
+        ASSERT_EQ(Run(state), 1);
+        EXPECT_THAT(camera_.writes(), ElementsAre(hex(bytes)));
+        EXPECT_EQ(camera_.cam_info().exp_started, 0);
+    }
+}
+
+TEST_F(Abort, NoChangeOnlyIdlesTheTransfer) {
+    camera_.camera().driver_status(DRIVER_STATUS_EXPOSING, 0);
+    ASSERT_EQ(Run(CCS_NO_CHANGE), 1);
+    EXPECT_THAT(camera_.writes(), IsEmpty());
+    EXPECT_THAT(
+        camera_.camera().ioctl_codes(),
+        ElementsAre(DV_GET_IMAGE_DATA_STATUS, DV_SET_IMAGE_DATA_IDLE, DV_CLEANUP_IMAGE_DATA_IDLE));
+}
+
+TEST_F(Abort, RefusedHaltFails) {
+    camera_.camera().fail_write();
+    EXPECT_EQ(Run(CCS_HALT), 0);
+    EXPECT_EQ(camera_.cam_info().exp_started, 0);
+}
+
+TEST_F(Abort, StopsAnAcquisition) {
+    camera_.reads().cap_stop_acquisition = 1;
+    camera_.firmware().reply(STOP_ACQUISITION, 4, 1);
+    ASSERT_EQ(Run(CCS_CLEAR_OPEN_SHTR), 1);
+    EXPECT_THAT(camera_.writes(), ElementsAre(hex("3F 00 09 26 BD 00 00 00 00 28 00 04")));
+    EXPECT_THAT(camera_.camera().ioctls(), IsEmpty());
+
+    // A camera that leaves the end of the transfer to the host.
+    camera_.firmware().reply(STOP_ACQUISITION, 4, 0);
+    camera_.cache().exposure_time = 1234;
+    ASSERT_EQ(Run(CCS_HALT), 1);
+    EXPECT_THAT(camera_.camera().ioctl_codes(), ElementsAre(DV_STOP_DATA_TRANSFER));
+    EXPECT_EQ(camera_.camera().ioctls()[0].in, hex("A2 0C 00 00"));  // 3234, low byte first
+
+    // The exposure is unknown: the transfer ends all the same, the abort tells of it.
+    camera_.cfg().exp_res_index = 3;
+    EXPECT_EQ(Run(CCS_HALT), 0);
+    EXPECT_EQ(camera_.camera().ioctls()[0].in, hex("58 1B 00 00"));
+    EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), C2_INDEX_OUT_OF_RANGE);
+
+    camera_.camera().fail_write();
+    EXPECT_EQ(Run(CCS_HALT), 0);
+    EXPECT_EQ(camera_.cam_info().exp_started, 0);
+}
+
+// Lower bounds only: a slow machine may take longer.
+TEST_F(Abort, LeavesTheCameraAlone) {
+    EXPECT_GE(MillisecondsOf(CCS_HALT), 10.0);
+    camera_.cam_info().post_abort_delay = 50999999;
+    EXPECT_LT(MillisecondsOf(CCS_NO_CHANGE), 50.0);  // the camera doesn't ask for it
+    camera_.reads().cap_post_abort_delay = 1;
+    EXPECT_GE(MillisecondsOf(CCS_HALT), 50.0);
+    EXPECT_GE(MillisecondsOf(CCS_NO_CHANGE), 50.0);
+    camera_.reads().cap_stop_acquisition = 1;
+    EXPECT_GE(MillisecondsOf(CCS_HALT), 50.0);
+}

@@ -1,0 +1,312 @@
+#include "acquisition/metadata.h"
+
+#include <algorithm>
+#include <cstring>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <memory>
+#include <random>
+#include <string>
+
+#include "orvex/orvex_errors.h"
+
+#include "state/api_global.h"
+#include "support/core/trace_capture.h"
+
+#include "unit/acquisition/metadata_frame.h"
+
+using bv::Call;
+using metadata_test::Bytes;
+using metadata_test::Frame;
+using metadata_test::PutWord;
+using metadata_test::Region;
+using testing::ElementsAre;
+
+namespace {
+
+class Metadata : public testing::Test {
+  protected:
+    void SetUp() override { Create(4); }
+    void TearDown() override { Release(); }
+
+    void Create(uns16 capacity) {
+        Release();
+        ASSERT_EQ(bv_md_create_frame_struct(&frame_, capacity), 1);
+    }
+    void Release() {
+        if (!frame_) return;
+        Call call("release");
+        bv_md_release_frame_struct(call, frame_);
+        frame_ = nullptr;
+    }
+    // In memory of exactly this size, so that a read past the end is noticed.
+    boolean16 Decode(const Bytes& bytes) {
+        buffer_ = std::make_unique<uint8_t[]>(std::max<size_t>(bytes.size(), 1));
+        std::copy(bytes.begin(), bytes.end(), buffer_.get());
+        Call call("decode");
+        return bv_md_frame_decode(call, frame_, buffer_.get(), static_cast<uns32>(bytes.size()));
+    }
+    std::vector<uns16> Recompose(uns16 width, uns16 height, uns16 off_x = 0, uns16 off_y = 0) {
+        std::vector<uns16> image(size_t{width} * height, 9);
+        Call call("recompose");
+        if (!bv_md_frame_recompose(call, image.data(), off_x, off_y, width, height, frame_)) {
+            return {};
+        }
+        return image;
+    }
+    ptrdiff_t At(const void* pointer) const {
+        return static_cast<const uint8_t*>(pointer) - buffer_.get();
+    }
+
+    support::TraceCapture trace_;
+    md_frame* frame_ = nullptr;
+    std::unique_ptr<uint8_t[]> buffer_;
+};
+
+std::vector<uns16> BoxOf(const md_frame& frame) {
+    const rgn_type& r = frame.impliedRoi;
+    return {r.s1, r.s2, r.sbin, r.p1, r.p2, r.pbin};
+}
+
+}  // namespace
+
+TEST_F(Metadata, PointersIntoTheFrame) {
+    ASSERT_EQ(
+        Decode(Frame({{.roi = {10, 13, 2, 20, 20, 1}, .pixels = {1, 2}},
+                      {.roi = {2, 3, 2, 30, 31, 1}, .extended = {0, 0, 0, 0, 7}, .pixels = {3, 4}}},
+                     {255, 0, 0})),
+        1);
+    EXPECT_EQ(At(frame_->header), 0);
+    EXPECT_EQ(At(frame_->extMdData), 48);
+    EXPECT_EQ(frame_->extMdDataSize, 3);
+    ASSERT_EQ(frame_->roiCount, 2);
+    EXPECT_EQ(At(frame_->roiArray[0].header), 51);
+    EXPECT_EQ(At(frame_->roiArray[0].data), 83);
+    EXPECT_EQ(frame_->roiArray[0].dataSize, 4u);
+    EXPECT_EQ(frame_->roiArray[0].extMdData, nullptr);
+    EXPECT_EQ(At(frame_->roiArray[1].header), 87);
+    EXPECT_EQ(At(frame_->roiArray[1].extMdData), 119);
+    EXPECT_EQ(frame_->roiArray[1].extMdDataSize, 5);
+    EXPECT_EQ(At(frame_->roiArray[1].data), 124);
+    EXPECT_THAT(BoxOf(*frame_), ElementsAre(2, 13, 2, 20, 31, 1));
+    const uns16 first_column = frame_->roiArray[0].header->roi.s1;  // as applications read it
+    const uns16 announced = frame_->header->roiCount;
+    EXPECT_EQ(first_column, 10);
+    EXPECT_EQ(announced, 2);
+}
+
+TEST_F(Metadata, EmptyFrames) {
+    const std::vector<uns16> empty_box{65535, 0, 1, 65535, 0, 1};
+    ASSERT_EQ(Decode(Frame({})), 1);
+    EXPECT_EQ(frame_->roiCount, 0);
+    EXPECT_EQ(BoxOf(*frame_), empty_box);
+    // Bit 0 ends the list; what follows isn't looked at.
+    ASSERT_EQ(Decode(Frame({{.roi = {1, 2, 0, 3, 4, 0}, .flags = 1}}, {}, 3)), 1);
+    EXPECT_EQ(frame_->roiCount, 0);
+    EXPECT_EQ(BoxOf(*frame_), empty_box);
+}
+
+TEST_F(Metadata, HeaderOnlyRegions) {
+    ASSERT_EQ(Decode(Frame({{.roi = {4, 5, 1, 6, 6, 1}, .pixels = {1, 2}},
+                            {.roi = {0, 9, 0, 0, 9, 0}, .flags = 2}})),
+              1);
+    EXPECT_EQ(frame_->roiCount, 2);
+    EXPECT_EQ(frame_->roiArray[1].data, nullptr);
+    EXPECT_EQ(frame_->roiArray[1].dataSize, 0u);
+    EXPECT_THAT(BoxOf(*frame_), ElementsAre(0, 9, 1, 0, 9, 1));
+    const auto image = Recompose(10, 10);
+    EXPECT_EQ(std::count(image.begin(), image.end(), 9), 98);
+    EXPECT_EQ(image[6 * 10 + 4], 1);
+    EXPECT_EQ(image[6 * 10 + 5], 2);
+}
+
+struct BadFrame {
+    const char* name;
+    Bytes bytes;
+    int16 code;
+    const char* words;
+};
+class MetadataRefusal : public Metadata, public testing::WithParamInterface<BadFrame> {};
+
+TEST_P(MetadataRefusal, LeavesAnEmptyFrame) {
+    ASSERT_EQ(Decode(Frame({{.roi = {0, 0, 1, 0, 0, 1}, .pixels = {1}}})), 1);
+    EXPECT_EQ(Decode(GetParam().bytes), 0);
+    EXPECT_TRUE(trace_.failed_with(GetParam().code, GetParam().words));
+    const bool untouched = GetParam().name == std::string("TooManyRegions") ||
+                           GetParam().name == std::string("Short") ||
+                           GetParam().name == std::string("Signature");
+    EXPECT_EQ(frame_->roiCount, untouched ? 1 : 0);
+    EXPECT_EQ(frame_->header != nullptr, untouched);
+}
+
+Bytes Cut(Bytes bytes, size_t by) {
+    bytes.resize(bytes.size() - by);
+    return bytes;
+}
+
+const Region pixel{.roi = {0, 0, 1, 0, 0, 1}, .pixels = {1}};
+const Region tagged{.roi = {0, 0, 1, 0, 0, 1}, .flags = 2, .extended = {255, 0}};
+constexpr const char* header_cut = "Cannot read the ROI header, given buffer is too small";
+constexpr const char* ext_cut = "Cannot read the extended metadata, the buffer is too small";
+constexpr const char* data_cut = "Cannot read the ROI data, given buffer is too small";
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, MetadataRefusal,
+    testing::Values(
+        BadFrame{"Short", Bytes(47), C0_BUFFER_TOO_SMALL,
+                 "Cannot read the entire frame header, given buffer is too small"},
+        BadFrame{"Signature", Bytes(48), C0_INVALID_DATA, "Given buffer is not metadata-enabled"},
+        BadFrame{"TooManyRegions", Frame({}, {}, 5), C0_BUFFER_TOO_SMALL,
+                 "The md_frame structure has capacity of 4 ROIs but we need 5."},
+        BadFrame{"FrameExtension", Cut(Frame({}, {0, 0}), 1), C0_BUFFER_TOO_SMALL, ext_cut},
+        BadFrame{"NoRegion", Frame({}, {}, 1), C0_BUFFER_TOO_SMALL, header_cut},
+        BadFrame{"SecondRegion", Frame({pixel}, {}, 2), C0_BUFFER_TOO_SMALL, header_cut},
+        BadFrame{"RegionHeader", Cut(Frame({{.roi = {0, 0, 1, 0, 0, 1}, .flags = 2}}), 1),
+                 C0_BUFFER_TOO_SMALL, header_cut},
+        BadFrame{"RegionExtension", Cut(Frame({tagged}), 1), C0_BUFFER_TOO_SMALL, ext_cut},
+        BadFrame{"Pixels", Cut(Frame({pixel}), 1), C0_BUFFER_TOO_SMALL, data_cut},
+        // More bytes than 32 bits count.
+        BadFrame{"EndlessPixels", Frame({{.roi = {1, 65535, 1, 1, 65535, 1}}}), C0_BUFFER_TOO_SMALL,
+                 data_cut},
+        BadFrame{"ZeroBinning", Frame({{.roi = {0, 0, 0, 0, 0, 1}, .pixels = {1}}}),
+                 C0_INVALID_DATA, "Cannot read the ROI data, ROI binning is zero."}),
+    [](const auto& test) { return std::string(test.param.name); });
+
+TEST_F(Metadata, StructuresForABuffer) {
+    md_frame* made = nullptr;
+    Bytes bytes = Frame({}, {}, 3);
+    Call call("create");
+    ASSERT_EQ(bv_md_create_frame_struct_for(call, &made, bytes.data(), 48), 1);
+    EXPECT_EQ(made->roiCapacity, 3);
+    md_frame_roi* array = made->roiArray;
+    made->roiArray = nullptr;
+    EXPECT_EQ(bv_md_release_frame_struct(call, made), 0);
+    EXPECT_TRUE(trace_.failed_with(C0_NULL_POINTER, "Null roiArray in given frame"));
+    made->roiArray = array;
+    EXPECT_EQ(bv_md_release_frame_struct(call, made), 1);
+
+    Bytes none = Frame({});
+    EXPECT_EQ(bv_md_create_frame_struct_for(call, &made, none.data(), 48), 0);
+    EXPECT_TRUE(trace_.failed_with(C0_INVALID_DATA, "Zero ROIs not allowed"));
+    EXPECT_EQ(bv_md_create_frame_struct_for(call, &made, none.data(), 47), 0);
+    EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), C0_BUFFER_TOO_SMALL);
+}
+
+// --- recompose
+
+TEST_F(Metadata, RegionsArePaintedInOrder) {
+    ASSERT_EQ(Decode(Frame({{.roi = {20, 23, 2, 8, 11, 2}, .pixels = {1, 2, 3, 4}},
+                            {.roi = {22, 25, 2, 10, 11, 2}, .pixels = {5, 6}}})),
+              1);
+    EXPECT_EQ(Recompose(3, 2), (std::vector<uns16>{1, 2, 9, 3, 5, 6}));
+    EXPECT_EQ(Recompose(4, 3, 1, 1), (std::vector<uns16>{9, 9, 9, 9, 9, 1, 2, 9, 9, 3, 5, 6}));
+    EXPECT_EQ(Recompose(2, 2), std::vector<uns16>());
+    EXPECT_TRUE(trace_.failed_with(C0_BUFFER_TOO_SMALL,
+                                   "The output buffer is too small for the implied ROI"));
+    EXPECT_EQ(Recompose(3, 1), std::vector<uns16>());
+}
+
+// The size test compares far edges alone; such a box runs on in the next row and stops at the end
+// of the image.
+TEST_F(Metadata, BoxPastTheEdgeStaysInTheImage) {
+    ASSERT_EQ(Decode(Frame({{.roi = {0, 2, 1, 0, 1, 1}, .pixels = {1, 2, 3, 4, 5, 6}}})), 1);
+    EXPECT_EQ(Recompose(3, 2, 2), (std::vector<uns16>{9, 9, 1, 2, 3, 4}));
+    EXPECT_EQ(Recompose(3, 2, 0, 1), (std::vector<uns16>{9, 9, 9, 1, 2, 3}));
+}
+
+TEST_F(Metadata, ZeroBinningIsRefused) {
+    ASSERT_EQ(Decode(Frame({{.roi = {0, 9, 0, 0, 9, 0}, .flags = 2}})), 1);
+    EXPECT_EQ(Recompose(10, 10), std::vector<uns16>());
+    EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), C0_INVALID_DATA);
+    // A header that changed after the decode: nothing is painted, not even what comes before it.
+    ASSERT_EQ(Decode(Frame({pixel, {.roi = {1, 1, 1, 0, 0, 1}, .pixels = {2}}})), 1);
+    frame_->roiArray[1].header->roi.pbin = 0;
+    std::vector<uns16> image(2, 9);
+    Call call("recompose");
+    EXPECT_EQ(bv_md_frame_recompose(call, image.data(), 0, 0, 2, 1, frame_), 0);
+    EXPECT_THAT(image, ElementsAre(9, 9));
+}
+
+// --- tagged values
+
+TEST(ExtendedMetadata, Items) {
+    auto items = std::make_unique<md_ext_item_collection>();
+    Call call("read");
+    Bytes data{1, 1, 0, 0, 0, 0, 2, 0, 0, 0, 1, 3, 0, 0, 0, 255, 77};
+    ASSERT_EQ(bv_md_read_extended(call, items.get(), data.data(), 17), 1);
+    ASSERT_EQ(items->count, 3);
+    EXPECT_EQ(items->map[0], &items->list[1]);
+    EXPECT_EQ(items->map[1], &items->list[2]);  // the last occurrence
+    EXPECT_EQ(items->map[2], nullptr);
+    EXPECT_EQ(items->list[0].value, data.data() + 1);
+    EXPECT_STREQ(items->list[0].tagInfo->name, "Particle M0");
+    EXPECT_EQ(items->list[1].tagInfo->type, TYPE_UNS32);
+}
+
+TEST(ExtendedMetadata, Ends) {
+    support::TraceCapture trace;
+    auto items = std::make_unique<md_ext_item_collection>();
+    Call call("read");
+    const auto read = [&](Bytes data) {
+        return bv_md_read_extended(call, items.get(), data.data(), static_cast<uns32>(data.size()));
+    };
+    items->count = 9;
+    Bytes unused(1);
+    EXPECT_EQ(bv_md_read_extended(call, items.get(), unused.data(), 0), 1);
+    EXPECT_EQ(items->count, 0);
+    EXPECT_EQ(read({255, 0, 0}), 1);
+    EXPECT_EQ(items->count, 0);
+    EXPECT_EQ(read({0, 1, 2, 3, 4}), 1);
+    EXPECT_EQ(items->count, 1);
+    EXPECT_EQ(read({0, 1, 2, 3}), 0);
+    EXPECT_TRUE(trace.failed_with(
+        C0_INVALID_DATA,
+        "Cannot read the value of tag ID 0: We'd read beyond the buffer boundary"));
+    EXPECT_EQ(read({2}), 0);
+    EXPECT_EQ(read({3, 0, 0, 0, 0}), 0);
+    EXPECT_TRUE(trace.failed_with(C2_INDEX_OUT_OF_RANGE, "Ext. metadata index out of range"));
+    EXPECT_EQ(read(Bytes(255 * 5)), 1);
+    EXPECT_EQ(items->count, 255);
+    EXPECT_EQ(read(Bytes(256 * 5)), 0);
+    EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), C0_INVALID_DATA);
+}
+
+// --- any bytes
+
+// Frames with damaged bytes, cut anywhere, in memory of exactly their size: whatever is decoded
+// lies within, and paints within an image of the size of the box.
+TEST_F(Metadata, DamagedFramesStayInside) {
+    std::mt19937 random(7);
+    const auto upto = [&](size_t limit) {
+        return std::uniform_int_distribution<size_t>(0, limit)(random);
+    };
+    const Bytes good = Frame(
+        {{.roi = {0, 7, 1, 0, 3, 1}, .extended = {0, 1, 2, 3, 4}, .pixels = std::vector<uns16>(32)},
+         {.roi = {8, 15, 1, 4, 7, 1}, .pixels = std::vector<uns16>(32)}},
+        {1, 0, 0, 0, 0, 255});
+    int decoded = 0;
+    for (int turn = 0; turn < 20000; ++turn) {
+        Bytes bytes = good;
+        for (size_t damage = upto(3); damage > 0; --damage) {
+            bytes[3 + upto(bytes.size() - 4)] = static_cast<uint8_t>(upto(255));
+        }
+        if (upto(3) == 0) bytes.resize(upto(bytes.size()));
+        if (!Decode(bytes)) continue;
+        ++decoded;
+        for (uns16 i = 0; i < frame_->roiCount; ++i) {
+            const md_frame_roi& roi = frame_->roiArray[i];
+            ASSERT_LE(At(roi.header) + 32, static_cast<ptrdiff_t>(bytes.size()));
+            if (roi.data) {
+                ASSERT_LE(At(roi.data) + static_cast<ptrdiff_t>(roi.dataSize),
+                          static_cast<ptrdiff_t>(bytes.size()));
+            }
+            if (roi.extMdData) {
+                auto items = std::make_unique<md_ext_item_collection>();
+                Call call("read");
+                bv_md_read_extended(call, items.get(), roi.extMdData, roi.extMdDataSize);
+            }
+        }
+        Recompose(16, 8, static_cast<uns16>(upto(20)), static_cast<uns16>(upto(20)));
+    }
+    EXPECT_GT(decoded, 1000);
+}

@@ -1,0 +1,173 @@
+#include <gtest/gtest.h>
+#include <random>
+
+#include "unit/acquisition/program.h"
+
+using program_test::Op;
+using program_test::Ops;
+using program_test::PlainSetup;
+
+namespace {
+
+// What a program makes the sensor do, by running it without charge.
+struct Totals {
+    uns64 rows = 0;  // that left the sensor
+    uns64 conversions = 0;
+    uns64 lines = 0;
+    uns32 frame_ends = 0;
+    bool lines_complete = true;  // each line emptied the register
+    bool balanced = true;
+    bool terminated = false;
+};
+
+class Runner {
+  public:
+    Runner(const Ops& ops, const PlainSetup& setup) : ops_(ops), setup_(setup) {}
+
+    Totals Run() {
+        Block(0, 0);
+        if (line_open_) EndLine();
+        return totals_;
+    }
+
+  private:
+    // Runs from `at` to the matching end; returns where it stands.
+    size_t Block(size_t at, int depth) {
+        for (; at < ops_.size(); ++at) {
+            const Op& op = ops_[at];
+            switch (op.op) {
+                case OP_DO_LOOP: {
+                    size_t end = at;
+                    for (uns16 turn = 0; turn < op.argument; ++turn) end = Block(at + 1, depth + 1);
+                    at = end;
+                    break;
+                }
+                case OP_END_DO: totals_.balanced &= depth > 0; return at;
+                case OP_PARALLEL_DIS: Shift(op.argument); break;
+                case OP_PARALLEL_BIN:
+                    Shift(op.argument);
+                    ++totals_.lines;
+                    line_open_ = true;
+                    pixels_ = 0;
+                    break;
+                case OP_SET_SERIAL_BIN: sbin_ = op.argument; break;
+                case OP_CLAMPED_DISCARD:
+                case OP_SERIAL_DISCARD: pixels_ += op.argument; break;
+                case OP_SERIAL_CONVERT:
+                    pixels_ += uns32{op.argument} * sbin_;
+                    totals_.conversions += op.argument;
+                    break;
+                case OP_EOF:
+                    if (line_open_) EndLine();
+                    ++totals_.frame_ends;
+                    break;
+                case OP_TERMINATE:
+                    totals_.terminated = at + 1 == ops_.size();
+                    totals_.balanced &= depth == 0;
+                    return at;
+            }
+        }
+        totals_.balanced &= depth == 0;
+        return at;
+    }
+
+    void Shift(uns16 rows) {
+        if (line_open_) EndLine();
+        totals_.rows += rows;
+    }
+    // Regions out of column order wrap at 16 bits, as the camera's counters do.
+    void EndLine() {
+        const auto width = static_cast<uns16>(setup_.camera.prescan + setup_.camera.ser_size +
+                                              setup_.camera.postscan);
+        totals_.lines_complete &= static_cast<uns16>(pixels_) == width;
+        line_open_ = false;
+    }
+
+    const Ops& ops_;
+    const PlainSetup& setup_;
+    Totals totals_;
+    bool line_open_ = false;
+    uns32 pixels_ = 0;
+    uns16 sbin_ = 0;
+};
+
+class Dice {
+  public:
+    explicit Dice(uns32 seed) : engine_(seed) {}
+    uns16 Upto(int limit) {
+        return static_cast<uns16>(std::uniform_int_distribution<int>(0, limit)(engine_));
+    }
+    bool Coin() { return Upto(1) == 1; }
+
+  private:
+    std::mt19937 engine_;
+};
+
+// Non-overlapping regions on a grid whose cells are multiples of the binning.
+std::vector<rgn_type> RandomRegions(Dice& dice, uns16 columns, uns16 rows, uns16 cell_width,
+                                    uns16 cell_height, uns16 sbin, uns16 pbin) {
+    std::vector<rgn_type> regions;
+    for (uns16 row = 0; row < rows; ++row) {
+        for (uns16 column = 0; column < columns; ++column) {
+            if (dice.Upto(2) != 0) continue;
+            const int s1 = column * cell_width + dice.Upto(cell_width / 2);
+            const int height = pbin * (1 + dice.Upto(cell_height / pbin - 1));
+            const int p1 = row * cell_height;
+            const int s2 = s1 + dice.Upto(column * cell_width + cell_width - 1 - s1);
+            regions.push_back({.s1 = static_cast<uns16>(s1),
+                               .s2 = static_cast<uns16>(s2),
+                               .sbin = sbin,
+                               .p1 = static_cast<uns16>(p1),
+                               .p2 = static_cast<uns16>(p1 + height - 1),
+                               .pbin = pbin});
+        }
+    }
+    return regions;
+}
+
+}  // namespace
+
+TEST(ProgramProperty, EveryRowAndPixelIsAccountedFor) {
+    Dice dice(20240607);
+    int programs = 0;
+    while (programs < 400) {
+        const auto sbin = static_cast<uns16>(1 + dice.Upto(3));
+        const auto pbin = static_cast<uns16>(1 + dice.Upto(3));
+        const auto cell_width = static_cast<uns16>(sbin * (2 + dice.Upto(20)));
+        const auto cell_height = static_cast<uns16>(pbin * (1 + dice.Upto(10)));
+        const auto columns = static_cast<uns16>(1 + dice.Upto(3));
+        const auto rows = static_cast<uns16>(1 + dice.Upto(3));
+        auto regions = RandomRegions(dice, columns, rows, cell_width, cell_height, sbin, pbin);
+        if (regions.empty()) continue;
+        if (dice.Coin()) std::reverse(regions.begin(), regions.end());
+        ++programs;
+
+        PlainSetup setup(regions);
+        setup.camera.ser_size = static_cast<uns16>(columns * cell_width + dice.Upto(9));
+        setup.camera.par_size = static_cast<uns16>(rows * cell_height + dice.Upto(9));
+        setup.camera.prescan = dice.Upto(5);
+        setup.camera.postscan = dice.Upto(5);
+        setup.camera.premask = dice.Upto(5);
+        setup.camera.postmask = dice.Upto(5);
+        setup.camera.clear_mode = CLEAR_NEVER;
+        setup.camera.shtr_open_mode = dice.Upto(OPEN_NO_CHANGE);
+        setup.exp_total = static_cast<uns16>(1 + dice.Upto(3));
+        setup.exp_mode = static_cast<int16>(dice.Upto(INT_STROBE_MODE));
+        uns64 pixels = 0;
+        for (const rgn_type& r : regions) {
+            pixels += uns64{static_cast<uns16>((r.s2 - r.s1 + 1) / sbin)} *
+                      static_cast<uns16>((r.p2 - r.p1 + 1) / pbin);
+        }
+
+        const Ops ops = program_test::Write(setup);
+        const Totals totals = Runner(ops, setup).Run();
+        SCOPED_TRACE(testing::PrintToString(ops));
+        const uns64 height =
+            uns64{setup.camera.premask} + setup.camera.par_size + setup.camera.postmask;
+        ASSERT_TRUE(totals.terminated && totals.balanced);
+        ASSERT_EQ(totals.rows, height * setup.exp_total);
+        ASSERT_EQ(totals.conversions, pixels * setup.exp_total);
+        ASSERT_EQ(totals.frame_ends, setup.exp_total);
+        ASSERT_TRUE(totals.lines_complete);
+    }
+}

@@ -1,0 +1,240 @@
+#include "acquisition/regions.h"
+
+#include <array>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
+
+#include "orvex/orvex_errors.h"
+
+#include "support/core/trace_capture.h"
+
+#include "unit/acquisition/setup_camera.h"
+
+using testing::ElementsAreArray;
+
+// --- validators
+
+struct RegionCase {
+    const char* name;
+    std::vector<rgn_type> regions;
+    const char* failure;  // empty: accepted
+};
+
+class Validators : public testing::TestWithParam<RegionCase> {
+  protected:
+    support::TraceCapture trace_;
+    SetupCamera camera_;
+};
+
+class BinningValidator : public Validators {};
+class RoiValidator : public Validators {};
+
+TEST_P(BinningValidator, Says) {
+    camera_.reads().cap_extended = 1;
+    camera_.reads().ext_caps_flags = EXT_CAPS_BINNING;
+    nvp_container& ser = camera_.reads().binning_ser_nvp;
+    nvp_container& par = camera_.reads().binning_par_nvp;
+    ser.count = par.count = 2;
+    ser.items[0].value = 2;
+    par.items[0].value = 2;
+    ser.items[1].value = 4;
+    par.items[1].value = 1;
+    const auto& regions = GetParam().regions;
+    const boolean16 result =
+        oz_validate_binnings(camera_.hcam, regions.data(), static_cast<uns16>(regions.size()));
+    if (!*GetParam().failure) {
+        EXPECT_EQ(result, 1);
+        return;
+    }
+    EXPECT_EQ(result, 0);
+    EXPECT_TRUE(trace_.failed_with(C3_RGN_INVALID, GetParam().failure));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, BinningValidator,
+    testing::Values(
+        RegionCase{"Unbinned", {{0, 9, 1, 0, 9, 1}}, ""},
+        RegionCase{"FirstPairOfTheTable", {{0, 9, 2, 0, 9, 2}}, ""},
+        RegionCase{"SecondPairOfTheTable", {{0, 9, 4, 0, 9, 1}}, ""},
+        RegionCase{
+            "FactorsOfDifferentPairs", {{0, 9, 4, 0, 9, 2}}, "Camera does not support binning 4x2"},
+        RegionCase{"SwappedPair", {{0, 9, 1, 0, 9, 4}}, "Camera does not support binning 1x4"},
+        RegionCase{"Zero", {{0, 9, 0, 0, 9, 1}}, "Zero binning not allowed"},
+        RegionCase{"ZeroParallel", {{0, 9, 1, 0, 9, 0}}, "Zero binning not allowed"},
+        RegionCase{"DifferenceComesBeforeZero",
+                   {{0, 9, 0, 0, 9, 1}, {0, 9, 0, 0, 9, 1}, {0, 9, 0, 0, 9, 2}},
+                   "Region 2 has different binning"}),
+    [](const auto& test) { return std::string(test.param.name); });
+
+TEST_P(RoiValidator, Says) {
+    const auto& regions = GetParam().regions;
+    const boolean16 result =
+        oz_validate_rois(camera_.hcam, regions.data(), static_cast<uns16>(regions.size()));
+    if (!*GetParam().failure) {
+        EXPECT_EQ(result, 1);
+        return;
+    }
+    EXPECT_EQ(result, 0);
+    EXPECT_TRUE(trace_.failed_with(C3_RGN_INVALID, GetParam().failure));
+}
+
+// The sensor of the test camera has 512 columns and 256 rows.
+INSTANTIATE_TEST_SUITE_P(
+    Cases, RoiValidator,
+    testing::Values(
+        RegionCase{"WholeSensor", {{0, 511, 1, 0, 255, 1}}, ""},
+        RegionCase{"SinglePixel", {{7, 7, 1, 9, 9, 1}}, ""},
+        RegionCase{"ColumnOutside", {{0, 512, 1, 0, 255, 1}}, "Region 0 lies out of sensor area"},
+        RegionCase{"RowOutside", {{0, 511, 1, 0, 256, 1}}, "Region 0 lies out of sensor area"},
+        RegionCase{"EdgesOfAllComeFirst",
+                   {{0, 512, 1, 0, 9, 1}, {5, 4, 1, 0, 9, 1}},
+                   "Region 1 has left/top edge past right/bottom edge"},
+        RegionCase{"RowsSwapped",
+                   {{0, 9, 1, 9, 8, 1}},
+                   "Region 0 has left/top edge past right/bottom edge"},
+        RegionCase{"NeighbouringRows", {{0, 9, 1, 0, 9, 1}, {0, 9, 1, 10, 19, 1}}, ""},
+        RegionCase{
+            "SharedCorner", {{0, 9, 1, 0, 9, 1}, {9, 19, 1, 9, 19, 1}}, "Regions 0 and 1 overlap"},
+        RegionCase{
+            "FirstPairInOrder",
+            {{0, 9, 1, 0, 9, 1}, {20, 29, 1, 0, 9, 1}, {25, 35, 1, 5, 9, 1}, {0, 9, 1, 5, 9, 1}},
+            "Regions 0 and 3 overlap"}),
+    [](const auto& test) { return std::string(test.param.name); });
+
+TEST_F(Validators, NoBinningTableMeansAnyPair) {
+    const rgn_type odd{0, 9, 3, 0, 9, 7};
+    EXPECT_EQ(oz_validate_binnings(camera_.hcam, &odd, 1), 1);
+    EXPECT_EQ(oz_validate_binnings(camera_.hcam, nullptr, 1), 0);
+    EXPECT_TRUE(trace_.failed_with(C3_RGN_INVALID, "Null region array"));
+    EXPECT_EQ(oz_validate_rois(camera_.hcam, nullptr, 1), 0);
+    EXPECT_TRUE(trace_.failed_with(C3_RGN_INVALID, "Null region array"));
+    EXPECT_EQ(oz_validate_rois(camera_.hcam, &odd, 0), 1);
+}
+
+// --- arithmetic
+
+struct AxisCase {
+    uns16 first, last, binning, size, ports, pixels;
+};
+
+TEST(Dimensions, OfAnAxis) {
+    const AxisCase cases[] = {
+        {3, 3, 1, 100, 1, 1},    {0, 99, 1, 100, 1, 100},
+        {0, 98, 2, 100, 1, 49},  {5, 6, 4, 100, 1, 0},  // narrower than its binning
+        {0, 99, 3, 100, 2, 32},                         // 16 a section, not 33
+        {10, 20, 1, 100, 2, 11}, {60, 69, 5, 100, 2, 2},
+        {49, 50, 1, 100, 2, 2},  {0, 99, 1, 101, 2, 100},  // the odd column belongs to no section
+    };
+    for (const AxisCase& c : cases) {
+        EXPECT_EQ(bv::CountAxisPixels(c.first, c.last, c.binning, c.size, c.ports), c.pixels)
+            << c.first << ".." << c.last << " by " << c.binning << " on " << c.ports;
+    }
+}
+
+TEST(Dimensions, LastRegionStaysInTheRecord) {
+    SetupCamera camera;
+    camera.reads().ser_ports = 2;
+    const rgn_type region{0, 511, 3, 10, 19, 2};
+    uns32 pixels = 0;
+    bv_calculate_dimensions(camera.hcam, &region, &pixels);
+    EXPECT_EQ(pixels, 170u * 5u);  // 85 of each 256 columns
+    EXPECT_EQ(camera.decode_info().ser_pixels, 170);
+    EXPECT_EQ(camera.decode_info().par_pixels, 5);
+}
+
+struct BoundaryCase {
+    std::vector<rgn_type> regions;
+    uns16 premask;
+    uns16 par_end;
+    std::vector<int16> boundaries;
+};
+
+TEST(Boundaries, AreSortedAndUnique) {
+    const BoundaryCase cases[] = {
+        {{{0, 9, 1, 10, 19, 1}}, 0, 100, {0, 10, 20, 100}},
+        {{{0, 9, 1, 0, 99, 1}}, 0, 100, {0, 100}},
+        {{{0, 9, 1, 0, 99, 1}}, 4, 106, {-4, 0, 100, 106}},
+        {{{0, 9, 1, 50, 59, 1}, {20, 29, 1, 40, 54, 1}}, 2, 100, {-2, 40, 50, 55, 60, 100}},
+        {{{0, 9, 1, 5, 9, 1}, {20, 29, 1, 5, 9, 1}}, 0, 10, {0, 5, 10}},
+    };
+    for (const BoundaryCase& c : cases) {
+        std::vector<int16> boundary(c.regions.size() * 2 + 2);
+        const uns16 count =
+            bv_set_boundaries(boundary.data(), c.regions.data(),
+                              static_cast<uns16>(c.regions.size()), c.premask, c.par_end);
+        boundary.resize(count);
+        EXPECT_THAT(boundary, ElementsAreArray(c.boundaries));
+    }
+}
+
+// --- snapshot
+
+TEST(Snapshot, TakesAllValues) {
+    SetupCamera camera;
+    camera.firmware().reply(SH_CLOSE_DELAY, 2, 11).reply(SH_OPEN_DELAY, 2, 12);
+    camera.reads().preflash = 13;
+    camera.reads().preamp_delay = 14;
+    camera.reads().mpp_capable = MPP_SELECTABLE;
+    camera.reads().frame_capable = 1;
+    cam_cfg_type& cfg = camera.cfg();
+    cfg.prescan = 1;
+    cfg.postscan = 2;
+    cfg.premask = 3;
+    cfg.postmask = 4;
+    cfg.clear_cycles = 5;
+    cfg.clear_mode = CLEAR_POST_SEQUENCE;
+    cfg.shtr_open_mode = OPEN_PRE_TRIGGER;
+    cfg.pmode = PMODE_ALT_FT_MPP;
+    cfg.exp_res_index = EXP_RES_ONE_MICROSEC;
+    active_camera_type cam;
+    ASSERT_EQ(bv_get_camera_info(camera.hcam, &cam), 1);
+    EXPECT_EQ(cam.shtr_close_delay, 11);
+    EXPECT_EQ(cam.shtr_open_delay, 12);
+    EXPECT_EQ(cam.par_size, 256);
+    EXPECT_EQ(cam.ser_size, 512);
+    EXPECT_EQ(cam.prescan, 1);
+    EXPECT_EQ(cam.postscan, 2);
+    EXPECT_EQ(cam.premask, 3);
+    EXPECT_EQ(cam.postmask, 4);
+    EXPECT_EQ(cam.preflash, 13);
+    EXPECT_EQ(cam.clear_cycles, 5);
+    EXPECT_EQ(cam.preamp_delay, 14);
+    EXPECT_EQ(cam.mpp_selectable, 1);
+    EXPECT_EQ(cam.frame_capable, 1);
+    EXPECT_EQ(cam.clear_mode, CLEAR_POST_SEQUENCE);
+    EXPECT_EQ(cam.shtr_open_mode, OPEN_PRE_TRIGGER);
+    EXPECT_TRUE(cam.mpp_on && cam.frame_transfer_on && cam.alt_on);
+    EXPECT_EQ(cam.exp_res, EXP_RES_ONE_MICROSEC);
+    EXPECT_EQ(cam.io_info, cfg.io_script_info.get());
+    EXPECT_EQ(camera.writes().size(), 2u);  // the two delays; all else is known
+}
+
+// Such a camera has no choice of the phase; the setup goes on without a code left behind.
+TEST(Snapshot, CameraThatKnowsNothingOfMpp) {
+    SetupCamera camera;
+    camera.reads().mpp_capable = MPP_UNKNOWN;
+    active_camera_type cam;
+    ASSERT_EQ(bv_get_camera_info(camera.hcam, &cam), 1);
+    EXPECT_EQ(cam.mpp_selectable, 0);
+    EXPECT_FALSE(bv::ApiGlobal::IsErrorCodeSet());
+}
+
+TEST(Snapshot, FailsWithTheGetter) {
+    SetupCamera camera;
+    camera.camera().fail_write();
+    active_camera_type cam;
+    EXPECT_EQ(bv_get_camera_info(camera.hcam, &cam), 0);
+    EXPECT_TRUE(bv::ApiGlobal::IsErrorCodeSet());
+}
+
+TEST(ParallelMode, Flags) {
+    const char* expected[] = {"---", "-f-", "m--", "mf-", "--a", "-fa", "m-a", "mfa", "---"};
+    for (int32 mode = 0; mode < 9; ++mode) {
+        const bv::ParallelModeFlags flags = bv::DecodeParallelMode(mode);
+        const std::string text = std::string(flags.mpp ? "m" : "-") +
+                                 (flags.frame_transfer ? "f" : "-") + (flags.alternate ? "a" : "-");
+        EXPECT_EQ(text, expected[mode]) << mode;
+    }
+}

@@ -1,0 +1,143 @@
+#include "acquisition/script.h"
+
+#include <algorithm>
+#include <gtest/gtest.h>
+#include <thread>
+
+#include "orvex/orvex_errors.h"
+
+#include "acquisition/generator.h"
+#include "support/core/test_camera.h"
+#include "support/core/trace_capture.h"
+
+using support::hex;
+
+namespace {
+
+support::Bytes Loaded(const bv::ScriptOwner& script) {
+    return {script->data, script->data + bv_script_load_position()};
+}
+
+}  // namespace
+
+TEST(Script, RecordsOfBothDialects) {
+    bv::ScriptOwner script;
+    ASSERT_EQ(script.Allocate(4), 1);
+    bv_script_load_begin(script.get(), 4);
+    bv_script_load_op(OP_PARALLEL_DIS, 260);
+    bv_sCCL_script_load_op(OP_FRAME_COUNT, 10);
+    EXPECT_EQ(Loaded(script), hex("01 04 07 03 00 00 00 0A"));
+    EXPECT_EQ(script->length, 0);
+    EXPECT_EQ(script->groups, nullptr);
+}
+
+TEST(Script, FullSpaceCountsAsTooLong) {
+    bv::ScriptOwner script;
+    script.Allocate(script_max_entries);
+    bv_script_load_begin(script.get(), script_max_entries);
+    for (int i = 0; i < 8191; ++i) bv_script_load_op(OP_CLEAR, 0);
+    EXPECT_FALSE(bv_script_load_overflowed());
+    bv_script_load_op(OP_CLEAR, 0);
+    EXPECT_TRUE(bv_script_load_overflowed());
+    bv_script_load_op(OP_CLEAR, 0xFFFF);
+    EXPECT_EQ(bv_script_load_position(), 24576);
+}
+
+// The start of a record alone is tested; the memory has room for what stands out.
+TEST(Script, LastLongRecordStandsOut) {
+    bv::ScriptOwner script;
+    script.Allocate(script_max_entries);
+    bv_script_load_begin(script.get(), script_max_entries);
+    for (int i = 0; i < 4915; ++i) bv_sCCL_script_load_op(OP_BIN_X, 1);
+    EXPECT_EQ(bv_script_load_position(), 24575);
+    EXPECT_FALSE(bv_script_load_overflowed());
+    bv_sCCL_script_load_op(OP_BIN_X, 0xFFFFFFFF);
+    EXPECT_EQ(bv_script_load_position(), 24580);
+    EXPECT_EQ(script->data[24579], 0xFF);
+}
+
+TEST(Script, ThreadsLoadSideBySide) {
+    const auto write = [](uns16 argument) {
+        bv::ScriptOwner script;
+        script.Allocate(1000);
+        bv_script_load_begin(script.get(), 1000);
+        for (int i = 0; i < 999; ++i) bv_script_load_op(OP_EXPOSE, argument);
+        EXPECT_EQ(bv_script_load_position(), 2997);
+        const auto* argument_bytes = script->data + 2994;
+        EXPECT_EQ(argument_bytes[1], argument);
+    };
+    std::thread other(write, uns16{7});
+    write(9);
+    other.join();
+}
+
+TEST(Script, FreeReportsAnError) {
+    bv::ApiGlobal::ClearErrorCode(EXT_OPEN_EXCLUSIVE);
+    bv::ScriptOwner script;
+    script.Allocate(1);
+    EXPECT_EQ(script.Free(), 1);
+    script.Allocate(1);
+    bv::ApiGlobal::SetErrorCode(EXT_OPEN_EXCLUSIVE, C3_RGN_INVALID);
+    EXPECT_EQ(script.Free(), 0);
+    EXPECT_EQ(bv_script_free_groups(nullptr), 1);
+}
+
+TEST(Script, SendPicksTheClassByDialect) {
+    support::TraceCapture trace;
+    support::TestCamera camera;
+    bv::ScriptOwner script;
+    script.Allocate(2);
+    bv_script_load_begin(script.get(), 2);
+    bv_script_load_op(OP_EXPOSE, 1);
+    script->length = bv_script_load_position();
+    ASSERT_EQ(bv_script_send(camera.hcam, script.get()), 1);
+    EXPECT_EQ(camera.writes().back(), hex("3D 00 03 00 01 04"));
+    EXPECT_TRUE(trace.contains("bv_script_send: About to send HOST_CCL_SCRIPT with 3 bytes"));
+
+    camera.reads().ccl_caps = CCL_CAPS_SIMPLIFIED;
+    ASSERT_EQ(bv_script_send(camera.hcam, script.get()), 1);
+    EXPECT_EQ(camera.writes().back(), hex("26 00 03 00 01 04"));
+    EXPECT_TRUE(
+        trace.contains("bv_script_send: About to send SIMPLIFIED_CCL_COMMANDS with 3 bytes"));
+}
+
+TEST(Script, OperationTexts) {
+    EXPECT_STREQ(bv_text_op(36), "OP_PARALLEL_CLEAR");
+    EXPECT_STREQ(bv_text_op(37), "<UNKNOWN>");
+    EXPECT_STREQ(bv_text_op_group(13), "OP_SENSOR_CLEAR_COUNT");
+    EXPECT_STREQ(bv_text_op_group(14), "<UNKNOWN>");
+}
+
+TEST(SimplifiedProgram, IsAListOfSettings) {
+    const rgn_type regions[] = {{1, 100, 2, 3, 258, 4}, {300, 399, 2, 3, 258, 4}};
+    bv::ProgramSetup setup;
+    setup.exp_total = 300;
+    setup.buf_mode = CIRC_NO_OVERWRITE;
+    setup.regions = regions;
+    setup.exp_mode = EXT_TRIG_TRIG_FIRST;
+    setup.exposure_time = 0x01020304;
+    setup.camera.exp_res = EXP_RES_ONE_MICROSEC;
+    setup.camera.clear_mode = CLEAR_PRE_SEQUENCE;
+    setup.camera.clear_cycles = 5;
+    bv::ScriptOwner script;
+    script.Allocate(script_max_entries);
+    bv_script_load_begin(script.get(), script_max_entries);
+    bv::WriteSimplifiedProgram(setup);
+    EXPECT_EQ(Loaded(script), hex("03 00 00 01 2C"
+                                  "04 00 00 00 02"
+                                  "00 00 00 00 01"
+                                  "05 00 00 00 02"
+                                  "01 01 02 03 04"
+                                  "02 00 00 08 00"
+                                  "0C 00 00 00 02"
+                                  "0D 00 00 00 05"
+                                  "06 00 00 00 02 07 00 00 00 04 08 00 00 00 01"
+                                  "09 00 00 00 03 0A 00 00 00 64 0B 00 00 01 02"
+                                  "06 00 00 00 02 07 00 00 00 04 08 00 00 01 2C"
+                                  "09 00 00 00 03 0A 00 00 01 8F 0B 00 00 01 02"));
+
+    setup.exp_mode = -1;
+    bv_script_load_begin(script.get(), script_max_entries);
+    bv::WriteSimplifiedProgram(setup);
+    EXPECT_EQ(support::Bytes(script->data + 25, script->data + 30), hex("02 FF FF FF FF"));
+}

@@ -1,0 +1,286 @@
+#include "acquisition/sequence.h"
+
+#include <algorithm>
+#include <functional>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "orvex/orvex_errors.h"
+
+#include "acquisition/continuous.h"
+#include "support/core/trace_capture.h"
+
+#include "unit/acquisition/setup_camera.h"
+
+using support::hex;
+using testing::ElementsAre;
+
+namespace {
+
+class Sequence : public testing::Test {
+  protected:
+    struct Arguments {
+        uns16 exp_total = 3;
+        std::vector<rgn_type> regions{{0, 99, 1, 10, 19, 1}};
+        int16 exp_mode = TIMED_MODE;
+        uns32 exposure_time = 10;
+    };
+
+    boolean16 Prepare(const Arguments& a) {
+        bv::ApiGlobal::ClearErrorCode(EXT_OPEN_EXCLUSIVE);
+        camera_.camera().forget();
+        return bv_exp_setup_seq(camera_.hcam, a.exp_total, static_cast<uns16>(a.regions.size()),
+                                a.regions.data(), a.exp_mode, a.exposure_time, &bytes_);
+    }
+    // Downloads since the last setup began.
+    size_t Programs() {
+        const auto writes = camera_.writes();
+        return static_cast<size_t>(
+            std::count_if(writes.begin(), writes.end(), [](const support::Bytes& frame) {
+                return frame[0] == CLASS_CCL_SCRIPT || frame[0] == CLASS_SIMPLIFIED_CCL;
+            }));
+    }
+    void Start() {
+        ASSERT_EQ(bv_exp_start_seq(camera_.hcam, buffer_.data()), 1);
+        camera_.camera().forget();
+    }
+
+    support::TraceCapture trace_;
+    SetupCamera camera_;
+    std::vector<uns16> buffer_ = std::vector<uns16>(64 * 1024);
+    uns32 bytes_ = 0;
+};
+
+}  // namespace
+
+// --- setup
+
+TEST_F(Sequence, SetupMeasuresAndDownloads) {
+    ASSERT_EQ(Prepare({}), 1);
+    EXPECT_EQ(bytes_, 6000u);
+    EXPECT_EQ(Programs(), 1u);
+    const decode_info_type& decode = camera_.decode_info();
+    EXPECT_EQ(decode.frame_bytes, 2000u);
+    EXPECT_EQ(decode.seq_bytes, 6000u);
+    EXPECT_EQ(decode.frame_count, 3u);
+    EXPECT_EQ(decode.rgn_total, 1);
+    EXPECT_EQ(decode.sbin_first, 1);
+    EXPECT_EQ(decode.pbin_first, 1);
+    EXPECT_EQ(camera_.cam_info().script_valid, 1);
+    EXPECT_EQ(camera_.cache().regions.size(), 1u);
+}
+
+TEST_F(Sequence, SameSetupTalksToNobody) {
+    ASSERT_EQ(Prepare({}), 1);
+    bytes_ = 0;
+    ASSERT_EQ(Prepare({}), 1);
+    EXPECT_EQ(bytes_, 6000u);
+    EXPECT_TRUE(camera_.writes().empty());
+    EXPECT_TRUE(camera_.camera().ioctls().empty());
+}
+
+TEST_F(Sequence, AnyDifferenceDownloadsAnew) {
+    const std::function<void(Arguments&)> changes[] = {
+        [](Arguments& a) { a.exp_total = 4; },
+        [](Arguments& a) { a.exp_mode = STROBED_MODE; },
+        [](Arguments& a) { a.exposure_time = 11; },
+        [](Arguments& a) { a.regions[0].s1 = 1; },
+        [](Arguments& a) { a.regions[0].s2 = 98; },
+        [](Arguments& a) { a.regions[0].sbin = 2; },
+        [](Arguments& a) { a.regions[0].p1 = 11; },
+        [](Arguments& a) { a.regions[0].p2 = 18; },
+        [](Arguments& a) { a.regions[0].pbin = 2; },
+    };
+    for (const auto& change : changes) {
+        ASSERT_EQ(Prepare({}), 1);
+        Arguments changed;
+        change(changed);
+        ASSERT_EQ(Prepare(changed), 1);
+        EXPECT_EQ(Programs(), 1u);
+    }
+    // A continuous run of the same frames is another setup, and so is the sequence after it.
+    ASSERT_EQ(Prepare({}), 1);
+    const Arguments a;
+    ASSERT_EQ(bv_exp_setup_cont(camera_.hcam, 1, a.regions.data(), a.exp_mode, a.exposure_time,
+                                &bytes_, CIRC_OVERWRITE),
+              1);
+    ASSERT_EQ(Prepare({}), 1);
+    EXPECT_EQ(Programs(), 1u);
+    // A setting that the program depends on has changed in between.
+    camera_.cam_info().script_valid = 0;
+    ASSERT_EQ(Prepare({}), 1);
+    EXPECT_EQ(Programs(), 1u);
+}
+
+TEST_F(Sequence, RefusedSetups) {
+    EXPECT_EQ(Prepare({.exp_total = 0}), 0);
+    EXPECT_TRUE(trace_.failed_with(C2_NEED_POSITIVE_VAL, "Given zero size buffer"));
+    ASSERT_EQ(Prepare({}), 1);
+    EXPECT_EQ(Prepare({.regions = {}}), 0);
+    EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), C3_RGN_INVALID);
+    EXPECT_EQ(bv_exp_setup_seq(camera_.hcam, 3, 1, nullptr, TIMED_MODE, 10, &bytes_), 0);
+    EXPECT_EQ(camera_.cam_info().script_valid, 0);  // the setup differed
+    EXPECT_EQ(camera_.cache().regions.size(), 1u);  // the cache keeps the last good one
+    pg_decode_info.reset();
+    EXPECT_EQ(Prepare({}), 0);
+    EXPECT_TRUE(trace_.failed_with(C3_NOT_INITIALIZED, "Null decode_desc structure"));
+}
+
+TEST_F(Sequence, FailedDownloadIsNotRemembered) {
+    camera_.driver().fail_call(5);  // two exchanges for the shutter delays come first
+    const boolean16 failed = Prepare({});
+    EXPECT_TRUE(camera_.driver().fault_happened());
+    EXPECT_EQ(failed, 0);
+    EXPECT_EQ(camera_.cam_info().script_valid, 0);
+    EXPECT_EQ(camera_.cache().valid, 0);
+    ASSERT_EQ(Prepare({}), 1);
+    EXPECT_EQ(Programs(), 1u);
+}
+
+// --- start
+
+TEST_F(Sequence, StartArmsAndExecutes) {
+    ASSERT_EQ(Prepare({}), 1);
+    camera_.decode_info().oldest_frame = 9;
+    camera_.decode_info().reserved = 9;
+    camera_.camera().driver_status(DRIVER_STATUS_INACTIVE, 0);
+    camera_.camera().forget();
+    ASSERT_EQ(bv_exp_start_seq(camera_.hcam, buffer_.data()), 1);
+    EXPECT_THAT(camera_.writes(), ElementsAre(hex("3F 00 01 2E")));
+    EXPECT_THAT(camera_.camera().ioctl_codes(),
+                ElementsAre(DV_GET_IMAGE_DATA_STATUS, DV_RECEIVE_IMAGE_DATA));
+    EXPECT_EQ(camera_.camera().ioctls().back().out, buffer_.data());
+    EXPECT_EQ(camera_.camera().ioctls().back().out_size, 6000u);
+    EXPECT_EQ(camera_.cam_info().exp_started, 1);
+    EXPECT_EQ(camera_.decode_info().oldest_frame, 0u);
+    EXPECT_EQ(camera_.decode_info().reserved, 0u);
+    EXPECT_EQ(camera_.decode_info().rgn_total, 1);
+}
+
+TEST_F(Sequence, VariableTimeGoesAheadOfEachStart) {
+    (*camera_.reads().exp_range_map)[EXP_RES_ONE_MILLISEC] = {0, 10, 500};
+    ASSERT_EQ(Prepare({.exp_mode = VARIABLE_TIMED_MODE}), 1);
+    ASSERT_EQ(bv_exp_set_time_seq(camera_.hcam, 500), 1);
+    ASSERT_EQ(bv_exp_start_seq(camera_.hcam, buffer_.data()), 1);
+    EXPECT_EQ(camera_.writes().back(), hex("3F 00 04 39 01 F4 2E"));
+    bv_exp_set_time_seq(camera_.hcam, 501);
+    EXPECT_EQ(bv_exp_start_seq(camera_.hcam, buffer_.data()), 0);
+    EXPECT_TRUE(trace_.failed_with(C0_EXPOSURE_OUT_OF_RANGE,
+                                   "Exposure time (501) out of range (10 - 500)"));
+    camera_.reads().exp_range_map->clear();
+    EXPECT_THROW(bv_exp_start_seq(camera_.hcam, buffer_.data()), std::out_of_range);
+}
+
+TEST_F(Sequence, StartFailures) {
+    EXPECT_EQ(bv_exp_start_seq(camera_.hcam, buffer_.data()), 0);
+    EXPECT_TRUE(trace_.failed_with(C3_INVALID_SCRIPT, "Script not valid"));
+
+    ASSERT_EQ(Prepare({}), 1);
+    camera_.camera().refuse(DV_RECEIVE_IMAGE_DATA);
+    EXPECT_EQ(bv_exp_start_seq(camera_.hcam, buffer_.data()), 0);
+    EXPECT_EQ(camera_.decode_info().pixel_stream, nullptr);
+    EXPECT_EQ(camera_.cam_info().exp_started, 0);
+    camera_.camera().refuse(DV_RECEIVE_IMAGE_DATA, false);
+
+    // The camera keeps its program when it can't be told to execute it.
+    camera_.camera().fail_write();
+    EXPECT_EQ(bv_exp_start_seq(camera_.hcam, buffer_.data()), 0);
+    EXPECT_EQ(camera_.cam_info().exp_started, 0);
+    EXPECT_EQ(camera_.cam_info().script_valid, 1);
+    EXPECT_EQ(camera_.decode_info().pixel_stream, buffer_.data());
+    camera_.camera().fail_write(false);
+    bv::ApiGlobal::ClearErrorCode(EXT_OPEN_EXCLUSIVE);
+    EXPECT_EQ(bv_exp_start_seq(camera_.hcam, buffer_.data()), 1);
+}
+
+TEST_F(Sequence, ArmingTests) {
+    EXPECT_EQ(bv_dd_active(camera_.hcam, buffer_.data()), 0);
+    EXPECT_TRUE(trace_.failed_with(C3_INVALID_SCRIPT, "The (s)CCL script is not valid"));
+    camera_.cam_info().script_valid = 1;
+    EXPECT_EQ(bv_exp_set_bytes(camera_.hcam, 0, 0, buffer_.data()), 0);
+    EXPECT_TRUE(trace_.failed_with(C0_NO_IMG_DATA, "The data size is zero"));
+    EXPECT_EQ(camera_.decode_info().pixel_stream, nullptr);
+
+    // A transfer that still runs is ended first.
+    camera_.camera().driver_status(DRIVER_STATUS_READING, 0);
+    camera_.camera().forget();
+    ASSERT_EQ(bv_exp_set_bytes(camera_.hcam, 4, 4000, buffer_.data()), 1);
+    EXPECT_EQ(camera_.decode_info().frame_bytes, 1000u);
+    EXPECT_THAT(camera_.camera().ioctl_codes(),
+                ElementsAre(DV_GET_IMAGE_DATA_STATUS, DV_SET_IMAGE_DATA_IDLE,
+                            DV_CLEANUP_IMAGE_DATA_IDLE, DV_RECEIVE_IMAGE_DATA));
+}
+
+// --- run
+
+TEST_F(Sequence, StatusComesFromTheDriver) {
+    int16 status = -1;
+    uns32 bytes = 7;
+    uns32 frames = 7;
+    EXPECT_EQ(bv_exp_check_status(camera_.hcam, &status, &bytes, &frames), 0);
+    EXPECT_TRUE(trace_.failed_with(C0_NO_IMG_DATA, "Buffer is null"));
+    EXPECT_EQ(bytes, 0u);
+
+    ASSERT_EQ(Prepare({}), 1);
+    Start();
+    camera_.camera().report(NOTIFICATION_EOF, 2, 2);
+    camera_.camera().driver_status(DRIVER_STATUS_READING, 4000);
+    ASSERT_EQ(bv_exp_check_status(camera_.hcam, &status, &bytes, &frames), 1);
+    EXPECT_EQ(status, READOUT_IN_PROGRESS);
+    EXPECT_EQ(bytes, 4000u);
+    EXPECT_EQ(frames, 2u);
+    camera_.camera().driver_status(DRIVER_STATUS_COMPLETE, 6000);
+    ASSERT_EQ(bv_exp_check_status(camera_.hcam, &status, &bytes, &frames), 1);
+    EXPECT_EQ(status, READOUT_COMPLETE);
+    EXPECT_EQ(camera_.cam_info().exp_started, 1);  // until the abort that ends the run
+    EXPECT_TRUE(camera_.writes().empty());
+}
+
+TEST_F(Sequence, FinishEndsTheRun) {
+    EXPECT_EQ(bv_exp_finish_seq(camera_.hcam, buffer_.data(), 0), 0);
+    EXPECT_TRUE(trace_.failed_with(C3_ILLEGAL_BUFFER_SIZE, "The data size is zero"));
+    ASSERT_EQ(Prepare({}), 1);
+    Start();
+    ASSERT_EQ(bv_exp_finish_seq(camera_.hcam, buffer_.data(), 0), 1);
+    EXPECT_EQ(camera_.cam_info().exp_started, 0);
+    EXPECT_TRUE(camera_.writes().empty());  // no change of the camera was asked for
+}
+
+TEST_F(Sequence, SmallMembers) {
+    camera_.firmware().reply(EXP_TIME, 2, 321);
+    uns16 time = 0;
+    ASSERT_EQ(bv_exp_get_time_seq(camera_.hcam, &time), 1);
+    EXPECT_EQ(time, 321);
+    EXPECT_EQ(bv_exp_enable_ints(camera_.hcam, BEGIN_END_FRAME_IRQS), 1);
+    EXPECT_EQ(bv_exp_enable_ints(camera_.hcam, 4), 1);
+    EXPECT_EQ(bv_exp_enable_ints(camera_.hcam, -1), 1);
+    EXPECT_EQ(camera_.cam_info().irq_mask, BEGIN_END_FRAME_IRQS);
+    EXPECT_EQ(bv_exp_wait_start_xfer(camera_.hcam, 1), 0);
+    EXPECT_TRUE(trace_.contains("dv_exp_wait_start_xfer: BOF event not signalled within 1 ms"));
+    EXPECT_EQ(bv_exp_wait_end_xfer(camera_.hcam, 1), 0);
+    EXPECT_TRUE(trace_.contains("dv_exp_wait_end_xfer: EOF event not signalled within 1 ms"));
+}
+
+// Whatever the driver or the camera refuses on the way, the next attempt works.
+TEST_F(Sequence, AnyFaultLeavesAWorkingCamera) {
+    for (unsigned n = 1;; ++n) {
+        ASSERT_LT(n, 100u);
+        camera_.cache().valid = 0;
+        bv::ApiGlobal::ClearErrorCode(EXT_OPEN_EXCLUSIVE);
+        camera_.driver().fail_call(n);
+        const bool done = Prepare({}) && bv_exp_start_seq(camera_.hcam, buffer_.data());
+        const bool faulted = camera_.driver().fault_happened();
+        camera_.driver().fail_call(0);
+        bv::ApiGlobal::ClearErrorCode(EXT_OPEN_EXCLUSIVE);
+        if (!done) {
+            EXPECT_EQ(camera_.cam_info().exp_started, 0) << n;
+            ASSERT_EQ(Prepare({}), 1) << n;
+            ASSERT_EQ(bv_exp_start_seq(camera_.hcam, buffer_.data()), 1) << n;
+        }
+        ASSERT_EQ(bv_exp_finish_seq(camera_.hcam, buffer_.data(), 0), 1) << n;
+        if (!faulted) break;
+    }
+}

@@ -1,0 +1,202 @@
+#include <algorithm>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <mutex>
+#include <set>
+#include <string_view>
+#include <system_error>
+
+#include "support/core/test_camera.h"
+#include "support/core/trace_capture.h"
+
+#include "operation_table.h"
+
+// What the entry layer does for each operation before the work begins: lock and null checks. What
+// is expected stands here by name, apart from the rows.
+namespace {
+
+// Pointers that may be null.
+const std::set<std::string> unchecked_pointers = {
+    "ox_cam_register_callback_ex3.context",
+    "ox_cam_register_callback.callback",
+    "ox_cam_register_callback_ex.callback",
+    "ox_cam_register_callback_ex.context",
+    "ox_cam_register_callback_ex2.callback",
+    "oz_script_set_hook.pfn",
+    "ox_get_enum_param.desc",
+    "ox_buf_alloc.hbuf",
+    "oz_cam_send_debug.reply_str",
+    "oz_cam_write_read.read_array",
+    "bv_cam_write_read.read_array",
+    "ox_internal_cam_write_read_passthrough.write_array",
+    "ox_internal_cam_write_read_passthrough.read_array",
+    "ox_internal_bridge_command.send_data",
+    "ox_internal_bridge_command.recv_data",
+    "oz_bridge_command.send_data",
+    "oz_bridge_command.recv_data",
+};
+
+bv::ApiLock ExpectedLock(std::string_view name) {
+    static const std::set<std::string_view> none = {
+        "ox_error_code", "ox_error_message", "oz_set_error_code", "oz_free",
+        "oz_malloc",     "oz_realloc",       "oz_calloc",         "oz_script_set_hook",
+    };
+    static const std::set<std::string_view> global = {
+        "ox_orvex_get_ver",
+        "ox_orvex_init",
+        "ox_orvex_uninit",
+        "ox_cam_get_name",
+        "ox_cam_get_total",
+        "ox_cam_open",
+        "ox_create_tidal_stream_struct",
+        "ox_release_tidal_stream_struct",
+        "ox_create_frame_info_struct",
+        "ox_release_frame_info_struct",
+        "ox_exp_init_seq",
+        "ox_exp_uninit_seq",
+        "ox_ddi_get_ver",
+    };
+    if (none.contains(name)) return bv::ApiLock::none;
+    if (global.contains(name) || name.starts_with("ox_md_") || name.starts_with("ox_buf_")) {
+        return bv::ApiLock::global;
+    }
+    return bv::ApiLock::camera;
+}
+
+bool Checks(const Operation& operation, size_t argument) {
+    return operation.pointers[argument] &&
+           !unchecked_pointers.contains(operation.name + "." + operation.words[argument]);
+}
+
+// One argument of one operation.
+struct Argument {
+    const Operation* operation;
+    size_t index;
+
+    const std::string& word() const { return operation->words[index]; }
+};
+
+std::ostream& operator<<(std::ostream& out, const Argument& argument) {
+    return out << argument.operation->name << "_" << argument.word();
+}
+
+std::vector<Argument> PointerArguments(bool checked) {
+    std::vector<Argument> found;
+    for (const Operation& operation : Operations()) {
+        for (size_t i = 0; i < operation.words.size(); ++i) {
+            if (operation.pointers[i] && Checks(operation, i) == checked) {
+                found.push_back({&operation, i});
+            }
+        }
+    }
+    return found;
+}
+
+std::vector<const Operation*> OperationsWith(std::initializer_list<bv::ApiLock> locks) {
+    std::vector<const Operation*> found;
+    for (const Operation& operation : Operations()) {
+        if (std::ranges::find(locks, ExpectedLock(operation.name)) != locks.end()) {
+            found.push_back(&operation);
+        }
+    }
+    return found;
+}
+
+const auto operation_name = [](const auto& row) { return row.param->name; };
+
+class Locks : public testing::TestWithParam<const Operation*> {
+  protected:
+    const Operation& operation() const { return *GetParam(); }
+
+    support::TestCamera camera_;
+};
+
+// The error-checking mutexes tell by an exception that an operation wants what this thread holds.
+TEST_P(Locks, AreThoseOfTheOperation) {
+    const bv::ApiLock expected = ExpectedLock(operation().name);
+    EXPECT_EQ(operation().lock, expected);
+    if (expected == bv::ApiLock::none) {
+        std::lock_guard global(api_global_mutex);
+        std::lock_guard camera(api_camera_mutexes[0]);
+        EXPECT_NO_THROW(operation().call(0));
+        return;
+    }
+    std::lock_guard held(expected == bv::ApiLock::global ? api_global_mutex
+                                                         : api_camera_mutexes[0]);
+    EXPECT_THROW(operation().call(no_nulls), std::system_error);
+}
+
+INSTANTIATE_TEST_SUITE_P(Operations, Locks,
+                         testing::ValuesIn(OperationsWith({bv::ApiLock::none, bv::ApiLock::global,
+                                                           bv::ApiLock::camera})),
+                         operation_name);
+
+class BadHandles : public Locks {};
+
+TEST_P(BadHandles, AreRejectedBeforeTheErrorIsCleared) {
+    camera_.cam_info().open = 0;
+    support::TraceCapture trace;
+    EXPECT_FALSE(operation().call(0));
+    const std::vector<std::string> messages = trace.messages();
+    EXPECT_TRUE(trace.failed_with(C0_INVALID_HANDLE, "Invalid camera handle or camera not open"));
+    EXPECT_THAT(messages, testing::Not(testing::Contains(testing::HasSubstr("ClearErrorCode"))));
+    EXPECT_EQ(messages.back(), "bv::ApiEntryLayer::" + operation().name + ": RETURN (OZ_FAIL)");
+}
+
+INSTANTIATE_TEST_SUITE_P(Operations, BadHandles,
+                         testing::ValuesIn(OperationsWith({bv::ApiLock::camera})), operation_name);
+
+class Nulls : public testing::TestWithParam<Argument> {
+  protected:
+    const Operation& operation() const { return *GetParam().operation; }
+
+    support::TestCamera camera_;
+};
+
+class RefusedNulls : public Nulls {};
+
+// All arguments behind it are null, too: the first one is told.
+TEST_P(RefusedNulls, EndTheCall) {
+    support::TraceCapture trace;
+    EXPECT_FALSE(operation().call(GetParam().index));
+    const std::vector<std::string> messages = trace.messages();
+    const std::string text = "Argument '" + GetParam().word() + "' is null";
+    EXPECT_TRUE(trace.failed_with(C0_NULL_POINTER, text));
+    const std::string entry = "bv::ApiEntryLayer::" + operation().name;
+    EXPECT_EQ(trace.messages(bv::log_error), std::vector{entry + ": " + text});
+    EXPECT_THAT(messages,
+                testing::Not(testing::Contains(testing::StartsWith("bv::ApiExecLayer::"))));
+    EXPECT_THAT(messages.back(), testing::StartsWith(entry + ": RETURN ("));
+}
+
+INSTANTIATE_TEST_SUITE_P(Arguments, RefusedNulls, testing::ValuesIn(PointerArguments(true)),
+                         testing::PrintToStringParamName());
+
+class AllowedNulls : public Nulls {};
+
+TEST_P(AllowedNulls, ReachTheNextCheckOrTheWork) {
+    support::TraceCapture trace;
+    operation().call(GetParam().index);
+    std::string expected = "bv::ApiExecLayer::";
+    for (size_t i = operation().words.size(); i-- > GetParam().index;) {
+        if (Checks(operation(), i)) expected = "Argument '" + operation().words[i] + "' is null";
+    }
+    EXPECT_THAT(trace.messages(), testing::Contains(testing::HasSubstr(expected)));
+    EXPECT_THAT(trace.messages(), testing::Not(testing::Contains(testing::HasSubstr(
+                                      "Argument '" + GetParam().word() + "' is null"))));
+}
+
+INSTANTIATE_TEST_SUITE_P(Arguments, AllowedNulls, testing::ValuesIn(PointerArguments(false)),
+                         testing::PrintToStringParamName());
+
+TEST(LockClasses, HaveTheirSizes) {
+    size_t sizes[3] = {};
+    for (const Operation& operation : Operations()) ++sizes[static_cast<int>(operation.lock)];
+    EXPECT_THAT(sizes, testing::ElementsAre(8U, 35U, 121U));
+}
+
+TEST(UncheckedPointers, AreAllFound) {
+    EXPECT_EQ(PointerArguments(false).size(), unchecked_pointers.size());
+}
+
+}  // namespace

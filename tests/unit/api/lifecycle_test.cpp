@@ -1,0 +1,216 @@
+#include "api/lifecycle.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <optional>
+#include <string>
+
+#include "orvex/orvex.h"
+
+#include "api/module_entry.h"
+#include "log/log.h"
+#include "state/api_global.h"
+#include "state/camera_tables.h"
+#include "support/core/trace_capture.h"
+#include "support/environment.h"
+#include "support/scripted_driver.h"
+#include "support/temp_dir.h"
+
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+// An installation whose registry is a file of the test.
+class Installation {
+  public:
+    explicit Installation(const std::string& content)
+        : registry_("ORVEX_REGISTRY", directory_.write("registry.ini", content).string()) {}
+
+    static std::string Key(const std::string& values) {
+        return "[SOFTWARE\\Brelvane\\ORVEX]\n" + values;
+    }
+
+  private:
+    support::TempDir directory_;
+    support::Environment registry_;
+};
+
+struct VersionCase {
+    std::string name;
+    std::string registry;
+    std::optional<uns16> packed;
+    std::string line;  // logged, empty for none
+};
+
+class Version : public testing::TestWithParam<VersionCase> {};
+
+TEST_P(Version, IsPackedFromTheRegistry) {
+    const Installation installation(GetParam().registry);
+    support::TraceCapture trace;
+    uns16 version = 0xAAAA;
+    EXPECT_EQ(ox_orvex_get_ver(&version), GetParam().packed.has_value());
+    EXPECT_EQ(version, GetParam().packed.value_or(0xAAAA));
+    if (!GetParam().packed) {
+        EXPECT_TRUE(trace.failed_with(C0_UNKNOWN_ERROR, GetParam().line));
+    } else if (GetParam().line.empty()) {
+        EXPECT_THAT(trace.messages(bv::log_warning), IsEmpty());
+    } else {
+        EXPECT_THAT(trace.messages(bv::log_warning),
+                    ElementsAre("oz_orvex_get_ver: " + GetParam().line));
+    }
+}
+
+const std::string out_of_range = "Version part(s) out of range (8-4-4-16 bits)";
+const std::string unparsed = "Cannot parse all four version tokens from value ";
+
+const VersionCase version_cases[] = {
+    {"plain", Installation::Key("Current Version=3.9.2.1234\n"), 0x0392, ""},
+    {"largest", Installation::Key("Current Version=255.15.15.65535\n"), 0xFFFF, ""},
+    {"major_too_large", Installation::Key("Current Version=300.1.2.3\n"), 0x2C12, out_of_range},
+    {"build_too_large", Installation::Key("Current Version=1.2.3.65536\n"), 0x0123, out_of_range},
+    {"minor_stays_in_its_bits", Installation::Key("Current Version=1.16.0.0\n"), 0x0100,
+     out_of_range},
+    {"three_parts", Installation::Key("Current Version=1.2.3\n"), std::nullopt,
+     unparsed + "'1.2.3'"},
+    {"no_number", Installation::Key("Current Version=new\n"), std::nullopt, unparsed + "'new'"},
+    {"no_value", Installation::Key("Something=1\n"), std::nullopt,
+     "Cannot get version from registry at '[HKLM]\\SOFTWARE\\Brelvane\\ORVEX\\Current Version'"},
+    {"no_key", "[OTHER]\nCurrent Version=1.2.3.4\n", std::nullopt,
+     "Cannot open registry key with version at '[HKLM]\\SOFTWARE\\Brelvane\\ORVEX'"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Registry, Version, testing::ValuesIn(version_cases),
+                         [](const auto& row) { return row.param.name; });
+
+TEST(Version, IsTraced) {
+    const Installation installation(Installation::Key("Current Version=3.9.2.1234\n"));
+    support::TraceCapture trace;
+    uns16 version = 0;
+    ox_orvex_get_ver(&version);
+    EXPECT_THAT(trace.messages(), Contains("bv::ApiEntryLayer::ox_orvex_get_ver: RETURN (OZ_OK, "
+                                           "*orvex_version=0x0392)"));
+    EXPECT_THAT(trace.messages(),
+                Contains("oz_orvex_get_ver: RETURN (OZ_OK, *pMajorVer=3, *pMinorVer=9, "
+                         "*pPatchVer=2, *pBuildVer=1234)"));
+}
+
+class Lifecycle : public testing::Test {
+  protected:
+    Lifecycle() {
+        driver_.add_camera("First");
+        driver_.add_camera("Second");
+        driver_.publish();
+    }
+    ~Lifecycle() override {
+        if (orvex_initialized) ox_orvex_uninit();
+    }
+
+    support::ScriptedDriver driver_;
+};
+
+TEST_F(Lifecycle, RunsAgainAndAgain) {
+    int16 total = -1;
+    for (unsigned round = 1; round <= 3; ++round) {
+        EXPECT_EQ(ox_cam_get_total(&total), 0);
+        EXPECT_EQ(ox_error_code(), C2_ORVEX_NOT_INITED);
+        EXPECT_EQ(ox_orvex_init(), 1);
+        EXPECT_EQ(ox_cam_get_total(&total), 1);
+        EXPECT_EQ(total, 2);
+        EXPECT_EQ(ox_orvex_uninit(), 1);
+        EXPECT_EQ(driver_.inits(), round);
+        EXPECT_EQ(driver_.uninits(), round);
+    }
+}
+
+TEST_F(Lifecycle, SecondStartIsRefusedAndHarmless) {
+    ASSERT_EQ(ox_orvex_init(), 1);
+    support::TraceCapture trace;
+    EXPECT_EQ(ox_orvex_init(), 0);
+    EXPECT_TRUE(trace.failed_with(C2_ORVEX_ALREADY_INITED, "ORVEX can only be initialized once"));
+    char name[CAM_NAME_LEN];
+    EXPECT_EQ(ox_cam_get_name(1, name), 1);
+    EXPECT_STREQ(name, "Second");
+}
+
+TEST_F(Lifecycle, EndWithoutStartStillFlushes) {
+    support::TraceCapture trace;
+    EXPECT_EQ(ox_orvex_uninit(), 0);
+    EXPECT_TRUE(trace.failed_with(C2_ORVEX_NOT_INITED, "ORVEX is not initialized"));
+    EXPECT_EQ(driver_.uninits(), 0U);
+}
+
+TEST_F(Lifecycle, FailedStartCanBeRepeated) {
+    driver_.init_result(0);
+    EXPECT_EQ(ox_orvex_init(), 0);
+    EXPECT_EQ(ox_error_code(), C7_DRIVER_COM_ERROR);
+    EXPECT_EQ(orvex_initialized, 0);
+    EXPECT_EQ(ox_cam_close(0), 0);
+    EXPECT_EQ(ox_error_code(), C2_ORVEX_NOT_INITED);
+    driver_.init_result(1);
+    EXPECT_EQ(ox_orvex_init(), 1);
+}
+
+TEST_F(Lifecycle, EndClosesWhatIsOpen) {
+    ASSERT_EQ(ox_orvex_init(), 1);
+    char name[] = "Second";
+    int16 hcam = -1;
+    ASSERT_EQ(ox_cam_open(name, &hcam, EXT_OPEN_FW_UPDATE), 1);
+    EXPECT_EQ(hcam, 1);
+    EXPECT_EQ(ox_orvex_uninit(), 1);
+    EXPECT_EQ(driver_.camera(1).closes(), 1U);
+    EXPECT_EQ(driver_.camera(0).closes(), 0U);
+    EXPECT_EQ(ox_cam_check(hcam), 0);
+}
+
+TEST_F(Lifecycle, NotificationIsShownAtEachStart) {
+    const Installation installation(Installation::Key("Notification=Please update.\n"));
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(ox_orvex_init(), 1);
+    const std::string shown = testing::internal::GetCapturedStderr();
+    EXPECT_THAT(shown, HasSubstr("ORVEX Notification"));
+    EXPECT_THAT(shown, HasSubstr("Please update."));
+}
+
+TEST_F(Lifecycle, NoNotificationIsSilent) {
+    const Installation installation("");
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(ox_orvex_init(), 1);
+    EXPECT_EQ(ox_error_code(), 0);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
+class ModuleHook : public testing::Test {
+  protected:
+    ~ModuleHook() override { bv::Log::loaderLockMode = false; }
+};
+
+TEST_F(ModuleHook, ThreadsPassUnseen) {
+    support::TraceCapture trace;
+    EXPECT_EQ(DllMain(nullptr, DLL_THREAD_ATTACH, nullptr), 1);
+    EXPECT_EQ(DllMain(nullptr, DLL_THREAD_DETACH, nullptr), 1);
+    EXPECT_THAT(trace.messages(), IsEmpty());
+}
+
+TEST_F(ModuleHook, LoaderLockModeLastsFromDetachToAttach) {
+    EXPECT_FALSE(bv::Log::loaderLockMode);
+    support::TraceCapture trace;
+    EXPECT_EQ(DllMain(nullptr, DLL_PROCESS_DETACH, nullptr), 1);
+    EXPECT_TRUE(bv::Log::loaderLockMode);
+    EXPECT_EQ(DllMain(nullptr, DLL_PROCESS_ATTACH, nullptr), 1);
+    EXPECT_FALSE(bv::Log::loaderLockMode);
+    const std::string null = bv::FormatPointer(nullptr);
+    EXPECT_THAT(
+        trace.messages(),
+        ElementsAre("DllMain: ENTER (hinstDll=" + null + ", fdwReason=0, lpvReserved=" + null + ")",
+                    "systemTimerUninit: ENTER ()", "systemTimerUninit: System timer uninitialized.",
+                    "systemTimerUninit: RETURN ()", "DllMain: RETURN (TRUE)",
+                    "DllMain: ENTER (hinstDll=" + null + ", fdwReason=1, lpvReserved=" + null + ")",
+                    "systemTimerInit: ENTER ()",
+                    "systemTimerInit: System timer initialized with period 1.",
+                    "systemTimerInit: RETURN ()", "DllMain: RETURN (TRUE)"));
+}
+
+}  // namespace

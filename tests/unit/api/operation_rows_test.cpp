@@ -1,0 +1,118 @@
+#include <algorithm>
+#include <cctype>
+#include <elf.h>
+#include <fstream>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sstream>
+
+#include "operation_table.h"
+
+// The rows of the operations, the public headers, the version script and the built library name
+// the same functions.
+namespace {
+
+using Names = std::vector<std::string>;
+
+std::string ReadFile(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    EXPECT_TRUE(file) << path;
+    std::ostringstream content;
+    content << file.rdbuf();
+    return content.str();
+}
+
+bool IsNameCharacter(char c) {
+    return std::isalnum(static_cast<unsigned char>(c)) || c == '_';
+}
+
+// The names that end right in front of each `end` which follows `begin`, or each `end` at all.
+Names NamesBefore(const std::string& text, char end, const std::string& begin) {
+    Names found;
+    size_t at = 0;
+    for (;;) {
+        at = text.find(begin, at);
+        if (at == std::string::npos) return found;
+        const size_t stop = text.find(end, at);
+        if (stop == std::string::npos) return found;
+        size_t start = stop;
+        while (start > 0 && IsNameCharacter(text[start - 1])) --start;
+        if (start < stop) found.push_back(text.substr(start, stop - start));
+        at = stop + 1;
+    }
+}
+
+Names ExportedRows() {
+    Names names;
+    for (const Operation& operation : Operations()) {
+        if (operation.exported) names.push_back(operation.name);
+    }
+    return names;
+}
+
+template <class Record>
+Record RecordAt(const std::string& image, size_t offset) {
+    Record record;
+    EXPECT_LE(offset + sizeof record, image.size());
+    std::copy_n(image.data() + offset, sizeof record, reinterpret_cast<char*>(&record));
+    return record;
+}
+
+// Names that a shared object defines for others.
+Names DynamicSymbols(const std::string& path) {
+    const std::string image = ReadFile(path);
+    const auto header = RecordAt<Elf64_Ehdr>(image, 0);
+    Names names;
+    for (size_t i = 0; i < header.e_shnum; ++i) {
+        const auto section = RecordAt<Elf64_Shdr>(image, header.e_shoff + i * header.e_shentsize);
+        if (section.sh_type != SHT_DYNSYM) continue;
+        const auto texts = RecordAt<Elf64_Shdr>(
+            image, header.e_shoff + section.sh_link * size_t{header.e_shentsize});
+        for (size_t at = 0; at < section.sh_size; at += sizeof(Elf64_Sym)) {
+            const auto symbol = RecordAt<Elf64_Sym>(image, section.sh_offset + at);
+            if (symbol.st_shndx == SHN_UNDEF || ELF64_ST_BIND(symbol.st_info) == STB_LOCAL)
+                continue;
+            names.emplace_back(image.c_str() + texts.sh_offset + symbol.st_name);
+        }
+    }
+    return names;
+}
+
+TEST(OperationRows, NumberIsThatOfTheInterface) {
+    EXPECT_EQ(Operations().size(), 164U);
+    EXPECT_EQ(ExportedRows().size(), 163U);
+}
+
+TEST(OperationRows, OnlyTheReadoutPortIsNotExported) {
+    for (const Operation& operation : Operations()) {
+        EXPECT_EQ(operation.exported, operation.name != "ox_ccd_set_readout_port")
+            << operation.name;
+    }
+}
+
+TEST(OperationRows, HeadersDeclareThem) {
+    const std::string include = std::string(ORVEX_SOURCE_DIR) + "/include/orvex/";
+    const std::string text = ReadFile(include + "orvex.h") + ReadFile(include + "orvex_legacy.h");
+    EXPECT_THAT(NamesBefore(text, '(', "\nORVEX_API "),
+                testing::UnorderedElementsAreArray(ExportedRows()));
+}
+
+TEST(OperationRows, VersionScriptListsThemInOrder) {
+    const std::string text = ReadFile(std::string(ORVEX_SOURCE_DIR) + "/src/api/orvex.map");
+    EXPECT_EQ(NamesBefore(text, ';', ""), ExportedRows());
+}
+
+TEST(OperationRows, LibraryExportsThemAndNothingElse) {
+    EXPECT_THAT(DynamicSymbols(std::string(ORVEX_LIBRARY_DIR) + "/liborvex.so"),
+                testing::UnorderedElementsAreArray(ExportedRows()));
+}
+
+TEST(OperationRows, LayersShareTheInterface) {
+    static_assert(std::is_abstract_v<bv::ApiInterface>);
+    static_assert(std::is_base_of_v<bv::ApiInterface, bv::ApiEntryLayer>);
+    static_assert(std::is_base_of_v<bv::ApiInterface, bv::ApiExecLayer>);
+    bv::ApiInterface& interface = api_entry_layer;
+    EXPECT_EQ(interface.ox_exp_uninit_seq(), 1);
+}
+
+}  // namespace

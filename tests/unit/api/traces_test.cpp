@@ -1,0 +1,212 @@
+#include <functional>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <string>
+#include <system_error>
+#include <vector>
+
+#include "orvex/orvex.h"
+
+#include "api/api_entry_layer.h"
+#include "log/log.h"
+#include "support/core/test_camera.h"
+#include "support/core/trace_capture.h"
+
+// What a traced operation shows on its two layers.
+namespace {
+
+using testing::Contains;
+using testing::HasSubstr;
+using testing::Not;
+
+// Records of the two layers alone, without their common prefix.
+std::vector<std::string> LayerRecords(support::TraceCapture& trace) {
+    std::vector<std::string> records;
+    for (const std::string& message : trace.messages()) {
+        if (message.starts_with("bv::Api") && !message.starts_with("bv::ApiGlobal")) {
+            records.push_back(message.substr(std::string("bv::Api").size()));
+        }
+    }
+    return records;
+}
+
+struct TracedCall {
+    std::string name;
+    std::function<void()> call;
+    std::vector<std::string> records;
+};
+
+std::ostream& operator<<(std::ostream& out, const TracedCall& traced) {
+    return out << traced.name;
+}
+
+std::vector<std::string> Nested(const std::string& name, const std::string& arguments,
+                                const std::string& result) {
+    return {"EntryLayer::" + name + ": ENTER (" + arguments + ")",
+            "ExecLayer::" + name + ": ENTER (" + arguments + ")",
+            "ExecLayer::" + name + ": RETURN (" + result + ")",
+            "EntryLayer::" + name + ": RETURN (" + result + ")"};
+}
+
+std::string Address(const void* pointer) {
+    return bv::FormatPointer(pointer);
+}
+
+int16 number = 0;
+int32 value = 0;
+uns16 word = 0;
+uns32 count = 0;
+char text[256];
+char firmware_text[] = "?";
+tidal_stream_type* list = nullptr;
+
+class Traces : public testing::TestWithParam<TracedCall> {};
+
+TEST_P(Traces, ShowArgumentsAndResults) {
+    support::TestCamera camera;
+    camera.firmware().reply(SPD_MAX_GAIN, 1, 3);
+    support::TraceCapture trace;
+    GetParam().call();
+    EXPECT_EQ(LayerRecords(trace), GetParam().records);
+}
+
+const TracedCall traced_calls[] = {
+    {"scalar_output", [] { ox_cam_get_total(&number); },
+     Nested("ox_cam_get_total", "totl_cams=" + Address(&number), "OZ_OK, *totl_cams=1")},
+    {"text_output", [] { ox_cam_get_name(0, text); },
+     Nested("ox_cam_get_name", "cam_num=0, cam_name=" + Address(text),
+            "OZ_OK, cam_name='Camera 0'")},
+    {"null_text_and_enumeration",
+     [] { ox_cam_open(nullptr, &number, EXT_OPEN_FW_UPDATE); },
+     {"EntryLayer::ox_cam_open: ENTER (cam_name=<null>, hcam=" + Address(&number) +
+          ", o_mode=EXT_OPEN_FW_UPDATE(1))",
+      "EntryLayer::ox_cam_open: Argument 'cam_name' is null",
+      "EntryLayer::ox_cam_open: RETURN (OZ_FAIL)"}},
+    {"parameter_read", [] { ox_get_param(0, PARAM_SER_SIZE, ATTR_CURRENT, &word); },
+     Nested("ox_get_param",
+            "hcam=0, param_id=PARAM_SER_SIZE(0x0602003a), param_attribute=ATTR_CURRENT(0), "
+            "param_value=" +
+                Address(&word),
+            "OZ_OK, *param_value=<see nested calls>")},
+    {"parameter_write",
+     [] {
+         word = 3;
+         ox_set_param(0, PARAM_CLEAR_CYCLES, &word);
+     },
+     {"EntryLayer::ox_set_param: ENTER (hcam=0, param_id=PARAM_CLEAR_CYCLES(0x06020061), "
+      "param_value=" +
+          Address(&word) + ")",
+      "ExecLayer::ox_set_param: ENTER (hcam=0, param_id=PARAM_CLEAR_CYCLES(0x06020061), "
+      "param_value=" +
+          Address(&word) + ")",
+      "ExecLayer::ox_set_param: RETURN (OZ_OK)",
+      "EntryLayer::ox_set_param: RETURN (OZ_OK, *param_value=<see nested calls>)"}},
+    {"enumerated_entry",
+     [] { ox_get_enum_param(0, PARAM_SHTR_OPEN_MODE, 4, &value, text, sizeof text); },
+     Nested("ox_get_enum_param",
+            "hcam=0, param_id=PARAM_SHTR_OPEN_MODE(0x09020209), index=4, value=" + Address(&value) +
+                ", desc=" + Address(text) + ", length=256",
+            "OZ_OK, *value=4, desc=Do Not Change")},
+    {"enumerated_entry_without_text",
+     [] { ox_get_enum_param(0, PARAM_SHTR_OPEN_MODE, 0, &value, nullptr, 9); },
+     Nested("ox_get_enum_param",
+            "hcam=0, param_id=PARAM_SHTR_OPEN_MODE(0x09020209), index=0, value=" + Address(&value) +
+                ", desc=" + Address(nullptr) + ", length=9",
+            "OZ_OK, *value=0, desc=<null>")},
+    {"enumerated_entry_without_room",
+     [] { ox_get_enum_param(0, PARAM_SHTR_OPEN_MODE, 0, &value, text, 0); },
+     Nested("ox_get_enum_param",
+            "hcam=0, param_id=PARAM_SHTR_OPEN_MODE(0x09020209), index=0, value=" + Address(&value) +
+                ", desc=" + Address(text) + ", length=0",
+            "OZ_OK, *value=0, desc=<zero-size>")},
+    {"camera_state", [] { ox_exp_abort(0, CCS_HALT); },
+     Nested("ox_exp_abort", "hcam=0, cam_state=CCS_HALT(1)", "OZ_OK")},
+    {"floating_point", [] { ox_io_script_control(0, 7, 1.5, 9); },
+     Nested("ox_io_script_control", "hcam=0, addr=7, state=1.500000, location=9", "OZ_FAIL")},
+    {"unknown_event", [] { ox_cam_deregister_callback(0, -1); },
+     Nested("ox_cam_deregister_callback", "hcam=0, callback_event=<UNKNOWN>(4294967295)",
+            "OZ_FAIL")},
+    {"number_as_result", [] { ox_error_code(); }, Nested("ox_error_code", "", "0")},
+    {"deprecated_without_arguments", [] { ox_buf_init(); },
+     Nested("ox_buf_init", "[DEPRECATED]", "OZ_OK")},
+    {"deprecated", [] { ox_ccd_get_clear_cycles(0, &word); },
+     Nested("ox_ccd_get_clear_cycles", "[DEPRECATED] hcam=0, clear_cycles=" + Address(&word),
+            "OZ_OK, *clear_cycles=2")},
+    {"deprecated_enumeration", [] { ox_exp_set_cont_mode(0, CIRC_OVERWRITE); },
+     Nested("ox_exp_set_cont_mode", "[DEPRECATED] hcam=0, mode=CIRC_OVERWRITE(1)", "OZ_OK")},
+    {"deprecated_without_blank", [] { ox_spdtab_get_entries(0, &number); },
+     Nested("ox_spdtab_get_entries", "[DEPRECATED]hcam=0, spdtab_entries=" + Address(&number),
+            "OZ_OK, *spdtab_entries=2")},
+    {"other_word_for_the_output", [] { ox_spdtab_get_max_gain(0, &number); },
+     Nested("ox_spdtab_get_max_gain", "[DEPRECATED] hcam=0, spdtab_max_gain=" + Address(&number),
+            "OZ_OK, *spd_max_gain=3")},
+    {"old_but_unmarked", [] { oz_exp_set_bytes(0, 1, 2, text); },
+     Nested("oz_exp_set_bytes", "hcam=0, frame_count=1, seq_bytes=2, pixel_stream=" + Address(text),
+            "OZ_FAIL")},
+    {"error_code_is_set_under_two_forms",
+     [] { oz_set_error_code(EXT_OPEN_FW_UPDATE, 5); },
+     {"EntryLayer::oz_set_error_code: ENTER ([DEPRECATED] omode=EXT_OPEN_FW_UPDATE(1), "
+      "err_code=5)",
+      "ExecLayer::oz_set_error_code: ENTER (omode=EXT_OPEN_FW_UPDATE(1), err_code=5)",
+      "ExecLayer::oz_set_error_code: RETURN (OZ_OK)",
+      "EntryLayer::oz_set_error_code: RETURN (OZ_OK)"}},
+    {"init_seq_goes_on_as_uninit_seq",
+     [] { ox_exp_init_seq(); },
+     {"EntryLayer::ox_exp_init_seq: ENTER ([DEPRECATED])",
+      "ExecLayer::ox_exp_uninit_seq: ENTER ([DEPRECATED])",
+      "ExecLayer::ox_exp_uninit_seq: RETURN (OZ_OK)",
+      "EntryLayer::ox_exp_init_seq: RETURN (OZ_OK)"}},
+    {"write_read_goes_on_under_the_older_name",
+     [] { bv_cam_write_read(0, 63, 0, firmware_text, nullptr); },
+     {"EntryLayer::bv_cam_write_read: ENTER ([DEPRECATED] hcam=0, c_class=63, write_bytes=0, "
+      "write_array=" +
+          Address(firmware_text) + ", read_array=" + Address(nullptr) + ")",
+      "ExecLayer::oz_cam_write_read: ENTER ([DEPRECATED] hcam=0, c_class=63, write_bytes=0, "
+      "write_array=" +
+          Address(firmware_text) + ", read_array=" + Address(nullptr) + ")",
+      "ExecLayer::oz_cam_write_read: RETURN (OZ_FAIL)",
+      "EntryLayer::bv_cam_write_read: RETURN (OZ_FAIL)"}},
+    {"bridge_command_without_signs", [] { oz_bridge_command(0, 1, 200, 2, nullptr, 0, nullptr); },
+     Nested("oz_bridge_command",
+            "hcam=0, node_id=1, bridge_command=<UNKNOWN>(200), send_data_length=2, send_data=" +
+                Address(nullptr) + ", recv_data_length=0, recv_data=" + Address(nullptr),
+            "OZ_FAIL")},
+    {"function_that_is_gone",
+     [] { ox_exp_get_driver_buffer(0, reinterpret_cast<void**>(&list), &count); },
+     {"EntryLayer::ox_exp_get_driver_buffer: ENTER ([DEPRECATED] hcam=0, pixel_stream=" +
+          Address(&list) + ", byte_cnt=" + Address(&count) + ")",
+      "ExecLayer::ox_exp_get_driver_buffer: ENTER ([DEPRECATED] hcam=0, pixel_stream=" +
+          Address(&list) + ", byte_cnt=" + Address(&count) + ")",
+      "ExecLayer::ox_exp_get_driver_buffer: Function not available anymore",
+      "ExecLayer::ox_exp_get_driver_buffer: RETURN (OZ_FAIL)",
+      "EntryLayer::ox_exp_get_driver_buffer: RETURN (OZ_FAIL)"}},
+};
+
+INSTANTIATE_TEST_SUITE_P(Calls, Traces, testing::ValuesIn(traced_calls),
+                         [](const auto& row) { return row.param.name; });
+
+TEST(Traces, ShowAllocatedAddresses) {
+    support::TraceCapture trace;
+    void* block = oz_malloc(16, 0);
+    oz_free(block, 0);
+    EXPECT_EQ(oz_realloc(nullptr, 4, 0), nullptr);
+    const auto records = LayerRecords(trace);
+    EXPECT_THAT(records,
+                Contains("ExecLayer::oz_malloc: RETURN (" + Address(block) + ")").Times(1));
+    EXPECT_THAT(records, Contains("EntryLayer::oz_malloc: ENTER ([DEPRECATED] size=16, heap=0)"));
+    EXPECT_THAT(records, Contains("EntryLayer::oz_realloc: RETURN (NULL)"));
+    EXPECT_THAT(records, Not(Contains(HasSubstr("ExecLayer::oz_realloc"))));
+}
+
+// The exec layer alone keeps its own form of an operation that no application reaches.
+TEST(Traces, ExecLayerHasItsOwnWriteRead) {
+    support::TestCamera camera;
+    support::TraceCapture trace;
+    bv::ApiExecLayer().bv_cam_write_read(0, 63, 0, text, nullptr);
+    EXPECT_EQ(LayerRecords(trace)[0],
+              "ExecLayer::bv_cam_write_read: ENTER (hcam=0, c_class=63, write_bytes=0, "
+              "write_array=" +
+                  Address(text) + ", read_array=" + Address(nullptr) + ")");
+}
+
+}  // namespace

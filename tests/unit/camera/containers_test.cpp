@@ -1,0 +1,122 @@
+#include "camera/containers.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <string>
+
+#include "support/core/test_camera.h"
+#include "support/core/trace_capture.h"
+
+using support::Bytes;
+using support::hex;
+using testing::ElementsAre;
+
+namespace {
+
+class ContainersTest : public testing::Test {
+  protected:
+    boolean16 Append(const Bytes& list) {
+        camera_.firmware().reply(GET_FAN_SPEEDS_SIZE, 4, list.size()).reply(GET_FAN_SPEEDS, list);
+        return oz_cam_append_nvp_container(camera_.hcam, &container_, GET_FAN_SPEEDS_SIZE);
+    }
+
+    // A list of `count` items, the first of which has this name.
+    static Bytes List(uns16 count, const std::string& name) {
+        Bytes list = support::big_endian(count, 2);
+        for (uns16 i = 0; i < count; ++i) {
+            const Bytes value = support::big_endian(i, 2);
+            list.insert(list.end(), value.begin(), value.end());
+            const std::string text = i == 0 ? name : "x";
+            list.insert(list.end(), text.begin(), text.end());
+            list.push_back(0);
+        }
+        return list;
+    }
+
+    support::TestCamera camera_;
+    support::TraceCapture trace_;
+    nvp_container container_;
+};
+
+TEST_F(ContainersTest, AppendsTheCamerasList) {
+    ASSERT_EQ(oz_add_nvp_to_container(&container_, "first", 9), 1);
+    EXPECT_EQ(Append(hex("0002 0003 4C6F7700 FFFE 00")), 1);
+    EXPECT_THAT(camera_.writes(),
+                ElementsAre(hex("3F 0005 26 96 28 0004"), hex("3F 0005 26 97 28 000B")));
+    ASSERT_EQ(container_.count, 3);
+    EXPECT_EQ(container_.items[0].value, 9);
+    EXPECT_STREQ(container_.items[1].name, "Low");
+    EXPECT_EQ(container_.items[1].value, 3);
+    EXPECT_EQ(container_.items[1].name_length, 4);
+    EXPECT_STREQ(container_.items[2].name, "");
+    EXPECT_EQ(container_.items[2].value, 0xFFFE);
+    EXPECT_EQ(container_.items[2].name_length, 1);
+    EXPECT_TRUE(trace_.contains("oz_cam_append_nvp_container: NVP container size: 11"));
+    EXPECT_TRUE(trace_.contains("oz_cam_append_nvp_container: HOST_COMMANDS NVP items: 2"));
+    EXPECT_TRUE(trace_.contains("oz_cam_append_nvp_container: HOST_COMMANDS NVP[0]=(3:'Low')"));
+}
+
+TEST_F(ContainersTest, TwentyItemsAndTheLongestName) {
+    EXPECT_EQ(Append(List(20, std::string(255, 'n'))), 1);
+    EXPECT_EQ(container_.count, 20);
+    EXPECT_EQ(std::string(container_.items[0].name), std::string(255, 'n'));
+    EXPECT_EQ(container_.items[0].name_length, 256);
+}
+
+struct BadList {
+    Bytes list;
+    const char* text;
+};
+
+TEST_F(ContainersTest, ListsThatCannotBeDecoded) {
+    for (const auto& [list, text] :
+         {BadList{hex("00"), "Cannot decode NVP container size"},
+          BadList{List(21, "x"), "Supported up to 20 NVP items only"},
+          BadList{hex("0001"), "Cannot decode NVP value at index 0"},
+          BadList{hex("0002 0001 4100 00"), "Cannot decode NVP value at index 1"},
+          BadList{hex("0001 0001"), "NVP name at index 0 not null-terminated"},
+          BadList{hex("0001 0001 4142"), "NVP name at index 0 not null-terminated"},
+          BadList{List(1, std::string(256, 'n')), "NVP name at index 0 not null-terminated"}}) {
+        container_ = {};
+        EXPECT_EQ(Append(list), 0);
+        EXPECT_TRUE(trace_.failed_with(C3_INVALID_CAPABILITIES, text));
+    }
+    EXPECT_EQ(container_.count, 0);
+}
+
+TEST_F(ContainersTest, SizesThatAreRefused) {
+    for (const uns32 size : {0u, 65536u}) {
+        camera_.firmware().reply(GET_FAN_SPEEDS_SIZE, 4, size);
+        EXPECT_EQ(oz_cam_append_nvp_container(camera_.hcam, &container_, GET_FAN_SPEEDS_SIZE), 0);
+        EXPECT_TRUE(
+            trace_.failed_with(C2_CANNOT_ALLOCATE_MEMORY,
+                               "Unsupported size of NVP container: " + std::to_string(size)));
+    }
+    EXPECT_EQ(camera_.firmware().count(GET_FAN_SPEEDS), 0u);
+}
+
+TEST_F(ContainersTest, AppendedItemsMustFit) {
+    for (uns16 i = 0; i < 19; ++i) ASSERT_EQ(oz_add_nvp_to_container(&container_, "x", i), 1);
+    EXPECT_EQ(Append(List(2, "x")), 0);
+    EXPECT_TRUE(trace_.failed_with(C2_CANNOT_ALLOCATE_MEMORY, "Supported up to 20 NVP items only"));
+    EXPECT_EQ(container_.count, 20);
+}
+
+TEST_F(ContainersTest, AddingByHand) {
+    EXPECT_EQ(oz_add_nvp_to_container(nullptr, "x", 0), 0);
+    EXPECT_TRUE(trace_.failed_with(C0_NULL_POINTER, "Null pointer given"));
+    EXPECT_EQ(oz_add_nvp_to_container(&container_, nullptr, 0), 0);
+    EXPECT_TRUE(trace_.failed_with(C0_NULL_POINTER, "Null pointer given"));
+    EXPECT_EQ(oz_add_nvp_to_container(&container_, std::string(256, 'n').c_str(), 0), 0);
+    EXPECT_TRUE(trace_.failed_with(C2_CANNOT_ALLOCATE_MEMORY, "NVP name is longer than 256 chars"));
+    EXPECT_EQ(oz_add_nvp_to_container(&container_, std::string(255, 'n').c_str(), 0), 1);
+
+    // A shorter name leaves nothing of a longer one that stood there.
+    container_.count = 0;
+    EXPECT_EQ(oz_add_nvp_to_container(&container_, "ab", 1), 1);
+    EXPECT_EQ(
+        std::count(std::begin(container_.items[0].name), std::end(container_.items[0].name), 'n'),
+        0);
+}
+
+}  // namespace

@@ -1,0 +1,206 @@
+#include "camera/extended_capabilities.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "support/core/test_camera.h"
+#include "support/core/trace_capture.h"
+
+using bv::ExtendedCapabilitiesFault;
+using support::Bytes;
+using support::hex;
+using testing::Each;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+// Every section, with values that tell them apart.
+const char* const whole_block =
+    "000007F3"                                   // all flags that have a section
+    "00000002"                                   // simplified programs
+    "03 0004 08000102 A0A1A2A3 0005 0102030405"  // serial binning
+    "04 0002 0400 B0B1B2B3 0002 0607"            // parallel binning
+    "00000011 00000022 00000033 00000044 00000055"
+    "00000001 0002 00000000 0000000A 00001000 00000007 00000001 FFFFFFFF"
+    "00000003 00000002 00000203 00000802 00000002 00000001";
+
+struct Reads : cam_reads_type {
+    Reads() { exp_range_map = std::make_unique<std::map<int32, exp_range_type>>(); }
+};
+
+TEST(ExtendedCapabilities, EverySection) {
+    Reads reads;
+    ASSERT_EQ(bv::ParseExtendedCapabilities(hex(whole_block), reads),
+              ExtendedCapabilitiesFault::none);
+    EXPECT_EQ(reads.ext_caps_flags, 0x7F3u);
+    EXPECT_EQ(reads.ccl_caps, CCL_CAPS_SIMPLIFIED);
+    EXPECT_EQ(reads.ser_bin_type, 3);
+    EXPECT_EQ(reads.ser_bin_bytes, 4);
+    EXPECT_THAT(reads.ser_bin_list, ElementsAre(8, 0, 1, 2));
+    EXPECT_EQ(reads.ser_bin_mask, 0xA0A1A2A3u);
+    EXPECT_EQ(reads.ser_bin_extra_bytes, 5);
+    EXPECT_THAT(reads.ser_bin_extra, ElementsAre(0x0102, 0x0304));
+    EXPECT_EQ(reads.par_bin_type, 4);
+    EXPECT_EQ(reads.par_bin_bytes, 2);
+    EXPECT_THAT(reads.par_bin_list, ElementsAre(4, 0));
+    EXPECT_EQ(reads.par_bin_mask, 0xB0B1B2B3u);
+    EXPECT_EQ(reads.par_bin_extra_bytes, 2);
+    EXPECT_THAT(reads.par_bin_extra, ElementsAre(0x0607));
+    EXPECT_EQ(reads.trig_caps, 0x11u);
+    EXPECT_EQ(reads.sensor_caps, 0x22u);
+    EXPECT_EQ(reads.port_caps, 0x33u);
+    EXPECT_EQ(reads.nvp_caps, 0x44u);
+    EXPECT_EQ(reads.blob_caps, 0x55u);
+    EXPECT_EQ(reads.exp_range_caps, 1u);
+    EXPECT_EQ(reads.exp_range_total, 2);
+    ASSERT_EQ(reads.exp_ranges.size(), 2u);
+    EXPECT_EQ(reads.exp_ranges[0].max, 0x1000u);
+    EXPECT_EQ(reads.exp_range_map->at(0).min, 10u);
+    EXPECT_EQ(reads.exp_range_map->at(7).max, 0xFFFFFFFFu);
+    EXPECT_EQ(reads.ifc_caps, 3u);
+    EXPECT_EQ(reads.ifc_total, 2u);
+    EXPECT_THAT(reads.ifc_types, ElementsAre(0x203, 0x802, 0, 0, 0, 0, 0, 0));
+    EXPECT_THAT(reads.ifc_modes, ElementsAre(2, 1, 0, 0, 0, 0, 0, 0));
+}
+
+// Whatever is missing at the end, nothing behind it is read; the sanitizers watch.
+TEST(ExtendedCapabilities, TruncatedAtEveryByte) {
+    const Bytes whole = hex(whole_block);
+    for (size_t size = 0; size < whole.size(); ++size) {
+        const auto cut = std::make_unique<uns8[]>(size);
+        std::copy_n(whole.begin(), size, cut.get());
+        Reads reads;
+        const ExtendedCapabilitiesFault fault =
+            bv::ParseExtendedCapabilities({cut.get(), size}, reads);
+        // Fewer than four bytes read as no flags at all.
+        EXPECT_EQ(fault, ExtendedCapabilitiesFault::truncated) << size;
+    }
+}
+
+TEST(ExtendedCapabilities, SecondBlockReplacesTheFirst) {
+    Reads reads;
+    ASSERT_EQ(bv::ParseExtendedCapabilities(hex(whole_block), reads),
+              ExtendedCapabilitiesFault::none);
+    ASSERT_EQ(bv::ParseExtendedCapabilities(hex("00000001 00000005"), reads),
+              ExtendedCapabilitiesFault::none);
+    EXPECT_EQ(reads.ccl_caps, 5u);
+    EXPECT_THAT(reads.ser_bin_list, IsEmpty());
+    EXPECT_THAT(reads.par_bin_extra, IsEmpty());
+    EXPECT_EQ(reads.sensor_caps, 0u);
+    EXPECT_THAT(reads.exp_ranges, IsEmpty());
+    EXPECT_EQ(reads.ifc_total, 0u);
+    EXPECT_THAT(reads.ifc_modes, Each(0));
+}
+
+struct Section {
+    const char* name;
+    const char* block;
+    ExtendedCapabilitiesFault fault;
+    uns32 ifc_total;
+};
+void PrintTo(const Section& section, std::ostream* out) {
+    *out << section.name;
+}
+
+class SectionLimit : public testing::TestWithParam<Section> {};
+
+TEST_P(SectionLimit, Is) {
+    Reads reads;
+    EXPECT_EQ(bv::ParseExtendedCapabilities(hex(GetParam().block), reads), GetParam().fault);
+    EXPECT_EQ(reads.ifc_total, GetParam().ifc_total);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, SectionLimit,
+    testing::Values(
+        Section{"UnknownFlagsHaveNoSection", "FFFFF80C", ExtendedCapabilitiesFault::none, 0},
+        Section{"EmptyBinningLists", "00000002 03 0000 00000001 0000 03 0000 00000002 0000",
+                ExtendedCapabilitiesFault::none, 0},
+        Section{"NoRangeList", "00000200 00000002", ExtendedCapabilitiesFault::none, 0},
+        Section{"EmptyRangeList", "00000200 00000001 0000",
+                ExtendedCapabilitiesFault::no_exposure_ranges, 0},
+        Section{"MoreRangesThanBytes", "00000200 00000001 FFFF 000000000000000000000000",
+                ExtendedCapabilitiesFault::truncated, 0},
+        Section{"ModesWithoutTypes", "00000400 00000002", ExtendedCapabilitiesFault::none, 0},
+        Section{"NoInterfaces", "00000400 00000001 00000000",
+                ExtendedCapabilitiesFault::interface_count, 0},
+        Section{"EightInterfaces",
+                "00000400 00000001 00000008 00000001 00000002 00000003 00000004 00000005 00000006 "
+                "00000007 00000008",
+                ExtendedCapabilitiesFault::none, 8},
+        Section{"NineInterfaces",
+                "00000400 00000001 00000009 00000001 00000002 00000003 00000004 00000005 00000006 "
+                "00000007 00000008 00000009",
+                ExtendedCapabilitiesFault::interface_count, 9}),
+    [](const auto& test) { return test.param.name; });
+
+class ExtendedCapabilitiesRead : public testing::Test {
+  protected:
+    void Offer(const Bytes& block) {
+        camera_.reads().cap_extended = 1;
+        camera_.firmware()
+            .reply(GET_EXTENDED_CAPABILITIES_SIZE, 4, block.size())
+            .reply(GET_EXTENDED_CAPABILITIES, block);
+    }
+    boolean16 Read() { return bv_cam_get_extended_capabilities(camera_.hcam); }
+
+    support::TestCamera camera_;
+    support::TraceCapture trace_;
+};
+
+TEST_F(ExtendedCapabilitiesRead, TakesTwoExchanges) {
+    Offer(hex("00000001 00000002"));
+    EXPECT_EQ(Read(), 1);
+    EXPECT_EQ(camera_.reads().ccl_caps, 2u);
+    EXPECT_THAT(camera_.writes(),
+                ElementsAre(hex("3F 0005 26 79 28 0004"), hex("3F 0005 26 7A 28 0008")));
+    EXPECT_TRUE(trace_.contains("bv_cam_get_extended_capabilities: Extended capabilities size: 8"));
+}
+
+struct BadBlock {
+    uns32 size;
+    const char* block;
+    int16 error;
+    const char* text;
+};
+
+TEST_F(ExtendedCapabilitiesRead, Refusals) {
+    constexpr const char* size_text = "Ext. caps. size is either zero or greater than 65535 bytes";
+    for (const auto& [size, block, error, text] :
+         {BadBlock{0, "", C2_CANNOT_ALLOCATE_MEMORY, size_text},
+          BadBlock{65536, "", C2_CANNOT_ALLOCATE_MEMORY, size_text},
+          BadBlock{6, "00000001 0000", C0_INVALID_DATA,
+                   "Ext. caps. end before all sections were read"},
+          BadBlock{10, "00000200 00000001 0000", C0_INVALID_DATA, "Got no exposure ranges"},
+          BadBlock{12, "00000400 00000001 0000000A", C0_INVALID_DATA,
+                   "Invalid number of interface types (10)"}}) {
+        Offer(hex(block));
+        camera_.firmware().reply(GET_EXTENDED_CAPABILITIES_SIZE, 4, size);
+        EXPECT_EQ(Read(), 0);
+        EXPECT_TRUE(trace_.failed_with(error, text));
+        EXPECT_EQ(camera_.reads().ifc_total, 0u);
+    }
+}
+
+TEST_F(ExtendedCapabilitiesRead, FailureReleasesTheLists) {
+    Offer(
+        hex("00000402 03 0002 0800 00000000 0002 0102 03 0002 0800 00000000 0002 0102 "
+            "00000001 00000009"));
+    EXPECT_EQ(Read(), 0);
+    EXPECT_THAT(camera_.reads().ser_bin_list, IsEmpty());
+    EXPECT_THAT(camera_.reads().ser_bin_extra, IsEmpty());
+    EXPECT_THAT(camera_.reads().par_bin_list, IsEmpty());
+    EXPECT_THAT(camera_.reads().par_bin_extra, IsEmpty());
+    EXPECT_EQ(camera_.reads().ser_bin_bytes, 2) << "counts stay";
+}
+
+TEST_F(ExtendedCapabilitiesRead, CurrentInterface) {
+    camera_.firmware().reply(GET_CAM_IFC_TYPE_CURRENT, 4, OX_CAM_IFC_TYPE_PCIE_X4);
+    uns32 type = 0;
+    EXPECT_EQ(bv_cam_get_interface_type_current(camera_.hcam, &type), 1);
+    EXPECT_EQ(type, OX_CAM_IFC_TYPE_PCIE_X4);
+    EXPECT_THAT(camera_.writes(), ElementsAre(hex("3F 0005 26 AC 28 0004")));
+}
+
+}  // namespace

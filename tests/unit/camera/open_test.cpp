@@ -1,0 +1,270 @@
+#include "camera/open.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "camera/tables.h"
+#include "device/device_table.h"
+#include "state/api_global.h"
+#include "state/camera_tables.h"
+#include "support/core/trace_capture.h"
+#include "support/scripted_driver.h"
+
+using support::hex;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+class OpenTest : public testing::Test {
+  protected:
+    void SetUp() override {
+        driver_.add_camera("Cam 0").transport(DRIVER_TYPE_USB);
+        driver_.publish();
+        firmware().reply(CHIP_NAME, "KX-512").reply(TOTAL_PORTS, 1, 1).reply(TOTAL_SPD, 1, 1);
+        firmware().reply(PAR_SIZE, 2, 256).reply(SER_SIZE, 2, 512).reply(SPD_BIT_DEPTH, 1, 16);
+        ASSERT_EQ(oz_cam_init_globals(), 1);
+        orvex_initialized = 1;
+    }
+    void TearDown() override {
+        if (pg_cam_info && pg_cam_info[0].open) bv_cam_close(0);
+        oz_cam_uninit_globals();
+        orvex_initialized = 0;
+    }
+
+    boolean16 Open(int16 mode = EXT_OPEN_EXCLUSIVE) {
+        bv::ApiGlobal::ClearErrorCode(EXT_OPEN_EXCLUSIVE);
+        hcam_ = -1;
+        return bv_cam_open("Cam 0", &hcam_, mode);
+    }
+    // A failed open may leave the events of the device behind; the attempt after it clears them
+    // away, so that the third one is a fresh one.
+    bool OpenAgain() {
+        for (int attempt = 0; attempt < 3; ++attempt) {
+            if (Open()) return true;
+        }
+        return false;
+    }
+    // Control operations, but for those that begin the delivery of events.
+    std::vector<uint32_t> Ioctls() {
+        std::vector<uint32_t> codes = camera().ioctl_codes();
+        std::erase(codes, uint32_t{DV_EVENT_NOTIFICATION_FLUSH});
+        return codes;
+    }
+    void ExpectClosed() {
+        EXPECT_EQ(pg_cam_info[0].open, 0);
+        EXPECT_EQ(camera().state(), static_cast<uint32_t>(DEVICE_CLOSED));
+    }
+
+    support::ScriptedCamera& camera() { return driver_.camera(0); }
+    support::ScriptedFirmware& firmware() { return camera().firmware(); }
+
+    support::ScriptedDriver driver_;
+    support::TraceCapture trace_;
+    int16 hcam_ = -1;
+};
+
+TEST_F(OpenTest, PlainCameraTakesFiveExchanges) {
+    ASSERT_EQ(Open(), 1);
+    EXPECT_EQ(hcam_, 0);
+    EXPECT_THAT(camera().writes(),
+                ElementsAre(hex("3F 0006 26 21 00 28 0003"), hex("3F 0003 2A 03E8"),
+                            hex("3F 0007 26 3B 08 17 28 000A"), hex("3F 0005 26 1A 28 0001"),
+                            hex("3F 0013 26 04090A131403180D0C0F0E19243805 28 0029")));
+    EXPECT_THAT(Ioctls(), ElementsAre(DV_CAM_OPEN, DV_GET_BRIDGE_CAPS_SIZE, DV_RESET_INTERFACE));
+    const cam_info_type& info = pg_cam_info[0];
+    EXPECT_EQ(info.open, 1);
+    EXPECT_EQ(info.o_mode, EXT_OPEN_EXCLUSIVE);
+    EXPECT_EQ(info.reads_done, 1);
+    EXPECT_EQ(info.rws_done, 0);
+    EXPECT_EQ(info.exp_mode, TIMED_MODE);
+    EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), 0);
+    EXPECT_TRUE(
+        trace_.contains("bv_cam_open: ENTER (camera_name=Cam 0, "
+                        "o_mode=EXT_OPEN_EXCLUSIVE(0))"));
+    EXPECT_TRUE(trace_.contains("bv_cam_open: RETURN (OZ_OK, *hcam=0)"));
+    EXPECT_EQ(Open(), 0);
+    EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), C0_CAM_ALREADY_OPEN);
+    EXPECT_EQ(pg_cam_info[0].open, 1) << "the handle of the first open stays good";
+}
+
+TEST_F(OpenTest, StatusByteIsKnownBeforeTheFirstMessage) {
+    camera().bridge_caps({ORVEX_BRIDGE_CAPS_SIGNATURE, BRIDGE_CAPS_REPLY_STATUS});
+    firmware().status_byte(true);
+    ASSERT_EQ(Open(), 1);
+    EXPECT_EQ(camera().writes()[0], hex("3F 0006 26 21 00 28 0004"));
+    EXPECT_EQ(camera().writes()[1], hex("3F 0006 2A 03E8 28 0001"));
+    EXPECT_STREQ(pg_cam_reads[0].chip_name, "KX-512");
+}
+
+TEST_F(OpenTest, ForFirmwareUpdateTheCameraIsNotSpokenTo) {
+    pg_cam_info[0].exp_mode = 5;
+    ASSERT_EQ(Open(EXT_OPEN_FW_UPDATE), 1);
+    EXPECT_EQ(hcam_, 0);
+    EXPECT_THAT(camera().writes(), IsEmpty());
+    EXPECT_THAT(Ioctls(), ElementsAre(DV_CAM_OPEN, DV_GET_BRIDGE_CAPS_SIZE));
+    EXPECT_EQ(pg_cam_info[0].o_mode, EXT_OPEN_FW_UPDATE);
+    EXPECT_EQ(pg_cam_info[0].exp_mode, 0);
+    EXPECT_EQ(bv_cam_close(0), 1);
+    ExpectClosed();
+}
+
+TEST_F(OpenTest, Refusals) {
+    EXPECT_EQ(bv_cam_open("Cam 0", &hcam_, 2), 0);
+    EXPECT_TRUE(trace_.failed_with(C0_OPEN_MODE_UNAVAIL, "Unknown open mode"));
+    EXPECT_EQ(bv_cam_open("Cam 0", &hcam_, -1), 0);
+    EXPECT_EQ(bv_cam_open("Other", &hcam_, EXT_OPEN_EXCLUSIVE), 0);
+    EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), C0_CAM_NAME_NOT_FOUND);
+    EXPECT_EQ(bv_cam_open(nullptr, &hcam_, EXT_OPEN_EXCLUSIVE), 0);
+    EXPECT_TRUE(
+        trace_.contains("bv_cam_open: ENTER (camera_name=<null>, "
+                        "o_mode=EXT_OPEN_EXCLUSIVE(0))"));
+    orvex_initialized = 0;
+    EXPECT_EQ(bv_cam_open("Cam 0", &hcam_, EXT_OPEN_EXCLUSIVE), 0);
+    EXPECT_TRUE(trace_.failed_with(C2_ORVEX_NOT_INITED, "ORVEX is not initialized"));
+    EXPECT_EQ(hcam_, -1);
+    EXPECT_EQ(camera().opens(), 0u);
+}
+
+TEST_F(OpenTest, UnreadableBridgeClosesTheDevice) {
+    camera().bridge_caps(hex("BAADBAFE01")).refuse(DV_GET_BRIDGE_CAPS);
+    EXPECT_EQ(Open(), 0);
+    EXPECT_EQ(trace_.last_error(), "bv_cam_open: Failed to read bridge capabilities");
+    EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), C7_DRIVER_COM_ERROR);
+    ExpectClosed();
+    EXPECT_EQ(camera().closes(), 1u);
+}
+
+TEST_F(OpenTest, SilentCameraIsClosedAndItsErrorKept) {
+    camera().bridge_caps({ORVEX_BRIDGE_CAPS_SIGNATURE, BRIDGE_CAPS_REPLY_STATUS});
+    firmware().status_byte(true).refuse_command(SUBSYS_ID, 3);
+    EXPECT_EQ(Open(), 0);
+    EXPECT_TRUE(trace_.failed_with(C7_DRIVER_COM_ERROR, "Host command message failed with code 3"));
+    ExpectClosed();
+    EXPECT_EQ(camera().closes(), 1u);
+}
+
+TEST_F(OpenTest, FailedReadsHaveAnErrorOfTheirOwn) {
+    firmware().reply(SEND_CAPABILITIES, hex("00 00 04 00 00000000")).reply(PAR_PORT_NUM, 2, 3);
+    EXPECT_EQ(Open(), 0);
+    EXPECT_EQ(trace_.last_error(), "bv_cam_do_reads: Invalid multiport configuration");
+    EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), C0_ERR_OPEN_CAM);
+    ExpectClosed();
+    firmware().reply(PAR_PORT_NUM, 2, 1).reply(SER_PORT_NUM, 2, 1);
+    EXPECT_EQ(Open(), 1);
+}
+
+// The capability is read after the list is made.
+TEST_F(OpenTest, MppModesAppearFromTheSecondOpenOn) {
+    firmware().reply(MPP_CAP, 1, MPP_SELECTABLE);
+    ASSERT_EQ(Open(), 1);
+    EXPECT_EQ(pg_cam_reads[0].pmode_nvp.count, 2);
+    bv_cam_close(0);
+    ASSERT_EQ(Open(), 1);
+    EXPECT_EQ(pg_cam_reads[0].pmode_nvp.count, 4);
+}
+
+TEST_F(OpenTest, ReopeningKeepsTheApplicationsChoices) {
+    ASSERT_EQ(Open(), 1);
+    pg_cam_cfg[0].clear_cycles = 5;
+    pg_cam_cfg[0].shtr_open_mode = OPEN_NEVER;
+    pg_cam_cfg[0].preamp_off_control = 7;
+    pg_cam_cfg[0].clear_mode = CLEAR_NEVER;
+    bv_cam_close(0);
+    ASSERT_EQ(Open(), 1);
+    EXPECT_EQ(pg_cam_cfg[0].clear_cycles, 5);
+    EXPECT_EQ(pg_cam_cfg[0].shtr_open_mode, OPEN_NEVER);
+    EXPECT_EQ(pg_cam_cfg[0].preamp_off_control, 7u);
+    EXPECT_EQ(pg_cam_cfg[0].clear_mode, CLEAR_PRE_EXPOSURE) << "put back to its default";
+}
+
+TEST_F(OpenTest, ExposureModeBeginsWithTheDefaults) {
+    firmware()
+        .reply(SEND_CAPABILITIES, hex("00 00 00 00 04000000"))
+        .reply(GET_EXTENDED_CAPABILITIES_SIZE, 4, 8)
+        .reply(GET_EXTENDED_CAPABILITIES, hex("00000010 00000000"))
+        .pairs(GET_EXTENDED_TRIG_MODES_SIZE, {{2304, "Edge"}, {1792, "Internal"}})
+        .pairs(GET_EXPOSE_OUT_BEHAVE_SIZE, {{2, "Any Row"}, {0, "First Row"}});
+    ASSERT_EQ(Open(), 1);
+    EXPECT_EQ(pg_cam_info[0].exp_mode, 2304 + 2);
+}
+
+TEST_F(OpenTest, TidalListsAreCached) {
+    firmware()
+        .reply(SEND_CAPABILITIES, hex("00 10 00 00 00000000"))
+        .reply(GET_TIDAL_STREAM_MAX_EXP_COUNT, 2, 8)
+        .reply(GET_TIDAL_STREAM_EXP_COUNT, 2, 2)
+        .reply(GET_TIDAL_STREAM_EXP_PARAMS, hex("0002 0000000A 00000014"));
+    acq_cache[0].tidal_exp_params = {9, 9, 9};
+    acq_cache[0].tidal_dly_params = {9};
+    ASSERT_EQ(Open(), 1);
+    EXPECT_THAT(acq_cache[0].tidal_exp_params, ElementsAre(10, 20));
+    // The parameter of the delays is closed, which is no failure.
+    EXPECT_THAT(acq_cache[0].tidal_dly_params, IsEmpty());
+    EXPECT_TRUE(trace_.contains(
+        "bv_cam_cache_update_param_tidal_array: Parameter not available, not reading the value."));
+}
+
+TEST_F(OpenTest, ScriptHookOfBeforeIsDropped) {
+    int target = 0;
+    EXPECT_EQ(bv_script_set_hook(&target), 1);
+    ASSERT_EQ(Open(), 1);
+    EXPECT_EQ(pg_cam_info[0].script_hook, nullptr);
+}
+
+TEST_F(OpenTest, CloseForgetsWhateverGoesWrong) {
+    ASSERT_EQ(Open(), 1);
+    cam_info_type& info = pg_cam_info[0];
+    info.script_valid = 1;
+    info.rws_done = 1;
+    info.buf_mode = uns16{CIRC_OVERWRITE};
+    camera().refuse(DV_CAM_CLOSE).fail_close();
+    bv::ApiGlobal::SetErrorCode(EXT_OPEN_EXCLUSIVE, C7_GEN_COM_ERROR);
+    EXPECT_EQ(bv_cam_close(0), 1);
+    EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), 0);
+    EXPECT_EQ(info.open + info.script_valid + info.reads_done + info.rws_done + info.buf_mode, 0);
+}
+
+// Whichever operation of the driver fails: there is an error, nobody is left with a device that
+// can't be closed, and opening works again afterwards.
+TEST_F(OpenTest, FaultSweep) {
+    camera().bridge_caps({ORVEX_BRIDGE_CAPS_SIGNATURE, 0});
+    firmware()
+        .reply(SEND_CAPABILITIES, hex("18 00 04 00 04000000"))
+        .reply(PAR_PORT_NUM, 2, 1)
+        .reply(SER_PORT_NUM, 2, 1)
+        .reply(GET_EXTENDED_CAPABILITIES_SIZE, 4, 16)
+        .reply(GET_EXTENDED_CAPABILITIES, hex("00000190 00000000 00000001 00000001"))
+        .pairs(GET_EXTENDED_TRIG_MODES_SIZE, {{1792, "Internal"}})
+        .pairs(GET_EXPOSE_OUT_BEHAVE_SIZE, {{2, "Any Row"}})
+        .pairs(GET_FAN_SPEEDS_SIZE, {{0, "High"}})
+        .reply(GET_BINARY_BLOB_SIZE, 4, 2)
+        .reply(GET_BINARY_BLOB, hex("0000"));
+    unsigned failures = 0;
+    unsigned n = 0;
+    for (;;) {
+        SCOPED_TRACE(++n);
+        driver_.fail_call(n);
+        const boolean16 opened = Open();
+        const bool happened = driver_.fault_happened();
+        const int16 error = bv::ApiGlobal::GetErrorCode();
+        driver_.fail_call(0);
+        if (opened) {
+            EXPECT_EQ(bv_cam_close(hcam_), 1);
+        } else {
+            ++failures;
+            EXPECT_NE(error, 0);
+            EXPECT_EQ(hcam_, -1);
+            // The device layer rolls nothing back when the delivery of events can't begin.
+            const std::vector<uint32_t> codes = camera().ioctl_codes();
+            if (!codes.empty() && codes.back() == DV_EVENT_NOTIFICATION_FLUSH) dv_cam_close(0);
+            ExpectClosed();
+            ASSERT_TRUE(OpenAgain());
+            EXPECT_EQ(bv_cam_close(hcam_), 1);
+        }
+        if (!happened) break;
+    }
+    EXPECT_GT(failures, 25u) << "of " << n;
+}
+
+}  // namespace

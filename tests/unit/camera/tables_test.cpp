@@ -1,0 +1,118 @@
+#include "camera/tables.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <string>
+
+#include "camera/open.h"
+#include "state/api_global.h"
+#include "state/camera_tables.h"
+#include "support/core/trace_capture.h"
+#include "support/scripted_driver.h"
+
+using testing::Contains;
+
+namespace {
+
+class TablesTest : public testing::Test {
+  protected:
+    void Publish(int cameras) {
+        for (int i = 0; i < cameras; ++i) driver_.add_camera("Cam " + std::to_string(i));
+        driver_.publish();
+    }
+    void TearDown() override {
+        oz_cam_uninit_globals();
+        orvex_initialized = 0;
+    }
+
+    support::ScriptedDriver driver_;
+    support::TraceCapture trace_;
+};
+
+TEST_F(TablesTest, RowsBeginWithTheirDefaults) {
+    Publish(2);
+    acq_cache[1].exposure_time = 77;
+    acq_cache[1].tidal_stream_mode = 1;
+    acq_cache[1].tidal_exp_params = {1, 2};
+    ASSERT_EQ(oz_cam_init_globals(), 1);
+    EXPECT_EQ(total_cams, 2);
+    EXPECT_STREQ(pg_cam_info[1].name, "Cam 1");
+    EXPECT_EQ(pg_cam_info[1].open, 0);
+    ASSERT_TRUE(pg_cam_info[1].bridge_caps);
+    EXPECT_FALSE(pg_cam_info[1].bridge_caps->HasReplyStatusByte());
+
+    const cam_cfg_type& cfg = pg_cam_cfg[1];
+    EXPECT_EQ(cfg.clear_mode, CLEAR_PRE_EXPOSURE);
+    EXPECT_EQ(cfg.clear_cycles, 2);
+    EXPECT_EQ(cfg.shtr_open_mode, OPEN_PRE_EXPOSURE);
+    EXPECT_EQ(cfg.preamp_off_control, 10000u);
+    EXPECT_EQ(cfg.pp_entries, 65535);
+    ASSERT_TRUE(cfg.io_script_info);
+    for (const io_entry& head : *cfg.io_script_info) EXPECT_EQ(head.state, -1.0);
+
+    const auto& ranges = *pg_cam_reads[1].exp_range_map;
+    ASSERT_EQ(ranges.size(), 3u);
+    for (const int32 resolution : {0, 1, 2}) {
+        EXPECT_EQ(ranges.at(resolution).resolution, static_cast<uns32>(resolution));
+        EXPECT_EQ(ranges.at(resolution).min, 0u);
+        EXPECT_EQ(ranges.at(resolution).max, 0xFFFFFFFFu);
+    }
+    EXPECT_TRUE(pg_cam_reads[1].blob_piav_map->empty());
+    EXPECT_EQ(acq_cache[1].exposure_time, 0u);
+    EXPECT_EQ(acq_cache[1].tidal_stream_mode, 0);
+    EXPECT_TRUE(acq_cache[1].tidal_exp_params.empty());
+}
+
+TEST_F(TablesTest, UninitTwice) {
+    Publish(1);
+    ASSERT_EQ(oz_cam_init_globals(), 1);
+    for (int run = 0; run < 2; ++run) {
+        oz_cam_uninit_globals();
+        EXPECT_FALSE(pg_cam_info || pg_decode_info || pg_cam_cfg || pg_cam_reads);
+        EXPECT_EQ(total_cams, 0);
+    }
+    EXPECT_EQ(driver_.uninits(), 1u);
+    EXPECT_EQ(oz_cam_init_globals(), 1) << "and again";
+    EXPECT_EQ(total_cams, 1);
+}
+
+TEST_F(TablesTest, MachineWithoutCameras) {
+    Publish(0);
+    EXPECT_EQ(oz_cam_check(0), 0);
+    EXPECT_TRUE(trace_.failed_with(C2_ORVEX_NOT_INITED, "ORVEX is not initialized"));
+    ASSERT_EQ(oz_cam_init_globals(), 1);
+    orvex_initialized = 1;
+    EXPECT_FALSE(pg_cam_info);
+    EXPECT_EQ(oz_cam_check(0), 0);
+    EXPECT_TRUE(trace_.failed_with(C0_INVALID_HANDLE, "Invalid camera handle or camera not open"));
+    int16 hcam = -1;
+    EXPECT_EQ(bv_cam_open("Cam 0", &hcam, EXT_OPEN_EXCLUSIVE), 0);
+    EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), C0_CAM_NAME_NOT_FOUND);
+}
+
+TEST_F(TablesTest, ModuleThatFails) {
+    Publish(1);
+    driver_.init_result(0);
+    EXPECT_EQ(oz_cam_init_globals(), 0);
+    EXPECT_NE(bv::ApiGlobal::GetErrorCode(), 0);
+    EXPECT_FALSE(pg_cam_info);
+}
+
+TEST_F(TablesTest, CamerasBeyondTheSixteenthAreLeftOut) {
+    Publish(18);
+    ASSERT_EQ(oz_cam_init_globals(), 1);
+    orvex_initialized = 1;
+    EXPECT_EQ(total_cams, 16);
+    EXPECT_THAT(trace_.messages(bv::log_warning),
+                Contains("oz_cam_init_globals: The device driver reports 18 cameras, only the "
+                         "first 16 are used"));
+    int16 hcam = -1;
+    EXPECT_EQ(bv_cam_open("Cam 16", &hcam, EXT_OPEN_EXCLUSIVE), 0);
+    EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), C0_CAM_NAME_NOT_FOUND);
+    EXPECT_EQ(driver_.camera(16).opens(), 0u);
+    EXPECT_EQ(bv_cam_open("Cam 15", &hcam, EXT_OPEN_FW_UPDATE), 1);
+    EXPECT_EQ(hcam, 15);
+    bv_cam_close(hcam);
+}
+
+}  // namespace

@@ -1,0 +1,322 @@
+#include "device/command_io.h"
+
+#include <array>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "device/ddi.h"
+#include "device/device_table.h"
+#include "support/core/installed_driver.h"
+#include "support/core/trace_capture.h"
+#include "support/scripted_driver.h"
+
+namespace {
+
+using support::Bytes;
+using support::hex;
+using support::InstalledDriver;
+using support::ScriptedCamera;
+using support::ScriptedDriver;
+using support::TraceCapture;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class CommandIo : public testing::Test {
+  protected:
+    static constexpr int16 hcam = 0;
+
+    CommandIo() {
+        for (const char* name : {"A", "B", "C"}) driver_.add_camera(name);
+        installed_ = std::make_unique<InstalledDriver>(driver_);
+        int16 handle = -1;
+        for (const char* name : {"A", "B", "C"}) EXPECT_EQ(dv_cam_open(name, &handle), 1);
+        camera().forget();
+        trace_.clear();
+    }
+    ScriptedCamera& camera(size_t index = 0) { return driver_.camera(index); }
+
+    TraceCapture trace_;
+    ScriptedDriver driver_;
+    std::unique_ptr<InstalledDriver> installed_;
+};
+
+TEST_F(CommandIo, FramesThePayload) {
+    const uint8_t one = 0x26;
+    EXPECT_EQ(dv_cam_write_read(hcam, 63, 1, &one, 0, nullptr), 1);
+    EXPECT_EQ(camera().writes().back(), hex("3F 00 01 26"));
+
+    const Bytes largest(command_bytes_max, 0xA5);
+    EXPECT_EQ(dv_cam_write_read(hcam, 61, 32768, largest.data(), 0, nullptr), 1);
+    const Bytes frame = camera().writes().back();
+    ASSERT_EQ(frame.size(), largest.size() + 3);
+    EXPECT_EQ(Bytes(frame.begin(), frame.begin() + 3), hex("3D 80 00"));
+    EXPECT_TRUE(std::equal(largest.begin(), largest.end(), frame.begin() + 3));
+    EXPECT_EQ(camera().reads(), 0u) << "nothing to read";
+}
+
+TEST_F(CommandIo, FetchesTheReplyThatWasAnnounced) {
+    camera().firmware().reply(CUR_CCD_TEMP, 2, 0xF63C);
+    const Bytes message = hex("26 07 28 00 02");
+    Bytes reply(2);
+    EXPECT_EQ(dv_cam_write_read(hcam, 63, 5, message.data(), 2, reply.data()), 1);
+    EXPECT_EQ(camera().writes(), std::vector<Bytes>{hex("3F 00 05 26 07 28 00 02")});
+    EXPECT_EQ(reply, hex("F6 3C"));
+    EXPECT_THAT(trace_.messages(),
+                testing::IsSupersetOf({"dv_cam_write_read: We are in the wait code after the write",
+                                       "dv_cam_write_read: Got write ack",
+                                       "dv_cam_write_read: We are in the wait code before the read",
+                                       "dv_cam_write_read: Got read ack",
+                                       "dv_cam_write_read: RETURN (OZ_OK)"}));
+
+    camera().queue_reply(hex("01"));
+    reply = hex("55 55");
+    EXPECT_EQ(dv_cam_write_read(hcam, 63, 5, message.data(), 2, reply.data()), 1)
+        << "a short reply is the reader's business";
+    EXPECT_EQ(reply, hex("01 55"));
+}
+
+TEST_F(CommandIo, PassesAWholeFrameThrough) {
+    camera().firmware().bridge_reply(3, 1, 0, hex("41 42"));
+    const Bytes frame = hex("23 00 03 03 00 01");
+    Bytes reply(8);
+    EXPECT_EQ(dv_cam_write_read_passthrough(hcam, 6, frame.data(), 8, reply.data()), 1);
+    EXPECT_EQ(camera().writes().back(), frame);
+    EXPECT_EQ(reply, hex("00 00 00 00 00 00 41 42"));
+}
+
+using Exchange = boolean16 (*)(uns16 write_bytes, uns16 read_bytes);
+
+struct ExchangeRow {
+    const char* name;
+    Exchange run;
+    const char* frame_bytes;  // of three bytes of payload
+};
+
+const Bytes payload = hex("26 07 28");
+std::array<uint8_t, 16> reply_buffer;
+
+void PrintTo(const ExchangeRow& row, std::ostream* out) {
+    *out << row.name;
+}
+
+class BothExchanges : public CommandIo, public testing::WithParamInterface<ExchangeRow> {};
+
+TEST_P(BothExchanges, ReportWhatFailed) {
+    const auto run = GetParam().run;
+    const std::string frame_bytes = GetParam().frame_bytes;
+
+    EXPECT_EQ(run(0, 0), 0);
+    EXPECT_TRUE(trace_.failed_with(C7_DRIVER_COM_ERROR, "No data to write"));
+
+    camera().fail_write(true, 2);
+    EXPECT_EQ(run(3, 4), 0);
+    EXPECT_TRUE(trace_.failed_with(
+        C7_DRIVER_COM_ERROR, "Failed to write data, written, 2 out of " + frame_bytes + " bytes"));
+    camera().fail_write(false).fail_read(true, 1).queue_reply(hex("01 02 03 04"));
+    EXPECT_EQ(run(3, 4), 0);
+    EXPECT_TRUE(
+        trace_.failed_with(C7_DRIVER_COM_ERROR, "Failed to read data, read 1 out of 4 bytes"));
+    EXPECT_EQ(trace_.messages(bv::log_error).size(), 3u) << "each failure is told once";
+
+    camera().set_state(DEVICE_REMOVED);
+    camera().forget();
+    EXPECT_EQ(run(0, 0), 0);
+    EXPECT_TRUE(trace_.failed_with(C7_DRIVER_COM_ERROR, "Failed to write data, device removed"));
+    EXPECT_THAT(camera().writes(), IsEmpty());
+
+    for (uint32_t state : {DEVICE_SUSPENDED, DEVICE_RESUMED}) {
+        camera().set_state(state);
+        EXPECT_EQ(run(3, 0), 1) << "the driver decides about state " << state;
+    }
+    camera().set_state(DEVICE_OPEN);
+}
+
+INSTANTIATE_TEST_SUITE_P(Framings, BothExchanges,
+                         testing::Values(ExchangeRow{"framed",
+                                                     [](uns16 write_bytes, uns16 read_bytes) {
+                                                         return dv_cam_write_read(
+                                                             0, 63, write_bytes, payload.data(),
+                                                             read_bytes, reply_buffer.data());
+                                                     },
+                                                     "6"},
+                                         ExchangeRow{"passthrough",
+                                                     [](uns16 write_bytes, uns16 read_bytes) {
+                                                         return dv_cam_write_read_passthrough(
+                                                             0, write_bytes, payload.data(),
+                                                             read_bytes, reply_buffer.data());
+                                                     },
+                                                     "3"}),
+                         [](const auto& instance) { return std::string(instance.param.name); });
+
+// The limits are fixed; all three waits run side by side.
+TEST_F(CommandIo, WaitsThreeSecondsForEachAcknowledgeAndLongerForPassthrough) {
+    camera(0).lose_write_ack();
+    camera(1).lose_read_ack();
+    camera(2).lose_write_ack();
+    const Bytes message = hex("26 07 28 00 02");
+    auto exchange = [&](int16 handle) {
+        std::array<uint8_t, 2> reply{};
+        return dv_cam_write_read(handle, 63, 5, message.data(), 2, reply.data());
+    };
+    boolean16 passed = 0;
+    std::thread second([&] { EXPECT_EQ(exchange(1), 0); });
+    std::thread third(
+        [&] { passed = dv_cam_write_read_passthrough(2, 5, message.data(), 0, nullptr); });
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(exchange(0), 0);
+    second.join();
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(2990));
+    camera(2).signal(ScriptedCamera::Ack::write);
+    third.join();
+    EXPECT_EQ(passed, 1) << "the whole frame was still waited for";
+    EXPECT_THAT(trace_.messages(bv::log_error),
+                testing::UnorderedElementsAre(
+                    "dv_cam_write_read: Write ack event not signalled within 3000 ms",
+                    "dv_cam_write_read: Read ack event not signalled within 3000 ms"));
+    EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), C7_DRIVER_COM_ERROR);
+    EXPECT_EQ(camera(1).reads(), 0u);
+}
+
+TEST_F(CommandIo, HandsControlOperationsOverAsTheyAre) {
+    const Bytes in = hex("01 02 03");
+    std::array<uint8_t, 4> out{};
+    uns32 returned = 99;
+    int overlapped = 0;
+    camera().answer(DV_RAW_COMM, hex("0A 0B"));
+    EXPECT_EQ(dv_ioctl(hcam, DV_RAW_COMM, in.data(), 3, out.data(), 4, &returned, &overlapped), 1);
+    const support::Ioctl seen = camera().ioctls().back();
+    EXPECT_EQ(seen.code, uint32_t{DV_RAW_COMM});
+    EXPECT_EQ(seen.in, in);
+    EXPECT_EQ(seen.out, out.data());
+    EXPECT_EQ(seen.out_size, 4u);
+    EXPECT_EQ(seen.overlapped, &overlapped);
+    EXPECT_EQ(returned, 2u);
+    EXPECT_THAT(out, ElementsAre(0x0A, 0x0B, 0, 0));
+
+    EXPECT_EQ(dv_ioctl(hcam, DV_CLEAR_IRQS, nullptr, 0, nullptr, 0, nullptr, nullptr), 1);
+    EXPECT_TRUE(camera().ioctls().back().returned_given);
+}
+
+TEST_F(CommandIo, NamesTheControlOperationThatFailed) {
+    camera().refuse(DV_RESET_INTERFACE).refuse(0x1234);
+    EXPECT_EQ(dv_reset_interface(hcam), 0);
+    EXPECT_TRUE(
+        trace_.failed_with(C7_DRIVER_COM_ERROR, "IOCTL DV_RESET_INTERFACE(0x00223ee8) failed"));
+    EXPECT_THAT(trace_.messages(), Contains("dv_reset_interface: RETURN (OZ_FAIL)"));
+    EXPECT_EQ(dv_ioctl(hcam, 0x1234, nullptr, 0, nullptr, 0, nullptr, nullptr), 0);
+    EXPECT_TRUE(trace_.failed_with(C7_DRIVER_COM_ERROR, "IOCTL <UNKNOWN>(0x00001234) failed"));
+    EXPECT_EQ(trace_.messages(bv::log_error).size(), 2u) << "each failure is told once";
+
+    camera().set_state(DEVICE_REMOVED);
+    camera().forget();
+    EXPECT_EQ(dv_reset_interface(hcam), 0);
+    EXPECT_TRUE(trace_.failed_with(C7_DRIVER_COM_ERROR,
+                                   "IOCTL DV_RESET_INTERFACE(0x00223ee8) failed, device removed"));
+    EXPECT_THAT(camera().ioctls(), IsEmpty());
+    camera().set_state(DEVICE_OPEN);
+
+    for (int16 outside : {int16{-1}, int16{3}, int16{21}})
+        EXPECT_EQ(dv_reset_interface(outside), 0);
+}
+
+// One call of a wrapper, what it sends and what it makes of the driver's answer.
+struct WrapperCase {
+    const char* name;
+    uint32_t code;
+    const char* in;
+    uint32_t out_size;
+    const char* answer;
+    uint64_t expected;
+    boolean16 (*run)(uint64_t& value);
+};
+
+void PrintTo(const WrapperCase& c, std::ostream* out) {
+    *out << c.name;
+}
+
+template <auto Get, class T>
+boolean16 Got(uint64_t& value) {
+    T result{};
+    const boolean16 success = Get(0, &result);
+    value = static_cast<uint64_t>(result);
+    return success;
+}
+
+class Wrappers : public CommandIo, public testing::WithParamInterface<WrapperCase> {};
+
+TEST_P(Wrappers, MakeOneControlOperation) {
+    const WrapperCase& c = GetParam();
+    camera().answer(c.code, hex(c.answer));
+    uint64_t value = 0;
+    EXPECT_EQ(c.run(value), 1);
+    EXPECT_EQ(value, c.expected);
+    ASSERT_THAT(camera().ioctl_codes(), ElementsAre(c.code));
+    EXPECT_EQ(camera().ioctls().back().in, hex(c.in));
+    EXPECT_EQ(camera().ioctls().back().out_size, c.out_size);
+    camera().refuse(c.code);
+    EXPECT_EQ(c.run(value), 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, Wrappers,
+    testing::Values(WrapperCase{"info_length", DV_GET_INFO_LENGTH, "", 2, "34 12", 0x1234,
+                                Got<dv_driver_get_info_length, uns16>},
+                    WrapperCase{"info_dump", DV_GET_INFO_DUMP, "", 3, "41", 'A',
+                                [](uint64_t& value) {
+                                    char text[3] = {};
+                                    const boolean16 success =
+                                        dv_driver_get_info_dump(0, sizeof text, text);
+                                    value = static_cast<uint64_t>(text[0]);
+                                    return success;
+                                }},
+                    WrapperCase{"get_retries", DV_GET_RETRIES, "", 2, "03 00", 3,
+                                Got<dv_driver_get_retries, uns16>},
+                    WrapperCase{"set_retries", DV_SET_RETRIES, "34 12", 0, "", 0,
+                                [](uint64_t&) { return dv_driver_set_retries(0, 0x1234); }},
+                    WrapperCase{"get_timeout", DV_GET_TIMEOUT, "", 2, "E8 03", 1000,
+                                Got<dv_driver_get_timeout, uns16>},
+                    WrapperCase{"set_timeout", DV_SET_TIMEOUT, "E8 03", 0, "", 0,
+                                [](uint64_t&) { return dv_driver_set_timeout(0, 1000); }},
+                    WrapperCase{"get_ver", DV_GET_VER, "", 6, "01 02 03 04 05 06", 0x0201,
+                                Got<dv_driver_get_ver, uns16>},
+                    WrapperCase{"pci_cap", DV_GET_VER, "", 6, "01 02 03 04 05 06", 0x0403,
+                                Got<dv_driver_get_pci_cap, uns16>},
+                    WrapperCase{"pci_fw_is_the_same_word", DV_GET_VER, "", 6, "01 02 03 04 05 06",
+                                0x0403, Got<dv_driver_get_pci_fw, uns16>},
+                    WrapperCase{"bridge_caps_size", DV_GET_BRIDGE_CAPS_SIZE, "", 4, "06 00 00 00",
+                                6, Got<dv_driver_get_bridge_caps_size, uns32>},
+                    WrapperCase{"bridge_caps", DV_GET_BRIDGE_CAPS, "", 5, "00 00 00 00 07", 7,
+                                [](uint64_t& value) {
+                                    std::array<uint8_t, 5> caps{};
+                                    const boolean16 success =
+                                        dv_driver_get_bridge_caps(0, caps.data(), 5);
+                                    value = caps[4];
+                                    return success;
+                                }},
+                    WrapperCase{"clear_ints", DV_CLEAR_IRQS, "", 0, "", 0,
+                                [](uint64_t&) { return dv_exp_clear_ints(0); }},
+                    WrapperCase{"time", DV_GET_CURRENT_TIMESTAMP, "", 8, "01 02 03 04 05 06 07 80",
+                                0x8007060504030201, Got<dv_exp_get_current_oz_time, int64>},
+                    WrapperCase{"reset", DV_RESET_INTERFACE, "", 0, "", 0,
+                                [](uint64_t&) { return dv_reset_interface(0); }}),
+    [](const auto& instance) { return std::string(instance.param.name); });
+
+TEST_F(CommandIo, OnlyOneBusIsToldTheTransferSpeed) {
+    for (uint32_t type : {DRIVER_TYPE_PCI, DRIVER_TYPE_USB, DRIVER_TYPE_PCIE, DRIVER_TYPE_1394,
+                          DRIVER_TYPE_SOFTWARE}) {
+        SCOPED_TRACE(type);
+        camera().transport(type).refuse(DV_CAM_PREP_TRANSFER, false);
+        camera().forget();
+        EXPECT_EQ(dv_send_transfer_speed_to_interface(hcam), 1);
+        const bool told = type == DRIVER_TYPE_1394;
+        EXPECT_THAT(camera().ioctl_codes(), testing::SizeIs(told ? 1 : 0));
+        camera().refuse(DV_CAM_PREP_TRANSFER);
+        EXPECT_EQ(dv_send_transfer_speed_to_interface(hcam), told ? 0 : 1);
+    }
+}
+
+}  // namespace

@@ -1,0 +1,299 @@
+#include "device/device_table.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "device/ddi.h"
+#include "support/core/installed_driver.h"
+#include "support/core/trace_capture.h"
+#include "support/scripted_driver.h"
+
+namespace {
+
+using bv::ApiGlobal;
+using support::InstalledDriver;
+using support::ScriptedCamera;
+using support::ScriptedDriver;
+using support::TraceCapture;
+using testing::ElementsAre;
+
+class DeviceTable : public testing::Test {
+  protected:
+    DeviceTable() {
+        driver_.add_camera("First");
+        driver_.add_camera("Cam").transport(DRIVER_TYPE_PCIE);
+        installed_ = std::make_unique<InstalledDriver>(driver_);
+    }
+    ScriptedCamera& camera() { return driver_.camera(1); }
+    orvex_device* device() { return camera().device(); }
+    boolean16 open() { return dv_cam_open("Cam", &hcam_); }
+
+    TraceCapture trace_;
+    ScriptedDriver driver_;
+    std::unique_ptr<InstalledDriver> installed_;
+    int16 hcam_ = -7;
+};
+
+class DeviceTableInBothModes : public DeviceTable, public testing::WithParamInterface<bool> {
+  protected:
+    DeviceTableInBothModes() {
+        if (GetParam()) camera().kernel_mode();
+    }
+};
+
+TEST_P(DeviceTableInBothModes, OpensAndCloses) {
+    ASSERT_EQ(open(), 1);
+    EXPECT_EQ(hcam_, 1);
+    EXPECT_EQ(device()->hcam, 1);
+    EXPECT_EQ(camera().state(), uint32_t{DEVICE_OPEN});
+    EXPECT_EQ(camera().opens(), 1u);
+    EXPECT_EQ(camera().ioctl_codes().front(), uint32_t{DV_CAM_OPEN});
+    EXPECT_NE(device()->callbacks, nullptr);
+
+    camera().forget();
+    EXPECT_EQ(dv_cam_close(hcam_), 1);
+    EXPECT_EQ(camera().ioctl_codes().back(), uint32_t{DV_CAM_CLOSE});
+    EXPECT_EQ(camera().closes(), 1u);
+    EXPECT_EQ(camera().state(), uint32_t{DEVICE_CLOSED});
+    EXPECT_EQ(device()->hcam, -1);
+    EXPECT_EQ(device()->callbacks, nullptr);
+    EXPECT_EQ(device()->write_ack, nullptr);
+    EXPECT_EQ(device()->flush_ack, nullptr);
+    EXPECT_EQ(ApiGlobal::GetErrorCode(), 0);
+
+    EXPECT_EQ(open(), 1) << "a closed camera opens again";
+}
+
+INSTANTIATE_TEST_SUITE_P(Delivery, DeviceTableInBothModes, testing::Bool(),
+                         [](const auto& instance) {
+                             return instance.param ? "kernel" : "library";
+                         });
+
+TEST_F(DeviceTable, HandsFiveEventsToTheDriverAndNamesSix) {
+    ASSERT_EQ(open(), 1);
+    const auto record = camera().open_record();
+    ASSERT_TRUE(record);
+    EXPECT_EQ(record->hcam, 1);
+    EXPECT_EQ(camera().ioctls().front().in.size(), 48u);
+    EXPECT_EQ(camera().ioctls().front().out_size, 2u);
+
+    struct EventCase {
+        const char* name;
+        dv_event* event;
+        int64_t handle;
+        bool automatic;
+    };
+    const EventCase cases[] = {
+        {"1_Cam_WriteAck", device()->write_ack, record->write_ack, false},
+        {"1_Cam_ReadAck", device()->read_ack, record->read_ack, false},
+        {"1_Cam_BOF", device()->bof, record->bof, true},
+        {"1_Cam_EOF", device()->eof, record->eof, true},
+        {"1_Cam_AbortAck", device()->abort_ack, record->abort_ack, true},
+        {"1_Cam_FlushAck", device()->flush_ack, device()->flush_ack->handle, true},
+    };
+    for (const EventCase& c : cases) {
+        SCOPED_TRACE(c.name);
+        EXPECT_STREQ(c.event->name, c.name);
+        EXPECT_EQ(c.event->handle, c.handle);
+        dv_event_reset(c.event);
+        EXPECT_EQ(dv_event_wait(c.event, 0), 0);
+        orvex_event by_name{};
+        ASSERT_EQ(orvex_event_open_name(&by_name, c.name), 1);
+        orvex_event_set(&by_name);
+        EXPECT_EQ(dv_event_wait(c.event, 0), 1);
+        EXPECT_EQ(dv_event_wait(c.event, 0), c.automatic ? 0 : 1);
+        orvex_event_close(&by_name);
+    }
+}
+
+TEST_F(DeviceTable, RefusesWhatItCannotOpen) {
+    EXPECT_EQ(dv_cam_open("Cam", nullptr), 0);
+    EXPECT_TRUE(trace_.failed_with(C0_NULL_POINTER, "Output argument for camera handle is null"));
+
+    EXPECT_EQ(dv_cam_open("Unknown", &hcam_), 0);
+    EXPECT_EQ(hcam_, -1);
+    EXPECT_TRUE(trace_.failed_with(C0_CAM_NAME_NOT_FOUND, "Camera name not found"));
+
+    ASSERT_EQ(open(), 1);
+    for (uint32_t state : {DEVICE_OPEN, DEVICE_REMOVED, DEVICE_RESUMED}) {
+        SCOPED_TRACE(state);
+        camera().set_state(state);
+        hcam_ = -1;
+        EXPECT_EQ(open(), 0);
+        EXPECT_EQ(hcam_, 1) << "the handle is known all the same";
+        EXPECT_TRUE(trace_.failed_with(C0_CAM_ALREADY_OPEN, "Camera already open"));
+    }
+    EXPECT_EQ(camera().state(), uint32_t{DEVICE_OPEN}) << "a resumed camera has settled";
+    EXPECT_EQ(camera().opens(), 1u);
+}
+
+TEST_F(DeviceTable, NeedsThreeAttemptsAfterAFailedOpen) {
+    camera().fail_open();
+    EXPECT_EQ(open(), 0);
+    EXPECT_TRUE(trace_.failed_with(C7_DRIVER_COM_ERROR, "Failed to open camera device"));
+    EXPECT_NE(device()->write_ack, nullptr);
+
+    camera().fail_open(false);
+    EXPECT_EQ(open(), 0);
+    EXPECT_TRUE(
+        trace_.failed_with(C0_RESOURCE_ALLOCATION_FAILED, "Failed to create event 1_Cam_WriteAck"));
+    EXPECT_EQ(device()->write_ack, nullptr);
+    EXPECT_EQ(camera().closes(), 1u) << "closed although it was not open";
+
+    EXPECT_EQ(open(), 1);
+}
+
+TEST_F(DeviceTable, ReportsADriverThatRefusesToOpen) {
+    camera().refuse(DV_CAM_OPEN);
+    EXPECT_EQ(open(), 0);
+    EXPECT_TRUE(trace_.failed_with(C7_DRIVER_COM_ERROR, "IOCTL DV_CAM_OPEN(0x00223e88) failed"));
+    EXPECT_EQ(camera().state(), uint32_t{DEVICE_CLOSED});
+    dv_cam_close(hcam_);
+
+    camera().refuse(DV_CAM_OPEN, false).open_status(5);
+    EXPECT_EQ(open(), 0);
+    EXPECT_TRUE(trace_.failed_with(C7_DRIVER_COM_ERROR, "An error status 5 reported by driver"));
+    EXPECT_EQ(camera().state(), uint32_t{DEVICE_CLOSED});
+}
+
+TEST_F(DeviceTable, CloseIgnoresEveryFailure) {
+    ASSERT_EQ(open(), 1);
+    camera().refuse(DV_CAM_CLOSE).fail_close();
+    trace_.clear();
+    EXPECT_EQ(dv_cam_close(hcam_), 1);
+    EXPECT_THAT(trace_.messages(bv::log_warning),
+                ElementsAre("dv_cam_close: IOCTL DV_CAM_CLOSE failed, error ignored",
+                            "dv_cam_close: Failed to close device, error ignored"));
+    EXPECT_EQ(camera().state(), uint32_t{DEVICE_CLOSED});
+    EXPECT_EQ(ApiGlobal::GetErrorCode(), 0);
+    for (int16 outside : {int16{-1}, int16{5}, int16{21}}) EXPECT_EQ(dv_cam_close(outside), 1);
+}
+
+TEST_F(DeviceTable, ClosesARemovedCameraWithoutAskingTheDriver) {
+    ASSERT_EQ(open(), 1);
+    camera().forget();
+    camera().set_state(DEVICE_REMOVED);
+    EXPECT_EQ(dv_cam_close(hcam_), 1);
+    EXPECT_THAT(camera().ioctl_codes(), ElementsAre());
+    EXPECT_EQ(camera().closes(), 1u);
+    EXPECT_EQ(camera().state(), uint32_t{DEVICE_CLOSED});
+    EXPECT_EQ(device()->hcam, -1);
+    EXPECT_EQ(open(), 1);
+}
+
+// Whatever fails on the way in, the application gets back to a camera that works.
+TEST_F(DeviceTable, RecoversFromAFailureOfAnyDriverCall) {
+    for (unsigned n = 1;; ++n) {
+        SCOPED_TRACE(n);
+        ASSERT_LT(n, 20u);
+        driver_.fail_call(n);
+        const boolean16 opened = open();
+        if (!driver_.fault_happened()) {
+            EXPECT_EQ(opened, 1);
+            break;
+        }
+        driver_.fail_call(0);
+        EXPECT_EQ(opened, 0);
+        EXPECT_NE(ApiGlobal::GetErrorCode(), 0);
+        dv_cam_close(hcam_);
+        ASSERT_EQ(open(), 1);
+        dv_cam_close(hcam_);
+    }
+}
+
+TEST_F(DeviceTable, CountsAsOpenByItsState) {
+    struct StateCase {
+        uint32_t state;
+        boolean16 open;
+        uint32_t settled;
+    };
+    const StateCase cases[] = {
+        {DEVICE_CLOSED, 0, DEVICE_CLOSED},
+        {DEVICE_OPEN, 1, DEVICE_OPEN},
+        {DEVICE_REMOVED, 1, DEVICE_REMOVED},
+        {DEVICE_RESUMED, 1, DEVICE_OPEN},
+        {17, 0, 17},
+    };
+    for (const StateCase& c : cases) {
+        SCOPED_TRACE(c.state);
+        camera().set_state(c.state);
+        EXPECT_EQ(CamIsOpen(1), c.open);
+        EXPECT_EQ(camera().state(), c.settled);
+    }
+    camera().set_state(DEVICE_CLOSED);
+    EXPECT_EQ(CamIsOpen(-1), 0);
+    EXPECT_EQ(CamIsOpen(21), 0);
+}
+
+TEST_F(DeviceTable, WaitsForASuspendedCamera) {
+    camera().set_state(DEVICE_SUSPENDED);
+    std::thread bus([this] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(150));
+        camera().set_state(DEVICE_RESUMED);
+    });
+    EXPECT_EQ(CamIsOpen(1), 1);
+    bus.join();
+    EXPECT_EQ(camera().state(), uint32_t{DEVICE_OPEN});
+    camera().set_state(DEVICE_CLOSED);
+}
+
+TEST_F(DeviceTable, GivesASuspendedCameraUpAfterFiveSeconds) {
+    camera().set_state(DEVICE_SUSPENDED);
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(CamIsOpen(1), 1);
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+    EXPECT_EQ(camera().state(), uint32_t{DEVICE_REMOVED});
+    camera().set_state(DEVICE_CLOSED);
+}
+
+TEST(DeviceEvent, WithoutAnEventNothingHappens) {
+    EXPECT_EQ(dv_event_create(nullptr, 0, 0, "name"), 0);
+    EXPECT_EQ(dv_event_set(nullptr), 0);
+    EXPECT_EQ(dv_event_reset(nullptr), 0);
+    EXPECT_EQ(dv_event_wait(nullptr, 0), 0);
+    EXPECT_EQ(dv_event_get_handle(nullptr), -1);
+    dv_event_close(nullptr);
+    dv_event* none = nullptr;
+    dv_event_close(&none);
+}
+
+TEST(DeviceEvent, FillsOnlyAnEmptySlotAndKeepsItsName) {
+    dv_event* event = nullptr;
+    ASSERT_EQ(dv_event_create(&event, 1, 0, std::string(300, 'n').c_str()), 1);
+    dv_event* const first = event;
+    EXPECT_EQ(dv_event_create(&event, 0, 0, "other"), 0);
+    EXPECT_EQ(event, first);
+    EXPECT_EQ(std::string(event->name), std::string(255, 'n'));
+    EXPECT_EQ(dv_event_get_handle(event), event->handle);
+    EXPECT_GE(event->handle, 0);
+    dv_event_close(&event);
+    EXPECT_EQ(event, nullptr);
+}
+
+struct InitialCase {
+    boolean16 initial;
+    boolean16 auto_reset;
+    std::vector<boolean16> waits;  // of three in a row
+};
+
+TEST(DeviceEvent, StartsSignalledOnlyForOneAndResetsAsTold) {
+    const InitialCase cases[] = {
+        {0, 0, {0, 0, 0}}, {1, 0, {1, 1, 1}}, {2, 0, {0, 0, 0}}, {1, 1, {1, 0, 0}}};
+    for (const InitialCase& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.initial << ' ' << c.auto_reset);
+        dv_event* event = nullptr;
+        ASSERT_EQ(dv_event_create(&event, c.initial, c.auto_reset, nullptr), 1);
+        EXPECT_STREQ(event->name, "");
+        for (boolean16 signalled : c.waits) EXPECT_EQ(dv_event_wait(event, 0), signalled);
+        EXPECT_EQ(dv_event_set(event), 1);
+        EXPECT_EQ(dv_event_wait(event, 10000), 1);
+        EXPECT_EQ(dv_event_reset(event), 1);
+        EXPECT_EQ(dv_event_wait(event, 0), 0);
+        dv_event_close(&event);
+    }
+}
+
+}  // namespace

@@ -1,0 +1,392 @@
+#include "device/image_transfer.h"
+
+#include <atomic>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "device/command_io.h"
+#include "device/device_table.h"
+#include "support/core/test_camera.h"
+#include "support/core/trace_capture.h"
+
+namespace {
+
+using support::Bytes;
+using support::hex;
+using support::ScriptedCamera;
+using support::TestCamera;
+using support::TraceCapture;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+class ImageTransfer : public testing::Test {
+  protected:
+    static constexpr int16 hcam = TestCamera::hcam;
+
+    ScriptedCamera& camera() { return camera_.camera(); }
+
+    TraceCapture trace_;
+    TestCamera camera_;
+    // Only its address reaches the driver; nothing is written.
+    void* const pixels_ = reinterpret_cast<void*>(0x100000000);
+};
+
+// One image operation as "code +offset size", and the parameter record as hexadecimal words.
+std::string Told(const support::Ioctl& ioctl, const void* pixels) {
+    std::string text = bv_text_dv_ioctl(ioctl.code);
+    if (ioctl.out && ioctl.code != DV_GET_VER) {
+        const auto offset = static_cast<const char*>(ioctl.out) - static_cast<const char*>(pixels);
+        text +=
+            bv::FormatText(" +%llx %x", static_cast<unsigned long long>(offset), ioctl.out_size);
+    }
+    for (size_t at = 0; at + 4 <= ioctl.in.size(); at += 4)
+        text += bv::FormatText(" %x", static_cast<unsigned>(ioctl.in[at] | ioctl.in[at + 1] << 8 |
+                                                            ioctl.in[at + 2] << 16) |
+                                          static_cast<unsigned>(ioctl.in[at + 3]) << 24);
+    return text;
+}
+
+struct HandOverCase {
+    const char* name;
+    uint32_t transport;
+    uns32 total_bytes;
+    uns32 frame_bytes;
+    uns16 buf_mode;
+    const char* version;  // record of the driver; bit 0 of the second word asks for the table
+    std::vector<std::string> operations;
+};
+
+void PrintTo(const HandOverCase& c, std::ostream* out) {
+    *out << c.name;
+}
+
+class HandOver : public ImageTransfer, public testing::WithParamInterface<HandOverCase> {};
+
+TEST_P(HandOver, TellsTheDriverWhereThePixelsGo) {
+    const HandOverCase& c = GetParam();
+    camera().transport(c.transport).answer(DV_GET_VER, hex(c.version));
+    camera_.decode_info().frame_bytes = c.frame_bytes;
+    camera_.decode_info().frame_count = 2;
+    camera_.cam_info().buf_mode = c.buf_mode;
+    // A triggered frame has no bound.
+    camera_.cache().exp_mode = STROBED_MODE;
+    EXPECT_EQ(dv_driver_set_image_data_active(hcam, c.total_bytes, pixels_), 1);
+    std::vector<std::string> operations;
+    for (const support::Ioctl& ioctl : camera().ioctls())
+        operations.push_back(Told(ioctl, pixels_));
+    EXPECT_EQ(operations, c.operations);
+}
+
+constexpr const char* plain = "01 00 00 00 00 00";
+constexpr const char* wants_table = "01 00 01 00 00 00";
+
+INSTANTIATE_TEST_SUITE_P(
+    Transports, HandOver,
+    testing::Values(HandOverCase{"pci_whole",
+                                 DRIVER_TYPE_PCI,
+                                 0x4000000,
+                                 0x1000,
+                                 CIRC_NONE,
+                                 wants_table,
+                                 {"DV_SET_IMAGE_DATA_ACTIVE +0 4000000 4000000"}},
+                    HandOverCase{"pci_one_byte_more",
+                                 DRIVER_TYPE_PCI,
+                                 0x4000001,
+                                 0x1000,
+                                 CIRC_NONE,
+                                 plain,
+                                 {"DV_SET_IMAGE_DATA_ACTIVE +0 3000000 4000001",
+                                  "DV_ADD_TO_TABLE +3000000 1000001", "DV_GET_VER"}},
+                    HandOverCase{
+                        "pci_table_behind_every_piece",
+                        DRIVER_TYPE_PCI,
+                        0x9000000,
+                        0x1000,
+                        CIRC_OVERWRITE,
+                        wants_table,
+                        {"DV_SET_IMAGE_DATA_ACTIVE +0 3000000 9000000",
+                         "DV_ADD_TO_TABLE +3000000 2000000", "DV_GET_VER",
+                         "DV_FIX_TABLE 1000 9000000 1 3", "DV_ADD_TO_TABLE +5000000 4000000",
+                         "DV_GET_VER", "DV_FIX_TABLE 1000 9000000 1 3"}},
+                    HandOverCase{"pci_frame_above_the_buffer",
+                                 DRIVER_TYPE_PCI,
+                                 0x4000001,
+                                 0x4000002,
+                                 CIRC_NONE,
+                                 wants_table,
+                                 {"DV_SET_IMAGE_DATA_ACTIVE +0 3000000 4000001",
+                                  "DV_ADD_TO_TABLE +3000000 1000001", "DV_GET_VER"}},
+                    HandOverCase{"1394",
+                                 DRIVER_TYPE_1394,
+                                 0x9000000,
+                                 0x1000,
+                                 CIRC_NONE,
+                                 wants_table,
+                                 {"DV_SEND_IMAGE_PARMS 1000 9000000 0 0",
+                                  "DV_SET_IMAGE_DATA_ACTIVE_LARGE_BUF +0 9000000 9000000",
+                                  "DV_FIX_TABLE 1000 9000000 0 0"}},
+                    HandOverCase{"usb",
+                                 DRIVER_TYPE_USB,
+                                 0x2000,
+                                 0x1000,
+                                 CIRC_NONE,
+                                 plain,
+                                 {"DV_RECEIVE_IMAGE_DATA +0 2000 1000 2000 0 0 ffffffff"}},
+                    HandOverCase{"pcie",
+                                 DRIVER_TYPE_PCIE,
+                                 0x2000,
+                                 0x1000,
+                                 CIRC_NO_OVERWRITE,
+                                 plain,
+                                 {"DV_RECEIVE_IMAGE_DATA +0 2000 1000 2000 1 0 ffffffff"}},
+                    HandOverCase{"software",
+                                 DRIVER_TYPE_SOFTWARE,
+                                 0x2000,
+                                 0x1000,
+                                 CIRC_OVERWRITE,
+                                 plain,
+                                 {"DV_RECEIVE_IMAGE_DATA +0 2000 1000 2000 1 0 ffffffff"}}),
+    [](const auto& instance) { return std::string("to_") + instance.param.name; });
+
+TEST_F(ImageTransfer, CutsABufferOfAnySizeIntoPiecesThatCoverIt) {
+    camera().transport(DRIVER_TYPE_PCI);
+    for (uns32 total : {0u, 1u, 0x4000002u, 0x7000000u, 0x7000001u, 0x80000000u, 0xFFFFFFFFu}) {
+        SCOPED_TRACE(total);
+        camera().forget();
+        EXPECT_EQ(dv_driver_set_image_data_active(hcam, total, pixels_), 1);
+        uint64_t covered = 0;
+        for (const support::Ioctl& ioctl : camera().ioctls()) {
+            if (ioctl.code == DV_GET_VER) continue;
+            EXPECT_EQ(ioctl.out, static_cast<char*>(pixels_) + covered);
+            EXPECT_LE(ioctl.out_size, 0x4000000u);
+            covered += ioctl.out_size;
+        }
+        EXPECT_EQ(covered, total);
+    }
+}
+
+TEST_F(ImageTransfer, PutsNoLimitWhereTheTimeIsUnknown) {
+    camera_.cache().exp_mode = TIMED_MODE;
+    camera_.cfg().exp_res_index = 9;
+    EXPECT_EQ(dv_driver_set_image_data_active_usb_pcie_sw(hcam, 0x2000, pixels_), 1);
+    const Bytes record = camera().ioctls().back().in;
+    ASSERT_THAT(record, SizeIs(20));
+    EXPECT_EQ(Bytes(record.begin() + 16, record.end()), hex("00 00 00 00"));
+}
+
+TEST_F(ImageTransfer, RefusesAnUnknownDriverType) {
+    camera().transport(5);
+    EXPECT_EQ(dv_driver_set_image_data_active(hcam, 0x2000, pixels_), 0);
+    EXPECT_TRUE(trace_.failed_with(C7_DRIVER_COM_ERROR, "Unknown driver type 5"));
+    EXPECT_THAT(camera().ioctls(), IsEmpty());
+    EXPECT_EQ(dv_driver_set_image_data_active(-1, 0x2000, pixels_), 0);
+}
+
+// A hand-over that fails anywhere fails as a whole and tells no more.
+TEST_F(ImageTransfer, StopsAtTheFirstStepThatFails) {
+    struct FaultCase {
+        uint32_t transport;
+        uint32_t refused;
+        std::vector<uint32_t> codes;
+    };
+    const FaultCase cases[] = {
+        {DRIVER_TYPE_PCI, DV_SET_IMAGE_DATA_ACTIVE, {DV_SET_IMAGE_DATA_ACTIVE}},
+        {DRIVER_TYPE_PCI, DV_ADD_TO_TABLE, {DV_SET_IMAGE_DATA_ACTIVE, DV_ADD_TO_TABLE}},
+        {DRIVER_TYPE_PCI,
+         DV_FIX_TABLE,
+         {DV_SET_IMAGE_DATA_ACTIVE, DV_ADD_TO_TABLE, DV_GET_VER, DV_FIX_TABLE}},
+        {DRIVER_TYPE_1394, DV_SEND_IMAGE_PARMS, {DV_SEND_IMAGE_PARMS}},
+        {DRIVER_TYPE_1394,
+         DV_SET_IMAGE_DATA_ACTIVE_LARGE_BUF,
+         {DV_SEND_IMAGE_PARMS, DV_SET_IMAGE_DATA_ACTIVE_LARGE_BUF}},
+        {DRIVER_TYPE_1394,
+         DV_FIX_TABLE,
+         {DV_SEND_IMAGE_PARMS, DV_SET_IMAGE_DATA_ACTIVE_LARGE_BUF, DV_FIX_TABLE}},
+        {DRIVER_TYPE_USB, DV_RECEIVE_IMAGE_DATA, {DV_RECEIVE_IMAGE_DATA}},
+    };
+    camera().answer(DV_GET_VER, hex(wants_table));
+    camera_.decode_info().frame_bytes = 0x1000;
+    for (const FaultCase& c : cases) {
+        SCOPED_TRACE(bv_text_dv_ioctl(c.refused));
+        camera().transport(c.transport).refuse(c.refused);
+        camera().forget();
+        EXPECT_EQ(dv_driver_set_image_data_active(hcam, 0x4000001, pixels_), 0);
+        EXPECT_EQ(camera().ioctl_codes(), c.codes);
+        camera().refuse(c.refused, false);
+    }
+}
+
+TEST_F(ImageTransfer, HandsOverWithoutAKnownCapabilityWord) {
+    camera().transport(DRIVER_TYPE_PCI).refuse(DV_GET_VER);
+    EXPECT_EQ(dv_driver_set_image_data_active(hcam, 0x4000001, pixels_), 1);
+    EXPECT_THAT(camera().ioctl_codes(),
+                ElementsAre(DV_SET_IMAGE_DATA_ACTIVE, DV_ADD_TO_TABLE, DV_GET_VER));
+}
+
+TEST_F(ImageTransfer, TranslatesTheDriversStatus) {
+    struct StatusCase {
+        uint32_t driver;
+        int16 library;
+        bool active;
+    };
+    const StatusCase cases[] = {
+        {0, EXPOSURE_IN_PROGRESS, true},  {100, EXPOSURE_IN_PROGRESS, true},
+        {101, READOUT_NOT_ACTIVE, false}, {102, READOUT_IN_PROGRESS, true},
+        {103, READOUT_COMPLETE, false},   {99, READOUT_FAILED, false},
+        {104, READOUT_FAILED, false},     {0xFFFFFFFF, READOUT_FAILED, false},
+    };
+    for (const StatusCase& c : cases) {
+        SCOPED_TRACE(c.driver);
+        camera().driver_status(c.driver, 0x87654321);
+        uns32 bytes = 0;
+        EXPECT_EQ(driver_get_status(hcam, &bytes), c.library);
+        EXPECT_EQ(bytes, 0x87654321u);
+        EXPECT_EQ(dv_driver_is_image_data_active(hcam), c.active);
+
+        FRAME_INFO info{};
+        int16 status = -5;
+        const bool failed = c.library == READOUT_FAILED;
+        EXPECT_EQ(dv_driver_get_image_data_status(hcam, &bytes, &info, &status), failed ? 0 : 1);
+        EXPECT_EQ(status, failed ? -5 : c.library);
+        if (failed) {
+            EXPECT_TRUE(
+                trace_.failed_with(C7_DRIVER_COM_ERROR, "Image data status is READOUT_FAILED"));
+        }
+    }
+    EXPECT_THAT(camera_.writes(), IsEmpty()) << "the camera itself is never asked";
+}
+
+TEST_F(ImageTransfer, AStatusThatCannotBeReadIsNoError) {
+    camera().driver_status(103, 7).refuse(DV_GET_IMAGE_DATA_STATUS);
+    uns32 bytes = 99;
+    int16 status = -5;
+    FRAME_INFO info{};
+    EXPECT_EQ(dv_driver_get_image_data_status(hcam, &bytes, &info, &status), 1);
+    EXPECT_EQ(status, READOUT_NOT_ACTIVE);
+    EXPECT_EQ(bytes, 0u);
+    EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), 0);
+}
+
+TEST_F(ImageTransfer, GivesTheLatestFrameWithTheStatus) {
+    camera().driver_status(103, 7);
+    ASSERT_TRUE(camera().report(NOTIFICATION_EOF, 12, 0, 500, 300));
+    uns32 bytes = 0;
+    int16 status = 0;
+    FRAME_INFO info{};
+    EXPECT_EQ(dv_driver_get_image_data_status(hcam, &bytes, &info, &status), 1);
+    EXPECT_EQ(info.FrameNr, 12);
+    EXPECT_EQ(info.ReadoutTime, 200);
+    // A new run starts with none.
+    ASSERT_EQ(dv_driver_set_image_data_active(hcam, 0x2000, pixels_), 1);
+    EXPECT_EQ(dv_driver_get_image_data_status(hcam, &bytes, &info, &status), 1);
+    EXPECT_EQ(info.FrameNr, 0);
+}
+
+TEST_F(ImageTransfer, GoesIdleInAllSteps) {
+    dv_driver_set_image_data_idle(hcam);
+    EXPECT_THAT(camera().ioctl_codes(),
+                ElementsAre(DV_SET_IMAGE_DATA_IDLE, DV_CLEANUP_IMAGE_DATA_IDLE));
+    for (const support::Ioctl& ioctl : camera().ioctls()) {
+        EXPECT_THAT(ioctl.in, IsEmpty());
+        EXPECT_EQ(ioctl.out_size, 2u);
+    }
+    EXPECT_THAT(trace_.messages(bv::log_warning), IsEmpty());
+
+    camera().refuse(DV_SET_IMAGE_DATA_IDLE).refuse(DV_CLEANUP_IMAGE_DATA_IDLE);
+    dv_driver_set_image_data_idle(hcam);
+    EXPECT_THAT(
+        trace_.messages(bv::log_warning),
+        ElementsAre("dv_driver_set_image_data_idle: IOCTL DV_SET_IMAGE_DATA_IDLE failed, error "
+                    "ignored",
+                    "dv_driver_set_image_data_idle: Abort ack event not signalled within 500 ms",
+                    "dv_driver_set_image_data_idle: IOCTL DV_CLEANUP_IMAGE_DATA_IDLE failed, "
+                    "error ignored"));
+}
+
+TEST_F(ImageTransfer, StopsInAllSteps) {
+    EXPECT_EQ(dv_driver_stop_data_transfer(hcam, -2), 1);
+    ASSERT_THAT(camera().ioctl_codes(), ElementsAre(DV_STOP_DATA_TRANSFER));
+    EXPECT_EQ(camera().ioctls().back().in, hex("FE FF FF FF"));
+    EXPECT_EQ(camera().ioctls().back().out_size, 2u);
+    EXPECT_THAT(trace_.messages(bv::log_warning), IsEmpty());
+
+    camera().refuse(DV_STOP_DATA_TRANSFER);
+    EXPECT_EQ(dv_driver_stop_data_transfer(hcam, 0), 1);
+    EXPECT_THAT(
+        trace_.messages(bv::log_warning),
+        ElementsAre(
+            "dv_driver_stop_data_transfer: IOCTL DV_STOP_DATA_TRANSFER failed, error ignored",
+            "dv_driver_stop_data_transfer: Abort ack event not signalled within 500 ms"));
+}
+
+struct WaitCase {
+    const char* name;
+    ScriptedCamera::Ack ack;
+    dv_event* orvex_device::* event;
+    boolean16 (*wait)(int16 hcam, uns32 limit);
+};
+
+class TransferEvents : public ImageTransfer, public testing::WithParamInterface<WaitCase> {};
+
+TEST_P(TransferEvents, WaitForTheNextOneOnly) {
+    const WaitCase& c = GetParam();
+    const std::string name = c.name;
+    ASSERT_TRUE(camera().signal(c.ack));
+    EXPECT_EQ(c.wait(hcam, 20), 0) << "the event is past";
+    EXPECT_TRUE(
+        trace_.failed_with(C7_DRIVER_COM_ERROR, name + " event not signalled within 20 ms"));
+
+    std::atomic<bool> done{false};
+    std::thread driver([&] {
+        while (!done) {
+            camera().signal(c.ack);
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+    });
+    EXPECT_EQ(c.wait(hcam, 30000), 1);
+    done = true;
+    driver.join();
+
+    dv_event_close(&(camera_.device()->*c.event));
+    EXPECT_EQ(c.wait(hcam, 20), 0);
+    EXPECT_TRUE(trace_.failed_with(C7_DRIVER_COM_ERROR, "Failed to reset " + name + " event"));
+    EXPECT_EQ(c.wait(-1, 20), 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Both, TransferEvents,
+                         testing::Values(WaitCase{"BOF", ScriptedCamera::Ack::bof,
+                                                  &orvex_device::bof, dv_exp_wait_start_xfer},
+                                         WaitCase{"EOF", ScriptedCamera::Ack::eof,
+                                                  &orvex_device::eof, dv_exp_wait_end_xfer}),
+                         [](const auto& instance) { return std::string(instance.param.name); });
+
+TEST_F(ImageTransfer, CountsTheInterruptsThatTheModeAsksFor) {
+    struct ModeCase {
+        int16 mode;
+        uns32 expected;
+    };
+    const ModeCase cases[] = {{NO_FRAME_IRQS, 0},
+                              {BEGIN_FRAME_IRQS, 0xFFFFFFFF},
+                              {END_FRAME_IRQS, 3},
+                              {BEGIN_END_FRAME_IRQS, 2},
+                              {4, 0},
+                              {-1, 0}};
+    camera().answer(DV_GET_IRQCOUNT, hex("FF FF FF FF 03 00 00 00"));
+    for (const ModeCase& c : cases) {
+        SCOPED_TRACE(c.mode);
+        camera_.cam_info().irq_mask = c.mode;
+        uns32 count = 99;
+        EXPECT_EQ(dv_exp_get_ints(hcam, &count), 1);
+        EXPECT_EQ(count, c.expected);
+    }
+    camera().refuse(DV_GET_IRQCOUNT);
+    uns32 count = 99;
+    EXPECT_EQ(dv_exp_get_ints(hcam, &count), 0);
+    EXPECT_EQ(count, 0u);
+}
+
+}  // namespace

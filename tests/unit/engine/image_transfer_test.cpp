@@ -1,0 +1,115 @@
+#include "engine/image_transfer.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using engine::ImageTransfer;
+
+dv_image_parameters Parameters(uint32_t frame, uint32_t total, uint32_t circular) {
+    return {.frame_bytes = frame, .total_bytes = total, .circular = circular, .reserved = 0};
+}
+
+bool Deliver(ImageTransfer& transfer, const std::vector<uint8_t>& frame) {
+    if (!transfer.Store(frame)) return false;
+    transfer.CountFrame();
+    return true;
+}
+
+TEST(ImageTransfer, ASequenceEndsWithTheBuffer) {
+    ImageTransfer transfer;
+    std::vector<uint8_t> buffer(8);
+    ASSERT_TRUE(transfer.Announce(Parameters(4, 8, 0)));
+    ASSERT_TRUE(transfer.Begin(buffer.data(), 8, 8));
+    EXPECT_EQ(transfer.Status().status, DRIVER_STATUS_NONE);
+    EXPECT_TRUE(Deliver(transfer, {1, 2, 3, 4}));
+    EXPECT_EQ(transfer.Status().status, DRIVER_STATUS_EXPOSING);
+    EXPECT_EQ(transfer.Status().bytes, 4u);
+    EXPECT_TRUE(Deliver(transfer, {5, 6, 7, 8}));
+    EXPECT_EQ(transfer.Status().status, DRIVER_STATUS_COMPLETE);
+    EXPECT_FALSE(Deliver(transfer, {9, 9, 9, 9}));
+    EXPECT_EQ(buffer, (std::vector<uint8_t>{1, 2, 3, 4, 5, 6, 7, 8}));
+}
+
+TEST(ImageTransfer, ARingStartsOver) {
+    ImageTransfer transfer;
+    std::vector<uint8_t> buffer(4);
+    ASSERT_TRUE(transfer.Announce(Parameters(2, 4, 1)));
+    ASSERT_TRUE(transfer.Begin(buffer.data(), 4, 4));
+    for (uint8_t i = 1; i <= 5; ++i) EXPECT_TRUE(Deliver(transfer, {i, i}));
+    EXPECT_EQ(buffer, (std::vector<uint8_t>{5, 5, 4, 4}));
+    EXPECT_EQ(transfer.Frames(), 5u);
+}
+
+// Frames lie across the borders of the pieces that a large buffer comes in.
+TEST(ImageTransfer, FramesCrossPieces) {
+    ImageTransfer transfer;
+    std::vector<uint8_t> first(5);
+    std::vector<uint8_t> second(2);
+    std::vector<uint8_t> third(5);
+    ASSERT_TRUE(transfer.Begin(first.data(), 5, 12));
+    EXPECT_FALSE(transfer.Store(std::vector<uint8_t>{1, 2, 3, 4}));
+    ASSERT_TRUE(transfer.AddPiece(second.data(), 2));
+    ASSERT_TRUE(transfer.FixTable(Parameters(4, 12, 0)));
+    EXPECT_FALSE(transfer.AddPiece(third.data(), 6));
+    ASSERT_TRUE(transfer.AddPiece(third.data(), 5));
+    ASSERT_TRUE(transfer.FixTable(Parameters(4, 12, 0)));
+    EXPECT_TRUE(Deliver(transfer, {1, 2, 3, 4}));
+    EXPECT_TRUE(Deliver(transfer, {5, 6, 7, 8}));
+    EXPECT_TRUE(Deliver(transfer, {9, 10, 11, 12}));
+    EXPECT_EQ(first, (std::vector<uint8_t>{1, 2, 3, 4, 5}));
+    EXPECT_EQ(second, (std::vector<uint8_t>{6, 7}));
+    EXPECT_EQ(third, (std::vector<uint8_t>{8, 9, 10, 11, 12}));
+    EXPECT_EQ(transfer.Status().status, DRIVER_STATUS_COMPLETE);
+}
+
+// A transport that hands over one piece says nothing of frames: the end of the run decides.
+TEST(ImageTransfer, WithoutParametersTheCameraDecides) {
+    ImageTransfer transfer;
+    std::vector<uint8_t> buffer(4);
+    ASSERT_TRUE(transfer.Begin(buffer.data(), 4, 4));
+    EXPECT_TRUE(Deliver(transfer, {1, 1}));
+    EXPECT_TRUE(Deliver(transfer, {2, 2}));
+    EXPECT_NE(transfer.Status().status, DRIVER_STATUS_COMPLETE);
+    transfer.Finish();
+    EXPECT_EQ(transfer.Status().status, DRIVER_STATUS_COMPLETE);
+}
+
+TEST(ImageTransfer, AFrameOfTheWrongSizeFailsTheReadout) {
+    ImageTransfer transfer;
+    std::vector<uint8_t> buffer(4, 9);
+    ASSERT_TRUE(transfer.Announce(Parameters(2, 4, 0)));
+    ASSERT_TRUE(transfer.Begin(buffer.data(), 4, 4));
+    EXPECT_FALSE(transfer.Store(std::vector<uint8_t>{1, 2, 3}));
+    EXPECT_GT(transfer.Status().status, 0u);
+    EXPECT_LT(transfer.Status().status, 100u);
+    EXPECT_EQ(buffer, std::vector<uint8_t>(4, 9));
+}
+
+TEST(ImageTransfer, NothingIsWrittenAfterRelease) {
+    ImageTransfer transfer;
+    std::vector<uint8_t> buffer(2, 9);
+    ASSERT_TRUE(transfer.Announce(Parameters(2, 2, 1)));
+    ASSERT_TRUE(transfer.Begin(buffer.data(), 2, 2));
+    transfer.Release();
+    EXPECT_FALSE(transfer.Store(std::vector<uint8_t>{1, 2}));
+    EXPECT_EQ(transfer.Status().status, DRIVER_STATUS_INACTIVE);
+    EXPECT_EQ(buffer, std::vector<uint8_t>(2, 9));
+}
+
+TEST(ImageTransfer, SenselessRecordsAreRefused) {
+    ImageTransfer transfer;
+    std::vector<uint8_t> buffer(4);
+    EXPECT_FALSE(transfer.Announce(Parameters(0, 4, 0)));
+    EXPECT_FALSE(transfer.Announce(Parameters(8, 4, 0)));
+    EXPECT_FALSE(transfer.FixTable(Parameters(2, 4, 0)));
+    EXPECT_FALSE(transfer.Begin(nullptr, 4, 4));
+    EXPECT_FALSE(transfer.Begin(buffer.data(), 4, 3));
+    EXPECT_FALSE(transfer.AddPiece(buffer.data(), 4));
+    // A new announcement while the last run's buffer is still there is for the next one.
+    ASSERT_TRUE(transfer.Begin(buffer.data(), 4, 4));
+    EXPECT_FALSE(transfer.FixTable(Parameters(2, 6, 0)));
+    EXPECT_TRUE(transfer.Announce(Parameters(2, 6, 0)));
+}
+
+}  // namespace

@@ -1,0 +1,231 @@
+#include "engine/notification_channel.h"
+
+#include <cstring>
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/time.h>
+#include <sys/un.h>
+#include <thread>
+#include <unistd.h>
+
+namespace {
+
+constexpr uint32_t everything = 0x8000003F;
+constexpr uint32_t without_begin = 0x8000003B;
+
+// The host's end of the device file.
+class Host {
+  public:
+    explicit Host(const std::string& path) {
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        std::strncpy(address.sun_path, path.c_str(), sizeof(address.sun_path) - 1);
+        socket_ = socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
+        EXPECT_EQ(connect(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof(address)),
+                  0);
+        const timeval limit{.tv_sec = 10, .tv_usec = 0};
+        setsockopt(socket_, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof(limit));
+    }
+    ~Host() { close(socket_); }
+
+    void Send(uint32_t operation, uint64_t id, uint32_t mask) {
+        dv_file_request request{};
+        request.operation = operation;
+        request.code = DV_EVENT_NOTIFICATION_REQUEST;
+        request.id = id;
+        request.in.mask = mask;
+        EXPECT_EQ(send(socket_, &request, sizeof(request), MSG_NOSIGNAL),
+                  static_cast<ssize_t>(sizeof(request)));
+    }
+    void Submit(uint64_t id, uint32_t mask = everything) { Send(DV_FILE_SUBMIT, id, mask); }
+    dv_file_completion Take() {
+        dv_file_completion completion{};
+        EXPECT_EQ(recv(socket_, &completion, sizeof(completion), 0),
+                  static_cast<ssize_t>(sizeof(completion)));
+        return completion;
+    }
+    bool Ended() {
+        dv_file_completion completion{};
+        return recv(socket_, &completion, sizeof(completion), 0) == 0;
+    }
+    bool Quiet() {
+        dv_file_completion completion{};
+        return recv(socket_, &completion, sizeof(completion), MSG_DONTWAIT) < 0;
+    }
+
+  private:
+    int socket_;
+};
+
+dv_notification_report EndOfFrame(uint32_t number) {
+    dv_notification_report report{};
+    report.flags = NOTIFICATION_EOF;
+    report.frame_number_eof = number;
+    return report;
+}
+dv_notification_report Event(uint32_t flags) {
+    dv_notification_report report{};
+    report.flags = flags;
+    return report;
+}
+
+class Notifications : public testing::Test {
+  protected:
+    void SetUp() override {
+        path_ = std::filesystem::temp_directory_path() / ("channel_" + std::to_string(getpid()));
+        ASSERT_TRUE(channel_.Listen(path_));
+    }
+
+    // A flush sees everything that was submitted before it: the way to know that requests arrived.
+    void Settle(Host& host) {
+        host.Submit(settled, NOTIFICATION_FLUSH);
+        while (true) {
+            channel_.FlushOne();
+            if (host.Take().id == settled) return;
+        }
+    }
+
+    static constexpr uint64_t settled = 1u << 30;
+    std::string path_;
+    engine::NotificationChannel channel_;
+};
+
+TEST_F(Notifications, OldestRequestIsCompletedFirst) {
+    Host host(path_);
+    Settle(host);
+    host.Submit(1);
+    host.Submit(2);
+    channel_.Report(EndOfFrame(5));
+    channel_.Report(EndOfFrame(6));
+    const auto first = host.Take();
+    EXPECT_EQ(first.id, 1u);
+    EXPECT_EQ(first.result, 0u);
+    EXPECT_EQ(first.bytes, 48u);
+    EXPECT_EQ(first.out.flags, NOTIFICATION_EOF);
+}
+
+TEST_F(Notifications, AReportGoesOnlyToWhoAskedForIt) {
+    Host host(path_);
+    host.Submit(1, without_begin);
+    host.Submit(2, everything);
+    host.Submit(3, without_begin);
+    channel_.FlushOne();
+    EXPECT_EQ(host.Take().id, 1u);
+    channel_.Report(Event(NOTIFICATION_BOF));
+    EXPECT_EQ(host.Take().id, 2u);
+    channel_.Report(Event(NOTIFICATION_BOF));
+    channel_.Report(EndOfFrame(1));
+    const auto last = host.Take();
+    EXPECT_EQ(last.id, 3u);
+    EXPECT_EQ(last.out.flags, NOTIFICATION_EOF);
+}
+
+TEST_F(Notifications, TheNewestFrameIsKeptWhenNobodyWaits) {
+    Host host(path_);
+    Settle(host);
+    for (uint32_t number = 1; number <= 9; ++number) channel_.Report(EndOfFrame(number));
+    channel_.Report(Event(NOTIFICATION_SYS_SUSPEND));
+    host.Submit(1);
+    const auto completion = host.Take();
+    EXPECT_EQ(completion.out.frame_number_eof, 9u);
+    EXPECT_EQ(completion.out.flags, NOTIFICATION_EOF | NOTIFICATION_SYS_SUSPEND);
+    host.Submit(2);
+    channel_.FlushOne();
+    EXPECT_EQ(host.Take().out.flags, NOTIFICATION_FLUSH);
+}
+
+TEST_F(Notifications, DroppedFramesDoNotComeBackButEventsDo) {
+    Host host(path_);
+    Settle(host);
+    channel_.Report(EndOfFrame(3));
+    channel_.Report(Event(NOTIFICATION_DEVICE_REMOVAL));
+    channel_.DropFrames();
+    host.Submit(1);
+    EXPECT_EQ(host.Take().out.flags, NOTIFICATION_DEVICE_REMOVAL);
+}
+
+TEST_F(Notifications, EachFlushGivesBackOneRequest) {
+    Host host(path_);
+    for (uint64_t id = 1; id <= 3; ++id) host.Submit(id);
+    channel_.FlushOne();
+    channel_.FlushOne();
+    for (uint64_t id = 1; id <= 2; ++id) {
+        const auto completion = host.Take();
+        EXPECT_EQ(completion.id, id);
+        EXPECT_EQ(completion.out.flags, NOTIFICATION_FLUSH);
+    }
+    EXPECT_TRUE(host.Quiet());
+}
+
+TEST_F(Notifications, CancellingGivesEverythingBack) {
+    Host host(path_);
+    host.Submit(1);
+    host.Submit(2);
+    host.Send(DV_FILE_CANCEL_ALL, 0, 0);
+    for (uint64_t id = 1; id <= 2; ++id) {
+        const auto completion = host.Take();
+        EXPECT_EQ(completion.id, id);
+        EXPECT_EQ(completion.out.status, NOTIFICATION_STATUS_CANCELLED);
+    }
+}
+
+// More requests than a socket buffer holds: every one comes back once and in order.
+TEST_F(Notifications, TensOfThousandsOfReportsArriveInOrder) {
+    constexpr uint32_t count = 40000;
+    Host host(path_);
+    for (uint32_t id = 1; id <= count + 1; ++id) host.Submit(id);
+    channel_.FlushOne();
+    EXPECT_EQ(host.Take().id, 1u);
+    std::thread reporting([&] {
+        for (uint32_t number = 1; number <= count; ++number) channel_.Report(EndOfFrame(number));
+    });
+    for (uint32_t number = 1; number <= count; ++number) {
+        const auto completion = host.Take();
+        ASSERT_EQ(completion.id, number + 1);
+        ASSERT_EQ(completion.out.frame_number_eof, number);
+    }
+    reporting.join();
+}
+
+TEST_F(Notifications, ANewConnectionTakesOver) {
+    {
+        Host before(path_);
+        before.Submit(1);
+        channel_.FlushOne();
+        before.Take();
+    }
+    Host after(path_);
+    after.Submit(2);
+    channel_.FlushOne();
+    EXPECT_EQ(after.Take().id, 2u);
+}
+
+TEST_F(Notifications, DeathClosesTheFileAndItCanBeOpenedAgain) {
+    {
+        Host host(path_);
+        host.Submit(1);
+        channel_.FlushOne();
+        host.Take();
+        channel_.Die();
+        EXPECT_TRUE(host.Ended());
+    }
+    channel_.Close();
+    ASSERT_TRUE(channel_.Listen(path_));
+    Host again(path_);
+    again.Submit(2);
+    channel_.FlushOne();
+    EXPECT_EQ(again.Take().id, 2u);
+    channel_.Close();
+    EXPECT_FALSE(std::filesystem::exists(path_));
+}
+
+TEST_F(Notifications, MessagesOfTheWrongShapeAreIgnored) {
+    Host host(path_);
+    host.Send(77, 1, everything);
+    host.Submit(2);
+    channel_.FlushOne();
+    EXPECT_EQ(host.Take().id, 2u);
+}
+
+}  // namespace

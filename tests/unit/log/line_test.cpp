@@ -1,0 +1,93 @@
+#include <cstdlib>
+#include <ctime>
+#include <gtest/gtest.h>
+
+#include "log/log.h"
+
+using bv::Log;
+
+namespace {
+
+class Line : public testing::Test {
+  protected:
+    Line() {
+        setenv("TZ", "UTC0", 1);
+        tzset();
+    }
+
+    static std::string Of(const char* group, int32_t level, uint16_t indent, std::string message,
+                          uint32_t process = 1234, uint32_t thread = 5678, int64_t ticks = moment) {
+        Log::Entry entry(group, level, indent, std::move(message));
+        entry.processId = process;
+        entry.threadId = thread;
+        entry.ticks = ticks;
+        entry.Format();
+        return entry.text;
+    }
+
+    // 2023-11-14 22:13:20.123456 UTC, in units of 100 ns; the last digit is cut off.
+    static constexpr int64_t moment = 1'700'000'000'123'456'7;
+};
+
+TEST_F(Line, HasAllItsParts) {
+    EXPECT_EQ(Of("COR", 3, 2, "bv_cam_open: ENTER (hcam=0)"),
+              "[221320.123456 COR 01234:05678 D]     bv_cam_open: ENTER (hcam=0)");
+    EXPECT_EQ(Of("COR", 0, 0, "x", 7, 4194304), "[221320.123456 COR 00007:4194304 E] x");
+}
+
+TEST_F(Line, FollowsTheSecond) {
+    EXPECT_EQ(Of("COR", 2, 0, "x", 1, 1, 17'000'000'000'000'000),
+              "[221320.000000 COR 00001:00001 I] x");
+    EXPECT_EQ(Of("COR", 2, 0, "x", 1, 1, 17'000'000'009'999'999),
+              "[221320.999999 COR 00001:00001 I] x");
+    EXPECT_EQ(Of("COR", 2, 0, "x", 1, 1, 17'000'000'010'000'010),
+              "[221321.000001 COR 00001:00001 I] x");
+}
+
+TEST_F(Line, NamesUnknownGroupsAndLevels) {
+    EXPECT_EQ(Of(nullptr, -1, 0, ""), "[221320.123456 ??? 01234:05678 ?] ");
+    EXPECT_EQ(Of("", 4, 0, ""), "[221320.123456 ??? 01234:05678 ?] ");
+    EXPECT_EQ(Of("***", 1, 0, ""), "[221320.123456 *** 01234:05678 W] ");
+}
+
+TEST_F(Line, StaysOneLine) {
+    EXPECT_EQ(Of("COR", 3, 0, "\na\n\nb\n"),
+              "[221320.123456 COR 01234:05678 D] <\\n>a<\\n><\\n>b<\\n>");
+}
+
+TEST_F(Line, CanBeFormattedAgain) {
+    Log::Entry entry("COR", 3, 0, "x");
+    entry.Format();
+    const std::string once = entry.text;
+    entry.Format();
+    EXPECT_EQ(entry.text, once);
+}
+
+TEST_F(Line, DateIsLocal) {
+    EXPECT_EQ(bv::FormatDate(moment), "2023-11-14");
+    EXPECT_EQ(bv::FormatTime(moment), "221320.123456");
+    setenv("TZ", "XYZ-2", 1);
+    tzset();
+    EXPECT_EQ(bv::FormatDate(moment), "2023-11-15");
+}
+
+TEST(Text, HasNoLengthLimit) {
+    for (size_t length : {size_t{0}, size_t{1}, size_t{511}, size_t{512}, size_t{100'000}}) {
+        const std::string text(length, 'x');
+        EXPECT_EQ(bv::FormatText("%s", text.c_str()), text);
+    }
+}
+
+TEST(Text, PointersAreWide) {
+    EXPECT_EQ(bv::FormatPointer(nullptr), "0x0000000000000000");
+    EXPECT_EQ(bv::FormatPointer(reinterpret_cast<void*>(uintptr_t{0x7F00ABCD1234})),
+              "0x00007F00ABCD1234");
+    EXPECT_EQ(bv::FormatPointer(reinterpret_cast<void*>(~uintptr_t{0})), "0xFFFFFFFFFFFFFFFF");
+}
+
+TEST(Text, SystemErrorsAlwaysHaveOne) {
+    EXPECT_FALSE(bv::GetSystemErrorText(2).empty());
+    EXPECT_EQ(bv::GetSystemErrorText(0x7FFFFFFF), "Unknown error");
+}
+
+}  // namespace

@@ -1,0 +1,90 @@
+#include "log/setup.h"
+
+#include <filesystem>
+#include <gtest/gtest.h>
+
+#include "support/environment.h"
+#include "support/temp_dir.h"
+
+using bv::LogSetup;
+using bv::LogSetupFile;
+using support::Environment;
+
+namespace {
+
+struct LevelCase {
+    const char* text;
+    int32_t level;
+};
+
+class SetupLevel : public testing::TestWithParam<LevelCase> {};
+
+TEST_P(SetupLevel, IsTheFirstLetter) {
+    const LogSetup setup(GetParam().text);
+    ASSERT_TRUE(setup.HasLog());
+    EXPECT_FALSE(setup.HasNoLog());
+    EXPECT_TRUE(setup.GetLog()->Passes(GetParam().level));
+    EXPECT_FALSE(setup.GetLog()->Passes(GetParam().level + 1));
+}
+
+INSTANTIATE_TEST_SUITE_P(Letters, SetupLevel,
+                         testing::Values(LevelCase{"E", 0}, LevelCase{"error", 0},
+                                         LevelCase{"W", 1}, LevelCase{"wrong", 1},
+                                         LevelCase{"I", 2}, LevelCase{"i", 2}, LevelCase{"D", 3},
+                                         LevelCase{"d", 3}, LevelCase{"q", 3}, LevelCase{"", 3},
+                                         LevelCase{" E", 3}));
+
+TEST(Setup, WithoutLevelOrFileHasNoLog) {
+    EXPECT_TRUE(LogSetup(nullptr).HasNoLog());
+    EXPECT_TRUE(LogSetupFile(nullptr, "D").HasNoLog());
+    EXPECT_TRUE(LogSetupFile("", "D").HasNoLog());
+}
+
+class ProcessSetup : public testing::Test {
+  protected:
+    ~ProcessSetup() override { bv::Log::loaderLockMode = false; }
+
+    support::TempDir directory_;
+    const std::string file_ = (directory_ / "x.log").string();
+};
+
+TEST_F(ProcessSetup, LevelAloneGivesNoLog) {
+    Environment file("ORVEX_CORE_LOG_FILE", std::nullopt);
+    Environment level("ORVEX_CORE_LOG_LEVEL", "D");
+    EXPECT_TRUE(bv::CreateProcessLogSetup()->HasNoLog());
+    const bv::ProcessLogOwner owner;
+    EXPECT_EQ(bv::ProcessLog(), nullptr);
+}
+
+TEST_F(ProcessSetup, FileAloneTracesAll) {
+    for (const auto& text : {std::optional<std::string>(), {""}, {"D"}}) {
+        Environment file("ORVEX_CORE_LOG_FILE", file_);
+        Environment level("ORVEX_CORE_LOG_LEVEL", text);
+        EXPECT_TRUE(bv::CreateProcessLogSetup()->GetLog()->Passes(bv::log_debug));
+    }
+}
+
+TEST_F(ProcessSetup, LogLivesFromLoadToUnload) {
+    Environment file("ORVEX_CORE_LOG_FILE", file_);
+    Environment level("ORVEX_CORE_LOG_LEVEL", "warnings");
+    const std::shared_ptr<bv::Log> before = bv::ProcessLog();
+    {
+        bv::Log::loaderLockMode = true;
+        const bv::ProcessLogOwner owner;
+        ASSERT_NE(bv::ProcessLog(), nullptr);
+        EXPECT_NE(bv::ProcessLog(), before);
+        EXPECT_TRUE(bv::ProcessLog()->IsLevelEnabled(bv::log_warning));
+        EXPECT_FALSE(bv::ProcessLog()->IsLevelEnabled(bv::log_info));
+        EXPECT_GT(std::filesystem::file_size(file_), 0u);
+    }
+    EXPECT_EQ(bv::ProcessLog(), nullptr);
+}
+
+TEST_F(ProcessSetup, UnwritableFileGivesASilentLog) {
+    Environment file("ORVEX_CORE_LOG_FILE", directory_.path().string());
+    const bv::ProcessLogOwner owner;
+    ASSERT_NE(bv::ProcessLog(), nullptr);
+    EXPECT_FALSE(bv::ProcessLog()->IsLevelEnabled(bv::log_error));
+}
+
+}  // namespace

@@ -1,0 +1,116 @@
+#include "messages/gate.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <numeric>
+
+#include "support/core/test_camera.h"
+#include "support/core/trace_capture.h"
+
+using support::hex;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+class GateTest : public testing::Test {
+  protected:
+    boolean16 Send(const std::vector<uns8>& message, bool reply,
+                   uns8 c_class = CLASS_HOST_COMMANDS) {
+        return bz_cam_write_read(support::TestCamera::hcam, c_class,
+                                 static_cast<uns16>(message.size()), message.data(),
+                                 reply ? reply_.data() : nullptr);
+    }
+
+    // A message of `size` bytes that asks for `reply` bytes.
+    static std::vector<uns8> Request(size_t size, uns16 reply) {
+        std::vector<uns8> message(size, CLEAR_STAT_BUF);
+        message[size - 3] = SEND_STAT_BUF;
+        message[size - 2] = static_cast<uns8>(reply >> 8);
+        message[size - 1] = static_cast<uns8>(reply);
+        return message;
+    }
+
+    support::TestCamera camera_;
+    support::TraceCapture trace_;
+    std::vector<uns8> reply_ = std::vector<uns8>(70000);
+};
+
+TEST_F(GateTest, AsksForAsManyBytesAsTheMessage) {
+    EXPECT_EQ(Send(hex("26 0B 28 0002"), true), 1);
+    EXPECT_THAT(camera_.writes(), ElementsAre(hex("3F 0005 26 0B 28 0002")));
+    EXPECT_EQ(reply_[0] << 8 | reply_[1], support::TestCamera::par_size);
+}
+
+TEST_F(GateTest, LongestMessageAndReply) {
+    EXPECT_EQ(Send(std::vector<uns8>(32768, CLEAR_STAT_BUF), false), 1);
+    EXPECT_EQ(camera_.writes().back().size(), 32771u);
+    EXPECT_EQ(Send(Request(32768, 32768), true), 1);
+    EXPECT_EQ(camera_.camera().reads(), 1u);
+}
+
+struct Refusal {
+    const char* name;
+    std::vector<uns8> message;
+    uns8 c_class;
+    int16 error;
+    const char* text;
+};
+void PrintTo(const Refusal& refusal, std::ostream* out) {
+    *out << refusal.name;
+}
+
+class GateRefusal : public GateTest, public testing::WithParamInterface<Refusal> {};
+
+TEST_P(GateRefusal, SendsNothing) {
+    const Refusal& refusal = GetParam();
+    EXPECT_EQ(Send(refusal.message, true, refusal.c_class), 0);
+    EXPECT_TRUE(trace_.failed_with(refusal.error, refusal.text));
+    EXPECT_THAT(camera_.writes(), IsEmpty());
+}
+
+constexpr const char* too_long = "write_array is either empty or longer than 32768 chars";
+constexpr const char* bad_reply = "Expected response is either empty or longer than 32768 chars";
+INSTANTIATE_TEST_SUITE_P(
+    All, GateRefusal,
+    testing::Values(
+        Refusal{"Empty", {}, CLASS_HOST_COMMANDS, C0_SYS_ERR_SEND_BYTE, too_long},
+        Refusal{"TooLong", std::vector<uns8>(32769), CLASS_HOST_COMMANDS, C0_SYS_ERR_SEND_BYTE,
+                too_long},
+        Refusal{"ClassWithoutReply", hex("26 28 0001"), CLASS_CCL_SCRIPT, C0_WRONG_READ_CLASS,
+                "This function supports host- and plugin commands only"},
+        Refusal{"NoRequest", hex("26 0B 27 0002"), CLASS_HOST_COMMANDS, C0_SYS_ERR_READ_BYTE,
+                "Read requested but write_array does not contain SEND_STAT_BUF command at index 2"},
+        Refusal{"NoRequestForAPlugin", hex("28 26 0B 0002"), CLASS_PLUGIN_COMMANDS,
+                C0_SYS_ERR_READ_BYTE,
+                "Read requested but write_array does not contain SEND_STAT_BUF command at index 2"},
+        // There is no byte at that index, and none in front of the array is looked at.
+        Refusal{"ShorterThanARequest", hex("28 00"), CLASS_HOST_COMMANDS, C0_SYS_ERR_READ_BYTE,
+                "Read requested but write_array does not contain SEND_STAT_BUF command at index "
+                "4294967295"},
+        Refusal{"EmptyReply", hex("26 28 0000"), CLASS_HOST_COMMANDS, C0_SYS_ERR_READ_BYTE,
+                bad_reply},
+        Refusal{"ReplyTooLong", hex("26 28 8001"), CLASS_HOST_COMMANDS, C0_SYS_ERR_READ_BYTE,
+                bad_reply}),
+    [](const auto& test) { return test.param.name; });
+
+TEST_F(GateTest, AnyClassMayWrite) {
+    EXPECT_EQ(Send(hex("0102"), false, CLASS_CCL_SCRIPT), 1);
+    EXPECT_THAT(camera_.writes(), ElementsAre(hex("3D 0002 0102")));
+}
+
+TEST_F(GateTest, RunningAcquisitionIsHaltedFirst) {
+    camera_.cam_info().exp_started = uns16{1};
+    EXPECT_EQ(Send(hex("26 0B 28 0002"), true), 1);
+    EXPECT_THAT(camera_.writes(),
+                ElementsAre(hex("3F 0003 33 0000"), hex("3F 0005 26 0B 28 0002")));
+    EXPECT_EQ(camera_.cam_info().exp_started, 0);
+}
+
+TEST_F(GateTest, TransportFailureIsPassedOn) {
+    camera_.camera().fail_read();
+    EXPECT_EQ(Send(hex("26 0B 28 0002"), true), 0);
+    EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), C7_DRIVER_COM_ERROR);
+}
+
+}  // namespace

@@ -1,0 +1,301 @@
+#include "messages/host_command_message.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <stdexcept>
+
+#include "support/core/test_camera.h"
+#include "support/core/trace_capture.h"
+
+using bv::HostCommandDataType;
+using bv::HostCommandMessage;
+using support::hex;
+using testing::Each;
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+using testing::IsEmpty;
+
+namespace {
+
+class HostCommandMessageTest : public testing::Test {
+  protected:
+    support::TestCamera camera_;
+    static constexpr int16 hcam = support::TestCamera::hcam;
+};
+
+// One pattern of a message, and the bytes that it must have on both kinds of cameras.
+struct Pattern {
+    const char* name;
+    void (*build)(HostCommandMessage& message);
+    const char* wire;
+    const char* wire_with_status;
+};
+
+void PrintTo(const Pattern& pattern, std::ostream* out) {
+    *out << pattern.name;
+}
+
+const Pattern patterns[] = {
+    {"Read",
+     [](HostCommandMessage& m) {
+         m.BeginReply();
+         m.AddRead(CUR_CCD_TEMP);
+         m.RequestReply();
+     },
+     "3F 0005 26 07 28 0002", "3F 0005 26 07 28 0003"},
+    {"SeveralReads",
+     [](HostCommandMessage& m) {
+         m.BeginReply();
+         m.AddRead(SPD_BIT_DEPTH);
+         m.AddRead(CHIP_NAME);
+         m.AddRead(GET_PRE_TRIGGER_DELAY);
+         m.RequestReply();
+     },
+     "3F 0007 26 00 05 AA 28 0019", "3F 0007 26 00 05 AA 28 001A"},
+    {"WriteOnly",
+     [](HostCommandMessage& m) {
+         m.AddWrite(SET_TEMP, int16{-500});
+         m.AddReadLength();
+     },
+     "3F 0003 2D FE0C", "3F 0006 2D FE0C 28 0001"},
+    {"NoDataAtAll",
+     [](HostCommandMessage& m) {
+         m.AddCommand(EXECUTE_CCL);
+         m.AddReadLength();
+     },
+     "3F 0001 2E", "3F 0004 2E 28 0001"},
+    {"WriteAndReadBack",
+     [](HostCommandMessage& m) { m.AddWriteAndReadBack(SET_OFFSET, uns16{0x1234}, GET_OFFSET); },
+     "3F 0008 3D 1234 26 3C 28 0002", "3F 0008 3D 1234 26 3C 28 0003"},
+    {"QueryWithArgument",
+     [](HostCommandMessage& m) {
+         m.BeginReply();
+         m.AddWriteRead(SUBSYS_ID, uns8{3});
+         m.AddWriteRead(SEND_PORTS_MIN, uns16{0x0102});
+         m.RequestReply();
+     },
+     "3F 0009 26 21 03 43 0102 28 0005", "3F 0009 26 21 03 43 0102 28 0006"},
+    {"FourByteValues",
+     [](HostCommandMessage& m) {
+         m.AddWrite(SET_PP_PARAM, uns32{0xA1B2C3D4});
+         m.BeginReply();
+         m.AddWriteRead(STOP_ACQUISITION, uns32{1});
+         m.RequestReply();
+     },
+     "3F 000E 62 A1B2C3D4 26 BD 00000001 28 0004", "3F 000E 62 A1B2C3D4 26 BD 00000001 28 0005"},
+    {"RawBlocksKeepTheirOrder",
+     [](HostCommandMessage& m) {
+         m.AddWrite(SET_CURRENT_PORT_ST, hex("00 01 7F FE"));
+         m.BeginReply();
+         m.AddWriteRead(GET_BINARY_BLOB_SIZE, hex("0000 0000"));
+         m.AddRead(GET_FAN_SPEEDS, 0x0201);
+         m.RequestReply();
+     },
+     "3F 000F 48 00017FFE 26 99 00000000 97 28 0205",
+     "3F 000F 48 00017FFE 26 99 00000000 97 28 0206"},
+};
+
+class MessagePattern : public HostCommandMessageTest,
+                       public testing::WithParamInterface<Pattern> {};
+
+TEST_P(MessagePattern, HasTheseBytes) {
+    HostCommandMessage message(hcam);
+    GetParam().build(message);
+    ASSERT_EQ(message.Execute(), 1);
+    EXPECT_THAT(camera_.writes(), ElementsAre(hex(GetParam().wire)));
+}
+
+TEST_P(MessagePattern, HasTheseBytesWithStatusByte) {
+    camera_.use_reply_status();
+    HostCommandMessage message(hcam);
+    GetParam().build(message);
+    ASSERT_EQ(message.Execute(), 1);
+    EXPECT_THAT(camera_.writes(), ElementsAre(hex(GetParam().wire_with_status)));
+}
+
+INSTANTIATE_TEST_SUITE_P(All, MessagePattern, testing::ValuesIn(patterns),
+                         [](const auto& test) { return test.param.name; });
+
+// The forms with explicit sizes, which plug-in messages and unusual callers use.
+TEST_F(HostCommandMessageTest, TakesExplicitSizes) {
+    const uns16 value = 0x1234;
+    bv::PluginCommandMessage message(hcam);
+    message.AddWriteCommand(10, &value, sizeof(value), HostCommandDataType::BigEndian);
+    message.AddCommand(CLEAR_STAT_BUF);
+    message.AddReadCommand(7, 2, HostCommandDataType::BigEndian);
+    message.AddCommand(SEND_STAT_BUF);
+    message.AddReadLength();
+    camera_.firmware().plugin_reply(7, hex("ABCD"));
+    ASSERT_EQ(message.Execute(), 1);
+    EXPECT_THAT(camera_.writes(), ElementsAre(hex("31 0008 0A 1234 26 07 28 0002")));
+    uns16 reply = 0;
+    message.GetReply(7, &reply);
+    EXPECT_EQ(reply, 0xABCD);
+}
+
+class Replies : public HostCommandMessageTest, public testing::WithParamInterface<bool> {
+  protected:
+    void SetUp() override {
+        if (GetParam()) camera_.use_reply_status();
+    }
+};
+
+TEST_P(Replies, AreFoundByCommandWhateverTheirOrderAndEncoding) {
+    camera_.firmware()
+        .reply(SPD_BIT_DEPTH, 1, 0x9C)
+        .reply(CUR_CCD_TEMP, hex("FF38"))
+        .reply(GET_PP_PARAM, 4, 0x01020304)
+        .reply(GET_CLEARING_TIME, hex("0102030405060708"))
+        .reply(TEMP_RANGE, hex("0014FFCE"))
+        .reply(GET_GAIN_NAME, "High sensitivity")
+        .reply(GET_SYSTEM_NAME, std::string(32, 'x'));
+    HostCommandMessage message(hcam);
+    message.BeginReply();
+    for (const auto id : {SPD_BIT_DEPTH, CUR_CCD_TEMP, GET_PP_PARAM, GET_CLEARING_TIME, TEMP_RANGE,
+                          GET_GAIN_NAME, GET_SYSTEM_NAME}) {
+        message.AddRead(id);
+    }
+    message.RequestReply();
+    ASSERT_EQ(message.Execute(), 1);
+
+    EXPECT_EQ(message.Reply<uns8>(SPD_BIT_DEPTH), 0x9C);
+    EXPECT_EQ(message.Reply<int16>(CUR_CCD_TEMP), -200);
+    EXPECT_EQ(message.Reply<uns32>(GET_PP_PARAM), 0x01020304u);
+    EXPECT_EQ(message.Reply<int64>(GET_CLEARING_TIME), 0x0102030405060708);
+    int16 temperature = 0;
+    message.GetReply(CUR_CCD_TEMP, &temperature);
+    EXPECT_EQ(temperature, -200);
+    EXPECT_THAT(message.ReplyBytes(TEMP_RANGE), ElementsAre(0x00, 0x14, 0xFF, 0xCE));
+    EXPECT_EQ(message.GetReplyData(TEMP_RANGE), message.ReplyBytes(TEMP_RANGE).data());
+    char name[32];
+    message.GetReply(GET_GAIN_NAME, name);
+    EXPECT_STREQ(name, "High sensitivity");
+    message.GetReply(GET_SYSTEM_NAME, name);
+    EXPECT_EQ(std::string(name), std::string(31, 'x'));
+}
+
+INSTANTIATE_TEST_SUITE_P(StatusByte, Replies, testing::Bool());
+
+TEST_F(HostCommandMessageTest, StringOfOneByteIsEmpty) {
+    camera_.firmware().reply(7, 1, 'x');
+    bv::SingleReadHostCommandMessage message(hcam, 7, 1, HostCommandDataType::String);
+    ASSERT_EQ(message.Execute(), 1);
+    char text = 'y';
+    message.GetReply(7, &text);
+    EXPECT_EQ(text, 0);
+}
+
+// The first entry of a repeated id stays, and the second one's bytes are part of the reply.
+TEST_F(HostCommandMessageTest, RepeatedReadGivesTheFirstReply) {
+    int answer = 0;
+    camera_.firmware().on_command(
+        GET_OFFSET, [&](auto) { return support::big_endian(static_cast<uint64_t>(++answer), 2); });
+    HostCommandMessage message(hcam);
+    message.BeginReply();
+    message.AddRead(GET_OFFSET);
+    message.AddRead(GET_OFFSET);
+    message.AddRead(SPD_BIT_DEPTH);
+    message.RequestReply();
+    ASSERT_EQ(message.Execute(), 1);
+    EXPECT_EQ(camera_.writes().back(), hex("3F 0007 26 3C 3C 00 28 0005"));
+    EXPECT_EQ(message.Reply<uns16>(GET_OFFSET), 1);
+    EXPECT_EQ(message.Reply<uns8>(SPD_BIT_DEPTH), 16);
+}
+
+TEST_F(HostCommandMessageTest, ReplyOfACommandThatWasNotAdded) {
+    HostCommandMessage message(hcam);
+    uns16 value = 0;
+    EXPECT_THROW(
+        {
+            try {
+                message.GetReply(GET_OFFSET, &value);
+            } catch (const std::out_of_range& failure) {
+                EXPECT_STREQ(failure.what(), "invalid map<K, T> key");
+                throw;
+            }
+        },
+        std::out_of_range);
+    EXPECT_EQ(message.GetReplyData(GET_OFFSET), nullptr);
+    EXPECT_THAT(message.ReplyBytes(GET_OFFSET), IsEmpty());
+}
+
+TEST_F(HostCommandMessageTest, WithoutExpectedReplyNothingIsRead) {
+    HostCommandMessage message(hcam);
+    message.AddWrite(SET_TEMP, int16{0});
+    message.AddReadLength();
+    camera_.camera().lose_read_ack();
+    EXPECT_EQ(message.Execute(), 1);
+    EXPECT_EQ(camera_.camera().reads(), 0u);
+}
+
+TEST_F(HostCommandMessageTest, RefusalByTheFirmware) {
+    camera_.use_reply_status();
+    camera_.firmware().refuse_command(SET_OFFSET, 7);
+    support::TraceCapture trace;
+    HostCommandMessage message(hcam);
+    message.AddWriteAndReadBack(SET_OFFSET, uns16{1}, GET_OFFSET);
+    EXPECT_EQ(message.Execute(), 0);
+    EXPECT_TRUE(trace.failed_with(C7_DRIVER_COM_ERROR, "Host command message failed with code 7"));
+}
+
+TEST_F(HostCommandMessageTest, EmptyMessageIsRefused) {
+    support::TraceCapture trace;
+    HostCommandMessage message(hcam);
+    message.AddReadLength();
+    EXPECT_EQ(message.Execute(), 0);
+    EXPECT_TRUE(trace.failed_with(C0_SYS_ERR_SEND_BYTE,
+                                  "write_array is either empty or longer than 32768 chars"));
+    EXPECT_THAT(camera_.writes(), IsEmpty());
+}
+
+// 16 bits hold neither length; nothing may go out that the camera would take for something else.
+TEST_F(HostCommandMessageTest, LengthBeyondSixteenBitsIsRefused) {
+    const std::vector<uns8> block(65533);
+    HostCommandMessage message(hcam);
+    message.AddWrite(SET_TIDAL_STREAM_EXP_PARAMS, block);
+    message.AddWrite(SET_TEMP, int16{1});
+    message.AddReadLength();
+    EXPECT_EQ(message.Execute(), 0);
+    EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), C0_SYS_ERR_SEND_BYTE);
+    EXPECT_THAT(camera_.writes(), IsEmpty());
+}
+
+// With the status byte the lengths add up to 65536, which wraps to none.
+TEST_F(HostCommandMessageTest, ReplyBeyondSixteenBitsReadsAsNothing) {
+    camera_.use_reply_status();
+    bv::SingleReadHostCommandMessage message(hcam, GET_EXTENDED_CAPABILITIES, 65535);
+    message.Execute();
+    EXPECT_THAT(message.ReplyBytes(GET_EXTENDED_CAPABILITIES), IsEmpty());
+    std::vector<uns8> bytes(65535, 0xEE);
+    message.GetReply(GET_EXTENDED_CAPABILITIES, bytes.data());
+    EXPECT_THAT(bytes, Each(0));
+}
+
+TEST_F(HostCommandMessageTest, SetterComparesWhatIsReadBack) {
+    bv::Call call("test");
+    EXPECT_EQ(bv::SetWithReadBack(call, hcam, SET_OFFSET, GET_OFFSET, int16{-2}), 1);
+    EXPECT_EQ(camera_.writes().back(), hex("3F 0008 3D FFFE 26 3C 28 0002"));
+
+    support::TraceCapture trace;
+    camera_.firmware().ignore(SET_OFFSET);
+    EXPECT_EQ(bv::SetWithReadBack(call, hcam, SET_OFFSET, GET_OFFSET, int16{5}), 0);
+    EXPECT_TRUE(
+        trace.failed_with(C2_FAILED_TO_SET_VALUE, "Value read back from camera differs: -2"));
+    EXPECT_EQ(bv::SetWithReadBack(call, hcam, SET_OFFSET, GET_OFFSET, uns16{5}), 0);
+    EXPECT_TRUE(
+        trace.failed_with(C2_FAILED_TO_SET_VALUE, "Value read back from camera differs: 65534"));
+    camera_.camera().fail_write();
+    EXPECT_EQ(bv::SetWithReadBack(call, hcam, SET_OFFSET, GET_OFFSET, uns16{5}), 0);
+    EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), C7_DRIVER_COM_ERROR);
+}
+
+TEST_F(HostCommandMessageTest, BridgeMessagesAreNotSent) {
+    support::TraceCapture trace;
+    bv::BridgeCommandMessage message(hcam);
+    EXPECT_EQ(message.GetCommandClass(), 35);
+    EXPECT_EQ(message.Execute(), 0);
+    EXPECT_TRUE(trace.failed_with(C0_UNKNOWN_ERROR, "NOT IMPLEMENTED"));
+    EXPECT_THAT(camera_.writes(), IsEmpty());
+}
+
+}  // namespace

@@ -1,0 +1,77 @@
+#include "messages/version_block.h"
+
+#include <gtest/gtest.h>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace {
+
+using Entries = std::vector<std::pair<uns8, std::string>>;
+
+const std::string zero(1, '\0');
+
+// The wire form of a list of tagged texts.
+std::string Block(const Entries& entries) {
+    std::string block;
+    for (const auto& [tag, text] : entries) block += static_cast<char>(tag) + text + zero;
+    return block;
+}
+
+bv::VersionBlock Parse(const std::string& block) {
+    const std::vector<uns8> bytes(block.begin(), block.end());
+    return bv::ParseVersionBlock(bytes);
+}
+
+TEST(VersionBlock, TagsAndText) {
+    const bv::VersionBlock versions =
+        Parse(Block({{7, "Bridge A"}, {4, "2"}, {1, "skipped"}}) + zero + zero +
+              Block({{5, "11"}, {6, "3"}, {200, "skipped"}, {9, "last"}}));
+    EXPECT_EQ(bv::DescribeNode(0, "Link", versions), "Link(I/F) - Bridge A @ 2.11.3");
+    EXPECT_EQ(bv::DescribeNode(2, "Head", versions), "Head(CAM) - Bridge A @ 2.11.3");
+    EXPECT_EQ(versions.text(8), "");
+    EXPECT_EQ(versions.text(9), "last");
+}
+
+TEST(VersionBlock, MissingPartsAreEmpty) {
+    EXPECT_EQ(bv::DescribeNode(1, "Head", Parse(Block({{4, "1"}, {5, "2"}, {6, "3"}}))),
+              "Head(CAM) -  @ 1.2.3");
+    EXPECT_EQ(bv::DescribeNode(0, "", {}), "(I/F) -  @ ..");
+}
+
+struct Case {
+    const char* name;
+    std::string block;
+    const char* tag4;
+};
+void PrintTo(const Case& c, std::ostream* out) {
+    *out << c.name;
+}
+
+class VersionText : public testing::TestWithParam<Case> {};
+
+TEST_P(VersionText, OfTagFour) {
+    EXPECT_EQ(Parse(GetParam().block).text(4), GetParam().tag4);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, VersionText,
+    testing::Values(Case{"Empty", "", ""}, Case{"TagAlone", "\x04", ""},
+                    Case{"TagZeroEndsTheList", zero + Block({{4, "1"}}), ""},
+                    Case{"NoTerminator", "\x04 1.2", "1.2"},
+                    Case{"UnprintableStartEndsTheList", Block({{1, "\x1Fx"}, {4, "1"}}), ""},
+                    Case{"EmptyTextEndsTheList", Block({{1, ""}, {4, "1"}}), ""},
+                    Case{"LeadingBlanksAndTail", Block({{4, "  1 2 \t\x80 3"}}), "1 2"},
+                    Case{"OnlyBlanks", Block({{4, "   "}}), ""},
+                    Case{"LastOneCounts", Block({{4, "1"}, {4, "2"}}), "2"},
+                    Case{"ZerosAtTheEnd", Block({{4, "1"}}) + zero + zero, "1"},
+                    Case{"AnyOtherTagIsSkipped", Block({{3, "a"}, {10, "b"}, {255, "c"}, {4, "1"}}),
+                         "1"}),
+    [](const auto& test) { return test.param.name; });
+
+TEST(VersionBlock, WhiteSpace) {
+    EXPECT_EQ(bv::TrimWhiteSpace(" \t a b\r\n\v\f"), "a b");
+    EXPECT_EQ(bv::TrimWhiteSpace(" \n"), "");
+}
+
+}  // namespace

@@ -1,0 +1,254 @@
+#include "notify/callback_thread.h"
+
+#include <gtest/gtest.h>
+#include <numeric>
+#include <random>
+
+#include "platform/event.h"
+#include "platform/mutex.h"
+#include "support/scripted_driver.h"
+
+namespace {
+
+using bv::CallbackEvent;
+using bv::CallbackThread;
+using platform::EventReset;
+using platform::LocalEvent;
+
+constexpr uint32_t wait_limit_ms = 10000;
+
+// An application whose first callback lasts until it is let go, so that the queue fills up.
+class LaggingApplication {
+  public:
+    void Block(CallbackThread& thread) {
+        thread.Enqueue(Event(OX_CALLBACK_CHECK_CAMS, 0));
+        ASSERT_TRUE(entered_.Wait(wait_limit_ms));
+    }
+    void LetGo() { gate_.Set(); }
+
+    CallbackEvent Event(uns32 event, int32 frame) {
+        CallbackEvent made;
+        made.event = event;
+        made.frame_info.FrameNr = frame;
+        made.callback = {reinterpret_cast<void*>(&Hear), this, CB_TYPE_EX3};
+        // The kind travels with the frame information, as no form of callback tells it.
+        made.frame_info.ReadoutTime = static_cast<int32>(event);
+        return made;
+    }
+
+    std::vector<std::pair<int32, int32>> heard() const {
+        const std::lock_guard guard(lock_);
+        return heard_;
+    }
+    bool WaitFor(size_t count) {
+        return support::eventually([&] { return heard().size() >= count; });
+    }
+
+  private:
+    static void Hear(FRAME_INFO* info, void* context) {
+        auto& own = *static_cast<LaggingApplication*>(context);
+        if (info->ReadoutTime == OX_CALLBACK_CHECK_CAMS) {
+            own.entered_.Set();
+            own.gate_.Wait(wait_limit_ms);
+        } else {
+            const std::lock_guard guard(own.lock_);
+            own.heard_.emplace_back(info->ReadoutTime, info->FrameNr);
+        }
+    }
+
+    LocalEvent entered_{EventReset::automatic, false};
+    LocalEvent gate_{EventReset::manual, false};
+    mutable std::mutex lock_;
+    std::vector<std::pair<int32, int32>> heard_;
+};
+
+struct CounterCase {
+    uns32 limit;
+    std::vector<int32> frames;
+    uns32 queued, dropped, missed;
+    std::vector<int32> left;
+};
+
+void PrintTo(const CounterCase& row, std::ostream* out) {
+    *out << "limit " << row.limit << " frames " << testing::PrintToString(row.frames);
+}
+
+class CallbackCounters : public testing::TestWithParam<std::tuple<uns32, CounterCase>> {};
+
+TEST_P(CallbackCounters, NewestFramesWin) {
+    const auto& [event, row] = GetParam();
+    LaggingApplication application;
+    CallbackThread thread;
+    application.Block(thread);
+    thread.Reset(row.limit);
+    for (int32 frame : row.frames) thread.Enqueue(application.Event(event, frame));
+    thread.Enqueue(application.Event(OX_CALLBACK_CAM_REMOVED, 99));
+
+    const bool bof = event == OX_CALLBACK_BOF;
+    const CallbackThread::Counters counters = bof ? thread.Bof() : thread.Eof();
+    EXPECT_EQ(counters.limit, row.limit);
+    EXPECT_EQ(counters.queued, row.queued);
+    EXPECT_EQ(counters.dropped, row.dropped);
+    EXPECT_EQ(counters.missed, row.missed);
+    EXPECT_EQ(counters.last, row.frames.empty() ? 0u : static_cast<uns32>(row.frames.back()));
+    const CallbackThread::Counters other = bof ? thread.Eof() : thread.Bof();
+    EXPECT_EQ(other.limit, row.limit);
+    EXPECT_EQ(other.queued + other.dropped + other.missed + other.last, 0u);
+
+    application.LetGo();
+    ASSERT_TRUE(application.WaitFor(row.left.size() + 1));
+    std::vector<std::pair<int32, int32>> expected;
+    for (int32 frame : row.left) expected.emplace_back(event, frame);
+    expected.emplace_back(OX_CALLBACK_CAM_REMOVED, 99);
+    EXPECT_EQ(application.heard(), expected);
+    EXPECT_EQ((bof ? thread.Bof() : thread.Eof()).queued, 0u);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Table, CallbackCounters,
+    testing::Combine(testing::Values(OX_CALLBACK_BOF, OX_CALLBACK_EOF),
+                     testing::Values(CounterCase{2, {}, 0, 0, 0, {}},
+                                     CounterCase{2, {1, 2}, 2, 0, 0, {1, 2}},
+                                     CounterCase{2, {1, 2, 3}, 2, 1, 0, {2, 3}},
+                                     CounterCase{1, {1, 2, 3}, 1, 2, 0, {3}},
+                                     CounterCase{8, {1, 4}, 2, 0, 2, {1, 4}},
+                                     CounterCase{8, {1, 3}, 2, 0, 0, {1, 3}},
+                                     CounterCase{8, {1, 1}, 2, 0, 0xFFFFFFFF, {1, 1}},
+                                     CounterCase{8, {5, 6, 10}, 3, 0, 4 + 3, {5, 6, 10}})));
+
+TEST(CallbackThread, TakingAnEventEndsTheCountOfDroppedOnes) {
+    LaggingApplication application;
+    CallbackThread thread;
+    application.Block(thread);
+    thread.Reset(1);
+    for (int32 frame : {1, 2, 3}) thread.Enqueue(application.Event(OX_CALLBACK_EOF, frame));
+    EXPECT_EQ(thread.Eof().dropped, 2u);
+    application.LetGo();
+    ASSERT_TRUE(application.WaitFor(1));
+    EXPECT_EQ(thread.Eof().dropped, 0u);
+}
+
+// Whatever the frame numbers are, and however the kinds mix, the last of each kind arrive in order.
+TEST(CallbackThread, RandomFramesKeepTheirOrder) {
+    std::mt19937 random(20);
+    LaggingApplication application;
+    CallbackThread thread;
+    application.Block(thread);
+    thread.Reset(16);
+    std::vector<std::pair<int32, int32>> sent;
+    for (int i = 0; i < 500; ++i) {
+        sent.emplace_back(random() % 2, static_cast<int32>(random()));
+        thread.Enqueue(
+            application.Event(static_cast<uns32>(sent.back().first), sent.back().second));
+    }
+    application.LetGo();
+    ASSERT_TRUE(application.WaitFor(32));
+    std::vector<std::pair<int32, int32>> expected;
+    std::array<int, 2> left{16, 16};
+    for (size_t i = sent.size(); i-- > 0;)
+        if (left[static_cast<size_t>(sent[i].first)]-- > 0)
+            expected.insert(expected.begin(), sent[i]);
+    EXPECT_EQ(application.heard(), expected);
+}
+
+TEST(CallbackThread, CountsSurviveAResetWithEventsQueued) {
+    LaggingApplication application;
+    CallbackThread thread;
+    application.Block(thread);
+    thread.Reset(4);
+    for (int32 frame : {1, 2, 3}) thread.Enqueue(application.Event(OX_CALLBACK_EOF, frame));
+    thread.Reset(4);
+    application.LetGo();
+    ASSERT_TRUE(application.WaitFor(3));
+    EXPECT_EQ(thread.Eof().queued, 0u);
+}
+
+TEST(CallbackThread, CallbackMayDestroyItsOwnThreadAndWhatIsQueued) {
+    struct Context {
+        std::unique_ptr<CallbackThread> thread = std::make_unique<CallbackThread>();
+        LocalEvent queued{EventReset::manual, false};
+        LocalEvent done{EventReset::manual, false};
+    } context;
+    LaggingApplication application;
+    CallbackEvent event;
+    event.event = OX_CALLBACK_EOF;
+    event.callback = {reinterpret_cast<void*>(+[](void* argument) {
+                          auto& own = *static_cast<Context*>(argument);
+                          own.queued.Wait(wait_limit_ms);
+                          own.thread.reset();
+                          own.done.Set();
+                      }),
+                      &context, CB_TYPE_EX};
+    context.thread->Enqueue(event);
+    context.thread->Enqueue(application.Event(OX_CALLBACK_CAM_REMOVED, 1));
+    context.queued.Set();
+    EXPECT_TRUE(context.done.Wait(wait_limit_ms));
+    EXPECT_FALSE(support::eventually([&] { return !application.heard().empty(); },
+                                     std::chrono::milliseconds(50)));
+}
+
+TEST(DeliveryThread, ThreadBehindALockOfItsEnderIsLeftToItself) {
+    auto mutex = std::make_shared<platform::ErrorCheckingMutex>();
+    auto ended = std::make_shared<LocalEvent>(EventReset::manual, false);
+    mutex->lock();
+    bv::DeliveryThread thread([=] {
+        mutex->lock();
+        mutex->unlock();
+        ended->Set();
+    });
+    EXPECT_FALSE(thread.Finish(100));
+    EXPECT_FALSE(ended->Wait(0));
+    mutex->unlock();
+    EXPECT_TRUE(ended->Wait(wait_limit_ms));
+}
+
+TEST(DeliveryThread, SlowCallbackIsWaitedFor) {
+    auto gate = std::make_shared<LocalEvent>(EventReset::manual, false);
+    bv::DeliveryThread thread([=] { gate->Wait(300); });
+    EXPECT_TRUE(thread.Finish(100));
+}
+
+// A function of each form notes what it was given.
+struct Given {
+    int calls = 0;
+    FRAME_INFO* info = nullptr;
+    void* context = nullptr;
+};
+Given given;
+
+class CallbackForms : public testing::TestWithParam<uns32> {};
+
+TEST_P(CallbackForms, GetTheArgumentsOfTheirType) {
+    void* const functions[] = {
+        reinterpret_cast<void*>(+[] { ++given.calls; }),
+        reinterpret_cast<void*>(+[](void* context) {
+            ++given.calls;
+            given.context = context;
+        }),
+        reinterpret_cast<void*>(+[](FRAME_INFO* info) {
+            ++given.calls;
+            given.info = info;
+        }),
+        reinterpret_cast<void*>(+[](FRAME_INFO* info, void* context) {
+            ++given.calls;
+            given.info = info;
+            given.context = context;
+        }),
+    };
+    given = {};
+    int context = 0;
+    const uns32 type = GetParam();
+    CallbackEvent event;
+    event.callback = {functions[type % 4], &context, type};
+    event.Deliver();
+    EXPECT_EQ(given.calls, type < 4 ? 1 : 0);
+    EXPECT_EQ(given.info, type == CB_TYPE_EX2 || type == CB_TYPE_EX3 ? &event.frame_info : nullptr);
+    EXPECT_EQ(given.context, type == CB_TYPE_EX || type == CB_TYPE_EX3 ? &context : nullptr);
+    event.callback.function = nullptr;
+    event.Deliver();
+    EXPECT_LE(given.calls, 1);
+}
+
+INSTANTIATE_TEST_SUITE_P(Types, CallbackForms, testing::Values(0, 1, 2, 3, 4, 0xFFFFFFFF));
+
+}  // namespace

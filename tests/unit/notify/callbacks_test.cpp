@@ -1,0 +1,217 @@
+#include "notify/callbacks.h"
+
+#include <functional>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <limits>
+
+#include "support/core/test_camera.h"
+#include "support/core/trace_capture.h"
+
+#include "heard_events.h"
+
+namespace {
+
+using testing::ElementsAre;
+
+constexpr int16 hcam = support::TestCamera::hcam;
+
+// A camera whose module delivers its events itself.
+class CallbacksTest : public testing::Test {
+  protected:
+    support::ScriptedCamera& camera() { return camera_.camera(); }
+    orvex_device* device() { return camera_.device(); }
+    orvex_callbacks& record() { return *static_cast<orvex_callbacks*>(device()->callbacks); }
+    size_t Flushes() {
+        const std::vector<uint32_t> codes = camera().ioctl_codes();
+        return static_cast<size_t>(
+            std::count(codes.begin(), codes.end(), uint32_t{DV_EVENT_NOTIFICATION_FLUSH}));
+    }
+
+    support::TraceCapture trace_;
+    tests::HeardEvents heard_, second_;  // outlive the threads that call them
+    support::TestCamera camera_;
+};
+
+using Operation = std::function<boolean16(orvex_device*)>;
+
+const std::vector<Operation> needing_start = {
+    orvex_callbacks_stop,
+    orvex_callbacks_wait_ready,
+    orvex_callbacks_reset,
+    [](orvex_device* device) { return orvex_callbacks_register(device, 0, nullptr, nullptr, 0); },
+    [](orvex_device* device) { return orvex_callbacks_deregister(device, 0); },
+    [](orvex_device* device) { return orvex_callbacks_set_frame_count(device, 1, 1); },
+    [](orvex_device* device) {
+        FRAME_INFO info;
+        return orvex_callbacks_get_latest_frame_info(device, &info);
+    },
+    [](orvex_device* device) { return orvex_callbacks_set_latest_frame_info(device, 1, 2, 3); },
+    [](orvex_device* device) { return orvex_callbacks_invoke(device, 0); },
+};
+
+TEST_F(CallbacksTest, OperationsKeepToTheOrderOfLife) {
+    const auto refused = [&](const Operation& operation, const char* words) {
+        bv::ApiGlobal::ClearErrorCode(EXT_OPEN_EXCLUSIVE);
+        EXPECT_EQ(operation(device()), 0);
+        EXPECT_TRUE(trace_.failed_with(C7_GEN_COM_ERROR, words));
+    };
+    refused(orvex_callbacks_create, "Callbacks already created");
+    refused(orvex_callbacks_start, "Callbacks already started");
+    ASSERT_EQ(orvex_callbacks_stop(device()), 1);
+    for (const Operation& operation : needing_start) refused(operation, "Callbacks not started");
+    ASSERT_EQ(orvex_callbacks_destroy(device()), 1);
+    EXPECT_EQ(device()->callbacks, nullptr);
+    for (const Operation& operation : needing_start) refused(operation, "Callbacks not created");
+    refused(orvex_callbacks_start, "Callbacks not created");
+    refused(orvex_callbacks_destroy, "Callbacks not created");
+    ASSERT_EQ(orvex_callbacks_create(device()), 1);
+    ASSERT_EQ(orvex_callbacks_start(device()), 1);
+}
+
+TEST_F(CallbacksTest, ModuleDeliversFramesAndEvents) {
+    ASSERT_EQ(heard_.listen(hcam, OX_CALLBACK_EOF), 1);
+    ASSERT_EQ(orvex_callbacks_set_frame_count(device(), 10, 1), 1);
+    EXPECT_EQ(record().delivery.set_latest_frame_info(device(), 5, 1000, 1700), 1);
+    EXPECT_EQ(record().delivery.invoke(device(), OX_CALLBACK_EOF), 1);
+    ASSERT_TRUE(heard_.wait_for(1));
+    const FRAME_INFO info = heard_.all()[0].info;
+    EXPECT_EQ(info.hCam, hcam);
+    EXPECT_EQ(info.FrameNr, 5);
+    EXPECT_EQ(info.TimeStampBOF, 1000);
+    EXPECT_EQ(info.TimeStampEOF, 1700);
+    EXPECT_EQ(info.ReadoutTime, 700);
+    FRAME_INFO latest{};
+    ASSERT_EQ(orvex_callbacks_get_latest_frame_info(device(), &latest), 1);
+    EXPECT_EQ(latest.FrameNr, 5);
+    ASSERT_EQ(orvex_callbacks_reset(device()), 1);
+    ASSERT_EQ(orvex_callbacks_get_latest_frame_info(device(), &latest), 1);
+    EXPECT_EQ(latest.FrameNr, 0);
+}
+
+TEST_F(CallbacksTest, ReadoutTimeIsCutToThirtyTwoBits) {
+    struct Row {
+        int64 bof, eof;
+        int32 readout;
+    };
+    constexpr int64 lowest = std::numeric_limits<int64>::min();
+    constexpr int64 highest = std::numeric_limits<int64>::max();
+    for (const Row& row : {Row{0, (int64{1} << 32) + 5, 5}, Row{10, 3, -7},
+                           Row{lowest, highest, -1}, Row{0, int64{1} << 31, INT32_MIN}}) {
+        ASSERT_EQ(orvex_callbacks_set_latest_frame_info(device(), 1, row.bof, row.eof), 1);
+        FRAME_INFO latest{};
+        ASSERT_EQ(orvex_callbacks_get_latest_frame_info(device(), &latest), 1);
+        EXPECT_EQ(latest.ReadoutTime, row.readout);
+    }
+}
+
+TEST_F(CallbacksTest, UnknownEventsAreRefusedAndChangeNothing) {
+    ASSERT_EQ(heard_.listen(hcam, OX_CALLBACK_CAM_RESUMED), 1);
+    EXPECT_EQ(bv_cam_register_callback(hcam, 5, nullptr, nullptr, CB_TYPE_ORIG), 0);
+    EXPECT_TRUE(trace_.failed_with(C3_EVENT_NOT_SUPPORTED, "Unknown callback event 5"));
+    EXPECT_EQ(bv_cam_deregister_callback(hcam, 0xFFFFFFFF), 0);
+    EXPECT_TRUE(trace_.failed_with(C3_EVENT_NOT_SUPPORTED, "Unknown callback event 4294967295"));
+    EXPECT_EQ(orvex_callbacks_invoke(device(), 5), 0);
+    EXPECT_EQ(orvex_callbacks_invoke(device(), OX_CALLBACK_CAM_RESUMED), 1);
+    EXPECT_TRUE(heard_.wait_for(1));
+}
+
+TEST_F(CallbacksTest, EmptySlotQueuesNothingAndTheLastRegistrationCounts) {
+    ASSERT_EQ(orvex_callbacks_set_frame_count(device(), 10, 1), 1);
+    EXPECT_EQ(orvex_callbacks_invoke(device(), OX_CALLBACK_BOF), 1);
+    EXPECT_EQ(record().callback_thread->Bof().last, 0u);
+    EXPECT_EQ(record().callback_thread->Bof().queued, 0u);
+    ASSERT_EQ(heard_.listen(hcam, OX_CALLBACK_BOF), 1);
+    ASSERT_EQ(second_.listen(hcam, OX_CALLBACK_BOF), 1);
+    EXPECT_EQ(orvex_callbacks_invoke(device(), OX_CALLBACK_BOF), 1);
+    ASSERT_TRUE(second_.wait_for(1));
+    ASSERT_EQ(bv_cam_deregister_callback(hcam, OX_CALLBACK_BOF), 1);
+    EXPECT_EQ(orvex_callbacks_invoke(device(), OX_CALLBACK_BOF), 1);
+    EXPECT_TRUE(heard_.all().empty());
+    // Each registration flushes once around its slot and once behind it.
+    EXPECT_EQ(Flushes(), 2u * 2 + 2);
+}
+
+TEST_F(CallbacksTest, QueueIsBoundedByTheFramesOfTheRun) {
+    struct Row {
+        uns32 frames;
+        boolean16 is_sequence;
+        uns32 limit;
+    };
+    for (const Row& row : {Row{0, 1, 1}, Row{1000, 1, 128}, Row{1000, 0, 128}, Row{10, 0, 8},
+                           Row{1, 0, 1}, Row{10, 2, 8}, Row{128, 1, 128}, Row{129, 1, 128}}) {
+        ASSERT_EQ(orvex_callbacks_set_frame_count(device(), row.frames, row.is_sequence), 1);
+        EXPECT_EQ(record().callback_thread->Bof().limit, row.limit) << row.frames;
+        EXPECT_EQ(record().callback_thread->Eof().limit, row.limit) << row.frames;
+    }
+}
+
+TEST_F(CallbacksTest, RefusedFlushFailsARegistration) {
+    camera().refuse(DV_EVENT_NOTIFICATION_FLUSH);
+    EXPECT_EQ(heard_.listen(hcam, OX_CALLBACK_EOF), 0);
+    EXPECT_EQ(orvex_callbacks_invoke(device(), OX_CALLBACK_EOF), 1);
+    // A stop goes on without it and leaves no error.
+    bv::ApiGlobal::ClearErrorCode(EXT_OPEN_EXCLUSIVE);
+    EXPECT_EQ(orvex_callbacks_stop(device()), 1);
+    EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), 0);
+    EXPECT_THAT(
+        trace_.messages(bv::log_warning),
+        testing::Contains("orvex_callbacks_stop: Cannot flush notifications, error ignored"));
+    // A start does not.
+    EXPECT_EQ(orvex_callbacks_start(device()), 0);
+    EXPECT_FALSE(record().started);
+    EXPECT_EQ(record().callback_thread, nullptr);
+    EXPECT_TRUE(heard_.all().empty());
+}
+
+TEST_F(CallbacksTest, MissingFlushEventIsTold) {
+    dv_event* flush_ack = std::exchange(device()->flush_ack, nullptr);
+    EXPECT_EQ(orvex_callbacks_wait_ready(device()), 0);
+    EXPECT_TRUE(trace_.failed_with(C7_DRIVER_COM_ERROR, "Cannot reset flush event"));
+    device()->flush_ack = flush_ack;
+}
+
+TEST_F(CallbacksTest, PlugInLearnsWhoIsCalledBack) {
+    ASSERT_EQ(heard_.listen(hcam, OX_CALLBACK_EOF), 1);
+    EXPECT_EQ(camera_.cfg().callback_registered, 1);
+    EXPECT_EQ(bv_cam_register_callback(hcam, 9, nullptr, nullptr, 0), 0);
+    EXPECT_EQ(camera_.cfg().callback_registered, 0);
+    ASSERT_EQ(heard_.listen(hcam, OX_CALLBACK_EOF), 1);
+    EXPECT_EQ(bv_cam_deregister_callback(hcam, 9), 0);
+    EXPECT_EQ(camera_.cfg().callback_registered, 1);
+    EXPECT_EQ(bv_cam_deregister_callback(hcam, OX_CALLBACK_EOF), 1);
+    EXPECT_EQ(camera_.cfg().callback_registered, 0);
+}
+
+TEST_F(CallbacksTest, CallbackMayCloseTheCamera) {
+    std::atomic<int> result{-1};
+    ASSERT_EQ(heard_.listen(hcam, OX_CALLBACK_EOF, [&] { result = dv_cam_close(hcam); }), 1);
+    ASSERT_EQ(orvex_callbacks_invoke(device(), OX_CALLBACK_EOF), 1);
+    ASSERT_TRUE(support::eventually([&] { return result == 1; }, std::chrono::seconds(3)));
+    EXPECT_EQ(camera().state(), uint32_t{DEVICE_CLOSED});
+}
+
+TEST_F(CallbacksTest, ModuleMayDeliverBesideEverything) {
+    std::atomic<bool> stop{false};
+    std::vector<std::thread> modules;
+    for (int i = 0; i < 2; ++i)
+        modules.emplace_back([&] {
+            for (uns32 frame = 1; !stop; ++frame) {
+                orvex_callbacks_set_latest_frame_info(device(), frame, 0, frame);
+                orvex_callbacks_invoke(device(), OX_CALLBACK_EOF);
+                orvex_callbacks_invoke(device(), OX_CALLBACK_BOF);
+            }
+        });
+    for (uns32 round = 0; round < 50; ++round) {
+        ASSERT_EQ(heard_.listen(hcam, round % 2), 1);
+        ASSERT_EQ(orvex_callbacks_set_frame_count(device(), round, 1), 1);
+        if (round % 10 == 0) {
+            ASSERT_EQ(orvex_callbacks_stop(device()), 1);
+            ASSERT_EQ(orvex_callbacks_start(device()), 1);
+        }
+    }
+    stop = true;
+    for (std::thread& module : modules) module.join();
+}
+
+}  // namespace

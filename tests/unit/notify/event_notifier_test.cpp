@@ -1,0 +1,309 @@
+#include "notify/event_notifier.h"
+
+#include <algorithm>
+#include <cstring>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <random>
+#include <thread>
+
+#include "support/core/test_camera.h"
+#include "support/core/trace_capture.h"
+
+#include "heard_events.h"
+
+namespace {
+
+using support::eventually;
+using testing::Each;
+using testing::ElementsAre;
+
+constexpr int16 hcam = support::TestCamera::hcam;
+constexpr uns32 mask = 0x8000003B;
+constexpr uns32 mask_with_bof = 0x8000003F;
+
+class EventNotifierTest : public testing::Test {
+  protected:
+    support::ScriptedCamera& camera() { return camera_.camera(); }
+    support::NotificationServer& server() { return camera().notifications(); }
+    orvex_device* device() { return camera_.device(); }
+
+    size_t Flushes() {
+        const std::vector<uint32_t> codes = camera().ioctl_codes();
+        return static_cast<size_t>(
+            std::count(codes.begin(), codes.end(), uint32_t{DV_EVENT_NOTIFICATION_FLUSH}));
+    }
+    FRAME_INFO Latest() {
+        FRAME_INFO info{};
+        EXPECT_EQ(orvex_callbacks_get_latest_frame_info(device(), &info), 1);
+        return info;
+    }
+    // The report has been processed when its request is back at the driver.
+    void Report(uns32 flags, uns32 eof = 0, uns32 bof = 0) {
+        ASSERT_TRUE(server().wait_for_pending(pool_));
+        const size_t before = server().submitted();
+        ASSERT_TRUE(camera().report(flags, eof, bof, 900, 500));
+        ASSERT_TRUE(eventually([&] { return server().submitted() > before; }));
+    }
+
+    support::TraceCapture trace_;
+    tests::HeardEvents heard_;
+    support::TestCamera camera_{1, true};
+    size_t pool_ = 1;  // requests that the library keeps pending
+};
+
+TEST_F(EventNotifierTest, MaskAsksForBeginOfFrameOnlyWhenSomebodyListens) {
+    ASSERT_TRUE(server().wait_for_pending(1));
+    EXPECT_THAT(server().masks(), ElementsAre(mask));
+    ASSERT_EQ(heard_.listen(hcam, OX_CALLBACK_EOF), 1);
+    ASSERT_EQ(orvex_callbacks_set_frame_count(device(), 5, 1), 1);
+    ASSERT_TRUE(server().wait_for_pending(5));
+    EXPECT_THAT(server().masks(), Each(mask));
+    ASSERT_EQ(heard_.listen(hcam, OX_CALLBACK_BOF), 1);
+    ASSERT_TRUE(
+        eventually([&] { return server().masks() == std::vector<uint32_t>(5, mask_with_bof); }));
+    ASSERT_EQ(bv_cam_deregister_callback(hcam, OX_CALLBACK_BOF), 1);
+    EXPECT_TRUE(eventually([&] { return server().masks() == std::vector<uint32_t>(5, mask); }));
+}
+
+TEST_F(EventNotifierTest, PoolFollowsTheFramesOfTheRun) {
+    ASSERT_TRUE(server().wait_for_pending(pool_));
+    struct Row {
+        uns32 frames;
+        boolean16 is_sequence;
+        size_t requests;
+    };
+    for (const Row& row :
+         {Row{100, 1, 100}, Row{10, 0, 8}, Row{1, 0, 1}, Row{0, 1, 1}, Row{3, 1, 3}}) {
+        const size_t flushes = Flushes(), before = server().pending();
+        ASSERT_EQ(orvex_callbacks_set_frame_count(device(), row.frames, row.is_sequence), 1);
+        ASSERT_TRUE(server().wait_for_pending(row.requests)) << row.frames;
+        EXPECT_EQ(Flushes() - flushes, before);
+        // The same shape again leaves the pool alone.
+        const size_t submitted = server().submitted();
+        ASSERT_EQ(orvex_callbacks_set_frame_count(device(), row.frames, row.is_sequence), 1);
+        EXPECT_EQ(server().submitted(), submitted);
+    }
+}
+
+TEST_F(EventNotifierTest, OneReportCallsBackInAFixedOrder) {
+    for (uns32 event = 0; event < OX_CALLBACK_MAX; ++event)
+        ASSERT_EQ(heard_.listen(hcam, event), 1);
+    ASSERT_TRUE(camera().report(NOTIFICATION_DEVICE_REMOVAL | NOTIFICATION_SYS_SUSPEND |
+                                    NOTIFICATION_BUS_RESET | NOTIFICATION_BOF_EOF,
+                                11, 12, 900, 500));
+    ASSERT_TRUE(heard_.wait_for(5));
+    EXPECT_THAT(heard_.events(),
+                ElementsAre(OX_CALLBACK_CAM_REMOVED, OX_CALLBACK_CAM_RESUMED,
+                            OX_CALLBACK_CHECK_CAMS, OX_CALLBACK_BOF, OX_CALLBACK_EOF));
+    EXPECT_THAT(heard_.frames(), Each(11));
+    const FRAME_INFO info = heard_.all().back().info;
+    EXPECT_EQ(info.hCam, hcam);
+    EXPECT_EQ(info.TimeStampEOF, 900);
+    EXPECT_EQ(info.TimeStampBOF, 500);
+    EXPECT_EQ(camera().state(), uint32_t{DEVICE_RESUMED});
+}
+
+TEST_F(EventNotifierTest, BusResetAloneOnlyChecksCameras) {
+    for (uns32 event = 0; event < OX_CALLBACK_MAX; ++event)
+        ASSERT_EQ(heard_.listen(hcam, event), 1);
+    Report(NOTIFICATION_BUS_RESET);
+    EXPECT_THAT(heard_.events(), ElementsAre(OX_CALLBACK_CHECK_CAMS));
+    EXPECT_EQ(camera().state(), uint32_t{DEVICE_OPEN});
+    Report(NOTIFICATION_SYS_SUSPEND);
+    EXPECT_EQ(camera().state(), uint32_t{DEVICE_SUSPENDED});
+    Report(NOTIFICATION_COMPLETE);
+    EXPECT_EQ(heard_.all().size(), 1u);
+    camera().set_state(DEVICE_OPEN);
+}
+
+TEST_F(EventNotifierTest, OnlyAnEndOfFrameIsTheLatest) {
+    ASSERT_EQ(heard_.listen(hcam, OX_CALLBACK_BOF), 1);
+    Report(NOTIFICATION_BOF, 7, 8);
+    EXPECT_THAT(heard_.frames(), ElementsAre(8));
+    EXPECT_EQ(Latest().FrameNr, 0);
+    Report(NOTIFICATION_EOF, 7, 8);
+    EXPECT_EQ(Latest().FrameNr, 7);
+    EXPECT_EQ(orvex_callbacks_reset(device()), 1);
+    EXPECT_EQ(Latest().FrameNr, 0);
+}
+
+TEST_F(EventNotifierTest, AbortHoldsBackFrameCallbacksAlone) {
+    for (uns32 event : {OX_CALLBACK_BOF, OX_CALLBACK_EOF, OX_CALLBACK_CHECK_CAMS})
+        ASSERT_EQ(heard_.listen(hcam, event), 1);
+    orvex_callbacks_begin_abort(device());
+    Report(NOTIFICATION_BOF_EOF | NOTIFICATION_BUS_RESET, 3, 3);
+    EXPECT_EQ(Latest().FrameNr, 3);
+    EXPECT_THAT(heard_.events(), ElementsAre(OX_CALLBACK_CHECK_CAMS));
+    orvex_callbacks_end_abort(device());
+    Report(NOTIFICATION_EOF, 4);
+    EXPECT_THAT(heard_.events(), ElementsAre(OX_CALLBACK_CHECK_CAMS, OX_CALLBACK_EOF));
+    // A new run ends an abort that nobody ended.
+    orvex_callbacks_begin_abort(device());
+    ASSERT_EQ(orvex_callbacks_set_frame_count(device(), 2, 1), 1);
+    pool_ = 2;
+    Report(NOTIFICATION_EOF, 5);
+    EXPECT_EQ(heard_.frames().back(), 5);
+}
+
+// Also a buffer of no frames, which has no address to work out.
+TEST_F(EventNotifierTest, RandomFramesArriveAsReported) {
+    ASSERT_EQ(heard_.listen(hcam, OX_CALLBACK_EOF), 1);
+    std::mt19937 random(8);
+    std::vector<int32> sent;
+    for (uns32 frames : {0u, 1u, 40u}) {
+        ASSERT_EQ(orvex_callbacks_set_frame_count(device(), frames, 1), 1);
+        for (int i = 0; i < 200; ++i) {
+            sent.push_back(static_cast<int32>(random()));
+            ASSERT_TRUE(camera().report(NOTIFICATION_EOF, static_cast<uns32>(sent.back())));
+        }
+        ASSERT_TRUE(heard_.wait_for(sent.size()));
+        ASSERT_TRUE(server().wait_for_pending(std::max(frames, 1u)));
+    }
+    EXPECT_EQ(heard_.frames(), sent);
+    EXPECT_EQ(Latest().FrameNr, sent.back());
+}
+
+TEST_F(EventNotifierTest, CancelledReportEndsTheThread) {
+    ASSERT_EQ(heard_.listen(hcam, OX_CALLBACK_EOF), 1);
+    ASSERT_TRUE(server().wait_for_pending(1));
+    dv_notification_report cancelled{};
+    cancelled.status = NOTIFICATION_STATUS_CANCELLED;
+    cancelled.flags = NOTIFICATION_EOF;
+    const size_t submitted = server().submitted();
+    ASSERT_TRUE(server().report(cancelled));
+    ASSERT_TRUE(eventually([&] { return trace_.contains("bv::EventNotifier::Run: RETURN ()"); }));
+    EXPECT_EQ(server().submitted(), submitted);
+    EXPECT_TRUE(heard_.all().empty());
+}
+
+TEST_F(EventNotifierTest, DeadDriverIsARemovedCamera) {
+    ASSERT_EQ(heard_.listen(hcam, OX_CALLBACK_CAM_REMOVED), 1);
+    ASSERT_EQ(orvex_callbacks_set_frame_count(device(), 4, 1), 1);
+    ASSERT_TRUE(server().wait_for_pending(4));
+    server().die();
+    ASSERT_TRUE(heard_.wait_for(1));
+    EXPECT_EQ(camera().state(), uint32_t{DEVICE_REMOVED});
+    EXPECT_EQ(orvex_callbacks_set_frame_count(device(), 6, 1), 0);
+    EXPECT_EQ(dv_cam_close(hcam), 1);
+    EXPECT_EQ(camera().state(), uint32_t{DEVICE_CLOSED});
+}
+
+TEST_F(EventNotifierTest, RemovedCameraRefusesANewPool) {
+    ASSERT_TRUE(server().wait_for_pending(1));
+    camera().set_state(DEVICE_REMOVED);
+    EXPECT_EQ(orvex_callbacks_set_frame_count(device(), 7, 0), 0);
+    EXPECT_TRUE(trace_.failed_with(C7_DRIVER_COM_ERROR,
+                                   "Device notifier SetFrameCount(7, <cont>, FALSE) failed"));
+    EXPECT_EQ(Flushes(), 0u);
+    camera().set_state(DEVICE_OPEN);
+}
+
+TEST_F(EventNotifierTest, CloseStopsTheThreadAndLeavesTheDriver) {
+    ASSERT_TRUE(server().wait_for_pending(1));
+    ASSERT_EQ(dv_cam_close(hcam), 1);
+    EXPECT_TRUE(trace_.contains("bv::EventNotifier::Run: RETURN ()"));
+    EXPECT_TRUE(eventually([&] { return !server().connected(); }));
+    EXPECT_EQ(device()->callbacks, nullptr);
+    EXPECT_EQ(device()->notifier, nullptr);
+    int16 handle = -1;
+    EXPECT_EQ(dv_cam_open("Camera 0", &handle), 1);
+    EXPECT_TRUE(server().wait_for_pending(1));
+}
+
+TEST_F(EventNotifierTest, UnreachableDeviceFileFailsTheStart) {
+    ASSERT_EQ(dv_cam_close(hcam), 1);
+    const std::string former = device()->path;
+    std::strcpy(device()->path, "/nowhere/device");
+    int16 handle = -1;
+    EXPECT_EQ(dv_cam_open("Camera 0", &handle), 0);
+    EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), C0_RESOURCE_ALLOCATION_FAILED);
+    EXPECT_EQ(dv_cam_close(hcam), 1);
+    std::strcpy(device()->path, former.c_str());
+}
+
+TEST_F(EventNotifierTest, ModuleMayNotDeliverBesideTheDriver) {
+    auto& delivery = *static_cast<orvex_delivery*>(device()->callbacks);
+    EXPECT_EQ(delivery.invoke(device(), OX_CALLBACK_EOF), 0);
+    EXPECT_TRUE(trace_.failed_with(C0_UNKNOWN_ERROR, "DISABLED USAGE IN KERNEL DRIVER MODE"));
+    EXPECT_EQ(delivery.set_latest_frame_info(device(), 1, 2, 3), 0);
+    EXPECT_EQ(Latest().FrameNr, 0);
+}
+
+// --- Callbacks that use the library. Hanging, or five seconds of waiting for their own thread,
+// would be the failure.
+
+TEST_F(EventNotifierTest, CallbackMayDeregisterItself) {
+    std::atomic<int> result{-1};
+    ASSERT_EQ(heard_.listen(hcam, OX_CALLBACK_EOF,
+                            [&] { result = bv_cam_deregister_callback(hcam, OX_CALLBACK_EOF); }),
+              1);
+    ASSERT_EQ(orvex_callbacks_set_frame_count(device(), 3, 1), 1);
+    ASSERT_TRUE(server().wait_for_pending(3));
+    ASSERT_TRUE(camera().report(NOTIFICATION_EOF, 1));
+    ASSERT_TRUE(eventually([&] { return result == 1; }, std::chrono::seconds(3)));
+    pool_ = 3;
+    Report(NOTIFICATION_EOF, 2);
+    EXPECT_THAT(heard_.frames(), ElementsAre(1));
+    EXPECT_EQ(Latest().FrameNr, 2);
+}
+
+TEST_F(EventNotifierTest, CallbackMayStartTheNextRun) {
+    std::atomic<int> result{-1};
+    ASSERT_EQ(heard_.listen(hcam, OX_CALLBACK_EOF,
+                            [&] {
+                                if (result < 0)
+                                    result = orvex_callbacks_set_frame_count(device(), 50, 1);
+                            }),
+              1);
+    ASSERT_TRUE(server().wait_for_pending(1));
+    ASSERT_TRUE(camera().report(NOTIFICATION_EOF, 1));
+    ASSERT_TRUE(eventually([&] { return result == 1; }, std::chrono::seconds(3)));
+    pool_ = 50;
+    Report(NOTIFICATION_EOF, 2);
+    EXPECT_THAT(heard_.frames(), ElementsAre(1, 2));
+}
+
+TEST_F(EventNotifierTest, CallbackMayCloseTheCamera) {
+    std::atomic<int> result{-1};
+    ASSERT_EQ(heard_.listen(hcam, OX_CALLBACK_EOF, [&] { result = dv_cam_close(hcam); }), 1);
+    ASSERT_EQ(orvex_callbacks_set_frame_count(device(), 3, 1), 1);
+    ASSERT_TRUE(server().wait_for_pending(3));
+    ASSERT_TRUE(camera().report(NOTIFICATION_EOF, 1));
+    ASSERT_TRUE(eventually([&] { return result == 1; }, std::chrono::seconds(3)));
+    ASSERT_TRUE(eventually([&] { return trace_.contains("bv::EventNotifier::Run: RETURN ()"); }));
+    EXPECT_EQ(camera().state(), uint32_t{DEVICE_CLOSED});
+    int16 handle = -1;
+    EXPECT_EQ(dv_cam_open("Camera 0", &handle), 1);
+}
+
+TEST_F(EventNotifierTest, PoolIsRebuiltBesideRunningFrames) {
+    ASSERT_EQ(heard_.listen(hcam, OX_CALLBACK_EOF), 1);
+    std::atomic<bool> stop{false};
+    std::thread frames([&] {
+        for (uns32 frame = 1; !stop; ++frame) {
+            camera().report(NOTIFICATION_BOF_EOF, frame);
+            std::this_thread::yield();
+        }
+    });
+    for (uns32 round = 0; round < 30; ++round) {
+        EXPECT_EQ(orvex_callbacks_set_frame_count(device(), 20 + round, round % 2), 1);
+        Latest();
+        if (round % 3 == 0) {
+            EXPECT_EQ(heard_.listen(hcam, OX_CALLBACK_BOF), 1);
+        }
+    }
+    stop = true;
+    frames.join();
+    EXPECT_FALSE(heard_.all().empty());
+}
+
+TEST_F(EventNotifierTest, LargePoolIsRebuiltInTime) {
+    constexpr uns32 frames = 5000;
+    ASSERT_EQ(orvex_callbacks_set_frame_count(device(), frames, 1), 1);
+    ASSERT_TRUE(server().wait_for_pending(frames));
+    ASSERT_EQ(orvex_callbacks_set_frame_count(device(), 2, 1), 1);
+    ASSERT_TRUE(server().wait_for_pending(2));
+}
+
+}  // namespace

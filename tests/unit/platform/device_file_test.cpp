@@ -1,0 +1,299 @@
+#include "platform/device_file.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <gtest/gtest.h>
+#include <set>
+#include <thread>
+
+#include "support/temp_dir.h"
+
+#include "driver_end.h"
+
+namespace {
+
+using platform::Completion;
+using platform::operation_in_progress;
+using platform::OverlappedRequest;
+
+constexpr uint64_t key = 22080;
+constexpr uint32_t wait_limit_ms = 10000;
+constexpr uint32_t short_wait_ms = 20;
+
+class DeviceFileTest : public testing::Test {
+  protected:
+    void SetUp() override {
+        ASSERT_TRUE(file_.Open((directory_ / "device").c_str()));
+        driver_.Accept();
+        ASSERT_TRUE(port_.Open(file_, key));
+    }
+
+    void SubmitAll(std::vector<OverlappedRequest>& requests) {
+        for (OverlappedRequest& request : requests) {
+            request.in.mask = static_cast<uint32_t>(&request - requests.data());
+            ASSERT_EQ(file_.Submit(DV_EVENT_NOTIFICATION_REQUEST, request), operation_in_progress);
+        }
+    }
+    // What comes back until nothing does for the time.
+    std::vector<Completion> TakeAll(uint32_t limit_ms) {
+        std::vector<Completion> all;
+        std::array<Completion, 32> entries;
+        while (const size_t taken = port_.Take(entries, limit_ms))
+            all.insert(all.end(), entries.begin(), entries.begin() + static_cast<long>(taken));
+        return all;
+    }
+    std::vector<Completion> Take(size_t count) {
+        std::vector<Completion> all;
+        std::array<Completion, 32> entries;
+        while (all.size() < count) {
+            const size_t taken = port_.Take(entries, wait_limit_ms);
+            if (taken == 0) break;
+            all.insert(all.end(), entries.begin(), entries.begin() + static_cast<long>(taken));
+        }
+        return all;
+    }
+
+    support::TempDir directory_;
+    tests::DriverEnd driver_{directory_ / "device"};
+    platform::DeviceFile file_;
+    platform::CompletionPort port_;
+};
+
+TEST_F(DeviceFileTest, RequestAndReportCrossTheWire) {
+    OverlappedRequest request;
+    request.in.mask = 0x8000003F;
+    ASSERT_EQ(file_.Submit(DV_EVENT_NOTIFICATION_REQUEST, request), operation_in_progress);
+    const dv_file_request message = driver_.Receive();
+    EXPECT_EQ(message.operation, 1u);
+    EXPECT_EQ(message.code, 0x223f00u);
+    EXPECT_EQ(message.in_size, 48u);
+    EXPECT_EQ(message.out_size, 48u);
+    EXPECT_EQ(message.in.mask, 0x8000003Fu);
+
+    // By hand, as another system's driver would lay it out.
+    uint8_t raw[64] = {};
+    std::memcpy(raw, &message.id, 8);
+    raw[12] = 48;
+    raw[16 + 8] = NOTIFICATION_EOF;
+    raw[16 + 16] = 7;
+    raw[16 + 41] = 1;
+    driver_.SendRaw(raw, sizeof raw);
+    std::array<Completion, 4> entries;
+    ASSERT_EQ(port_.Take(entries, wait_limit_ms), 1u);
+    EXPECT_EQ(entries[0].key, key);
+    EXPECT_EQ(entries[0].request, &request);
+    EXPECT_EQ(entries[0].bytes, 48u);
+    EXPECT_EQ(request.out.flags, NOTIFICATION_EOF);
+    EXPECT_EQ(request.out.frame_number_eof, 7u);
+    EXPECT_EQ(request.out.time_stamp_bof, 256);
+}
+
+TEST_F(DeviceFileTest, CompletionsComeInBatchesAndInOrder) {
+    std::vector<OverlappedRequest> requests(70);
+    SubmitAll(requests);
+    const std::vector<uint64_t> ids = driver_.ReceiveIds(70);
+    EXPECT_EQ(std::set<uint64_t>(ids.begin(), ids.end()).size(), 70u);
+    for (size_t i = 0; i < 70; ++i) driver_.Complete(ids[69 - i]);
+    std::array<Completion, 32> entries;
+    std::vector<OverlappedRequest*> back;
+    for (size_t expected : {32u, 32u, 6u}) {
+        ASSERT_EQ(port_.Take(entries, wait_limit_ms), expected);
+        for (size_t i = 0; i < expected; ++i) back.push_back(entries[i].request);
+    }
+    for (size_t i = 0; i < 70; ++i) EXPECT_EQ(back[i], &requests[69 - i]);
+}
+
+TEST_F(DeviceFileTest, WhatFitsNoRequestIsIgnored) {
+    OverlappedRequest request, second;
+    file_.Submit(1, request);
+    const uint64_t id = driver_.Receive().id;
+    for (uint64_t stranger : {uint64_t{0}, id ^ 1, id + (uint64_t{1} << 32), ~uint64_t{0}})
+        driver_.Complete(stranger, 1);
+    std::array<uint8_t, 200> noise{};
+    std::memcpy(noise.data(), &id, sizeof id);
+    for (size_t size : {1u, 63u, 65u, 200u}) driver_.SendRaw(noise.data(), size);
+    driver_.SendRaw(noise.data(), 0);
+    driver_.Complete(id, 2);
+    driver_.Complete(id, 3);  // the same once more
+    EXPECT_EQ(TakeAll(short_wait_ms).size(), 1u);
+    EXPECT_EQ(request.out.frame_number_eof, 2u);
+    // The repeated completion must not hit the next use of the same place.
+    file_.Submit(1, second);
+    EXPECT_NE(driver_.Receive().id, id);
+    driver_.Complete(id, 4);
+    EXPECT_EQ(TakeAll(short_wait_ms).size(), 0u);
+    EXPECT_EQ(second.out.frame_number_eof, 0u);
+}
+
+TEST_F(DeviceFileTest, DriverCannotPassForAPost) {
+    OverlappedRequest request;
+    file_.Submit(1, request);
+    driver_.Complete(driver_.Receive().id, 0, 420);
+    ASSERT_TRUE(port_.Post(420, key));
+    std::vector<Completion> taken = Take(2);
+    ASSERT_EQ(taken.size(), 2u);
+    EXPECT_EQ(std::count_if(taken.begin(), taken.end(),
+                            [](const Completion& entry) { return entry.bytes == 420; }),
+              1);
+}
+
+TEST_F(DeviceFileTest, PostWakesTheTaker) {
+    std::array<Completion, 32> entries;
+    std::thread poster([this] { port_.Post(420, 7); });
+    ASSERT_EQ(port_.Take(entries, wait_limit_ms), 1u);
+    EXPECT_EQ(entries[0].request, nullptr);
+    EXPECT_EQ(entries[0].bytes, 420u);
+    EXPECT_EQ(entries[0].key, 7u);
+    poster.join();
+}
+
+TEST_F(DeviceFileTest, CloseWakesTheTaker) {
+    std::array<Completion, 32> entries;
+    std::thread closer([this] { port_.Close(); });
+    EXPECT_EQ(port_.Take(entries, wait_limit_ms), 0u);
+    closer.join();
+    EXPECT_FALSE(port_.Post(1, 1));
+    EXPECT_EQ(port_.Take(entries), 0u);
+}
+
+TEST_F(DeviceFileTest, DeadDriverGivesEverythingBackOnceAsRemoved) {
+    std::vector<OverlappedRequest> requests(1000);
+    SubmitAll(requests);
+    const std::vector<uint64_t> ids = driver_.ReceiveIds(10);
+    driver_.Complete(ids[3], 5);
+    driver_.Die();
+    const std::vector<Completion> back = TakeAll(short_wait_ms);
+    ASSERT_EQ(back.size(), requests.size());
+    std::set<OverlappedRequest*> distinct;
+    for (const Completion& entry : back) distinct.insert(entry.request);
+    EXPECT_EQ(distinct.size(), requests.size());
+    // A report that was on its way is not lost.
+    EXPECT_EQ(requests[3].out.flags, NOTIFICATION_EOF);
+    requests.erase(requests.begin() + 3);
+    for (const OverlappedRequest& request : requests) {
+        EXPECT_EQ(request.out.flags, NOTIFICATION_DEVICE_REMOVAL);
+        EXPECT_EQ(request.out.status, NOTIFICATION_STATUS_SUCCESS);
+    }
+    EXPECT_NE(file_.Submit(1, requests[0]), operation_in_progress);
+    EXPECT_FALSE(file_.CancelAll());
+    EXPECT_TRUE(port_.Post(420, key));
+    EXPECT_EQ(TakeAll(short_wait_ms).size(), 1u);
+}
+
+// Tens of thousands of requests are far more than a socket holds.
+TEST_F(DeviceFileTest, FloodOfRequestsNeitherBlocksNorGetsLost) {
+    constexpr size_t count = 50'000;
+    std::vector<OverlappedRequest> requests(count);
+    SubmitAll(requests);  // nobody reads yet
+    std::thread driver([this] {
+        for (size_t i = 0; i < count; ++i) {
+            const dv_file_request message = driver_.Receive();
+            EXPECT_EQ(message.in.mask, i);
+            driver_.Complete(message.id, message.in.mask + 1);
+        }
+    });
+    const std::vector<Completion> back = Take(count);
+    driver.join();
+    ASSERT_EQ(back.size(), count);
+    for (size_t i = 0; i < count; ++i) ASSERT_EQ(requests[i].out.frame_number_eof, i + 1);
+}
+
+TEST_F(DeviceFileTest, TakerAndSubmittersRunSideBySide) {
+    constexpr size_t count = 4000;
+    std::vector<OverlappedRequest> requests(64);
+    std::thread driver([this] {
+        for (size_t i = 0; i < count; ++i) driver_.Complete(driver_.Receive().id, 1);
+    });
+    std::thread submitter([&] { SubmitAll(requests); });
+    size_t back = 0, submitted = requests.size();
+    while (back < count) {
+        const std::vector<Completion> taken = Take(1);
+        ASSERT_FALSE(taken.empty());
+        for (const Completion& entry : taken) {
+            ++back;
+            if (submitted == count) continue;
+            ++submitted;
+            ASSERT_EQ(file_.Submit(1, *entry.request), operation_in_progress);
+        }
+    }
+    submitter.join();
+    driver.join();
+}
+
+TEST_F(DeviceFileTest, ForgottenRequestsDoNotComeBack) {
+    std::vector<OverlappedRequest> requests(2000);
+    SubmitAll(requests);
+    const std::vector<uint64_t> ids = driver_.ReceiveIds(5);
+    file_.Forget();
+    OverlappedRequest fresh;
+    ASSERT_EQ(file_.Submit(9, fresh), operation_in_progress);
+    for (uint64_t id : ids) driver_.Complete(id, 1);
+    EXPECT_EQ(TakeAll(short_wait_ms).size(), 0u);
+    EXPECT_EQ(requests[0].out.frame_number_eof, 0u);
+    // Those that were in the socket arrive, those that were not sent don't.
+    dv_file_request message{};
+    size_t stale = 0;
+    while ((message = driver_.Receive()).code != 9 && message.operation != 0) ++stale;
+    EXPECT_LT(stale, requests.size() - ids.size());
+    driver_.Complete(message.id, 2);
+    EXPECT_EQ(TakeAll(short_wait_ms).size(), 1u);
+    EXPECT_EQ(fresh.out.frame_number_eof, 2u);
+}
+
+TEST_F(DeviceFileTest, CancelReachesTheDriverAndGivesBackTheUnsent) {
+    std::vector<OverlappedRequest> requests(2000);
+    SubmitAll(requests);
+    EXPECT_TRUE(file_.CancelAll());
+    const std::vector<Completion> back = TakeAll(short_wait_ms);
+    EXPECT_GT(back.size(), 0u);
+    EXPECT_LT(back.size(), requests.size());
+    for (const Completion& entry : back)
+        EXPECT_EQ(entry.request->out.status, NOTIFICATION_STATUS_CANCELLED);
+    std::thread taker([this] { TakeAll(200); });
+    size_t sent = 0;
+    dv_file_request message{};
+    while ((message = driver_.Receive()).operation == DV_FILE_SUBMIT) ++sent;
+    EXPECT_EQ(message.operation, 2u);
+    EXPECT_EQ(sent + back.size(), requests.size());
+    taker.join();
+}
+
+TEST_F(DeviceFileTest, CloseEndsTheFileForTheDriver) {
+    OverlappedRequest request;
+    file_.Submit(1, request);
+    driver_.Receive();
+    file_.Close();
+    EXPECT_TRUE(driver_.LibraryHasGone());
+    EXPECT_EQ(file_.Submit(1, request), static_cast<uint32_t>(EBADF));
+    EXPECT_EQ(TakeAll(short_wait_ms).size(), 0u);
+}
+
+TEST(DeviceFileOpen, PathsLongerThanASocketAddress) {
+    support::TempDir directory;
+    const std::filesystem::path deep = directory / std::string(150, 'd');
+    std::filesystem::create_directory(deep);
+    tests::DriverEnd driver(deep / "device");
+    platform::DeviceFile file;
+    EXPECT_TRUE(file.Open((deep / "device").c_str()));
+}
+
+TEST(DeviceFileOpen, RefusesWhatIsNoDevice) {
+    support::TempDir directory;
+    const std::filesystem::path dead = directory / "dead";
+    {
+        tests::DriverEnd driver(dead);
+    }
+    platform::DeviceFile file;
+    for (const std::string& path :
+         {std::string(), std::string("/nowhere/x"), dead.string(), directory.path().string(),
+          directory.write("plain", "text").string()})
+        EXPECT_FALSE(file.Open(path.c_str())) << path;
+    EXPECT_FALSE(file.Open(nullptr));
+    platform::CompletionPort port;
+    EXPECT_FALSE(port.Open(file, key));
+    OverlappedRequest request;
+    EXPECT_EQ(file.Submit(1, request), static_cast<uint32_t>(EBADF));
+}
+
+}  // namespace

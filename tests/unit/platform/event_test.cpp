@@ -1,0 +1,219 @@
+#include "platform/event.h"
+
+#include <chrono>
+#include <gtest/gtest.h>
+#include <string>
+#include <sys/wait.h>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using platform::Event;
+using platform::EventReset;
+using platform::LocalEvent;
+
+constexpr uint32_t wait_limit_ms = 10000;
+
+// Of this process alone, so that no leftover and no other run meets it.
+std::string OwnName(const std::string& name) {
+    return std::to_string(getpid()) + "_" + name;
+}
+
+int OpenObject(const std::string& object) {
+    return shm_open(object.c_str(), O_RDWR, 0);
+}
+
+struct EventCase {
+    bool named;
+    EventReset reset;
+    bool signalled;
+};
+
+void PrintTo(const EventCase& row, std::ostream* out) {
+    *out << (row.named ? "named" : "unnamed")
+         << (row.reset == EventReset::manual ? " manual" : " automatic")
+         << (row.signalled ? " signalled" : "");
+}
+
+class EventStates : public testing::TestWithParam<EventCase> {};
+
+TEST_P(EventStates, SignalIsTakenByAutomaticWaitsAlone) {
+    const auto [named, reset, signalled] = GetParam();
+    Event event;
+    ASSERT_TRUE(event.Create(named ? OwnName("states").c_str() : nullptr, reset, signalled));
+    EXPECT_GE(event.Handle(), 0);
+    if (!signalled) {
+        EXPECT_FALSE(event.Wait(0));
+        EXPECT_TRUE(event.Set());
+    }
+    EXPECT_TRUE(event.Wait(0));
+    EXPECT_EQ(event.Wait(0), reset == EventReset::manual);
+    event.Set();
+    event.Reset();
+    EXPECT_FALSE(event.Wait(0));
+}
+
+INSTANTIATE_TEST_SUITE_P(All, EventStates,
+                         testing::Values(EventCase{true, EventReset::manual, false},
+                                         EventCase{true, EventReset::automatic, false},
+                                         EventCase{false, EventReset::automatic, true},
+                                         EventCase{false, EventReset::manual, true}));
+
+TEST(Event, ObjectLiesAsDriversExpectIt) {
+    Event event;
+    ASSERT_TRUE(event.Create(OwnName("a/b").c_str(), EventReset::automatic, true));
+    const int descriptor = OpenObject("/orvex." + OwnName("a_b"));
+    ASSERT_GE(descriptor, 0);
+    struct stat status{};
+    fstat(descriptor, &status);
+    EXPECT_EQ(status.st_size, 64);
+    EXPECT_EQ(status.st_mode & 0777, 0600u);
+    uint32_t words[16];
+    ASSERT_EQ(pread(descriptor, words, sizeof words, 0), 64);
+    EXPECT_EQ(words[0], 1u);
+    EXPECT_EQ(words[1], 1u);
+    for (int i = 2; i < 16; ++i) EXPECT_EQ(words[i], 0u);
+    close(descriptor);
+}
+
+TEST(Event, LeftoverIsReplacedAndNeverInherited) {
+    const std::string name = OwnName("leftover");
+    orvex_event leftover;
+    ASSERT_TRUE(orvex_event_create(&leftover, name.c_str(), 0, 1));
+    Event event;
+    ASSERT_TRUE(event.Create(name.c_str(), EventReset::manual, false));
+    EXPECT_FALSE(event.Wait(0));
+    orvex_event_reset(&leftover);
+    event.Set();
+    EXPECT_FALSE(orvex_event_wait(&leftover, 0));
+    // The name is another's by now, and must survive the end of its former owner.
+    orvex_event_close(&leftover);
+    orvex_event opened;
+    ASSERT_TRUE(orvex_event_open_name(&opened, name.c_str()));
+    EXPECT_TRUE(orvex_event_wait(&opened, 0));
+    orvex_event_close(&opened);
+    event.Close();
+    EXPECT_FALSE(orvex_event_open_name(&opened, name.c_str()));
+}
+
+TEST(Event, LongestNamesStayApart) {
+    const std::string base = OwnName(std::string(254, 'n')).substr(0, 254);
+    Event first, second;
+    ASSERT_TRUE(first.Create((base + "1").c_str(), EventReset::manual, true));
+    ASSERT_TRUE(second.Create((base + "2").c_str(), EventReset::manual, false));
+    EXPECT_TRUE(first.Wait(0));
+    EXPECT_FALSE(second.Wait(0));
+    orvex_event opened;
+    ASSERT_TRUE(orvex_event_open_name(&opened, (base + "1").c_str()));
+    EXPECT_TRUE(orvex_event_wait(&opened, 0));
+    orvex_event_close(&opened);
+}
+
+TEST(Event, MappedHandleOutlivesTheOwner) {
+    Event event;
+    ASSERT_TRUE(event.Create(nullptr, EventReset::manual, false));
+    orvex_event mapped;
+    ASSERT_TRUE(orvex_event_open_handle(&mapped, event.Handle()));
+    EXPECT_EQ(mapped.handle, -1);
+    EXPECT_TRUE(orvex_event_set(&mapped));
+    EXPECT_TRUE(event.Wait(0));
+    event.Close();
+    EXPECT_EQ(event.Handle(), -1);
+    EXPECT_TRUE(orvex_event_wait(&mapped, 0));
+    orvex_event_close(&mapped);
+    EXPECT_FALSE(orvex_event_wait(&mapped, 0));
+    EXPECT_FALSE(orvex_event_set(&mapped));
+}
+
+TEST(Event, ForeignHandlesAreRefused) {
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    FILE* too_short = tmpfile();
+    ASSERT_NE(too_short, nullptr);
+    orvex_event event;
+    EXPECT_FALSE(orvex_event_open_handle(&event, -1));
+    EXPECT_FALSE(orvex_event_open_handle(&event, int64_t{1} << 40));
+    EXPECT_FALSE(orvex_event_open_handle(&event, ends[0]));
+    EXPECT_FALSE(orvex_event_open_handle(&event, fileno(too_short)));
+    EXPECT_EQ(event.state, nullptr);
+    fclose(too_short);
+    close(ends[0]);
+    close(ends[1]);
+}
+
+TEST(Event, AnotherProcessSignalsByNameAndLeavesTheNameAlone) {
+    const std::string name = OwnName("ping"), answer = OwnName("pong");
+    Event ping, pong;
+    ASSERT_TRUE(ping.Create(name.c_str(), EventReset::automatic, false));
+    ASSERT_TRUE(pong.Create(answer.c_str(), EventReset::automatic, false));
+    const pid_t child = fork();
+    if (child == 0) {
+        orvex_event in{}, out{};
+        const bool good = orvex_event_open_name(&in, name.c_str()) &&
+                          orvex_event_open_name(&out, answer.c_str()) &&
+                          orvex_event_wait(&in, wait_limit_ms) && orvex_event_set(&out);
+        // The inherited owner is not its creator.
+        ping.Close();
+        _exit(good ? 0 : 1);
+    }
+    ping.Set();
+    EXPECT_TRUE(pong.Wait(wait_limit_ms));
+    int status = -1;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0);
+    orvex_event opened;
+    EXPECT_TRUE(orvex_event_open_name(&opened, name.c_str()));
+    orvex_event_close(&opened);
+}
+
+// Each of many signals lets exactly one waiter through.
+template <class E>
+void ShareSignals(E& event) {
+    constexpr int signals = 200;
+    std::atomic<int> let_through{0};
+    std::vector<std::thread> waiters;
+    for (int i = 0; i < 4; ++i)
+        waiters.emplace_back([&] {
+            for (int round = 0; round < signals / 4; ++round)
+                if (event.Wait(wait_limit_ms)) ++let_through;
+        });
+    for (int i = 0; i < signals; ++i) {
+        event.Set();
+        while (let_through <= i) std::this_thread::yield();
+        EXPECT_FALSE(event.Wait(0));
+    }
+    for (std::thread& waiter : waiters) waiter.join();
+    EXPECT_EQ(let_through, signals);
+}
+
+TEST(Event, AutomaticSignalLetsOneWaiterThrough) {
+    Event event;
+    ASSERT_TRUE(event.Create(nullptr, EventReset::automatic, false));
+    ShareSignals(event);
+}
+
+TEST(LocalEvent, AutomaticSignalLetsOneWaiterThrough) {
+    LocalEvent event(EventReset::automatic, false);
+    ShareSignals(event);
+}
+
+TEST(LocalEvent, ManualSignalStays) {
+    LocalEvent event(EventReset::manual, true);
+    EXPECT_TRUE(event.Wait(Event::no_limit));
+    EXPECT_TRUE(event.Wait(0));
+    event.Reset();
+    EXPECT_FALSE(event.Wait(0));
+}
+
+TEST(Event, WaitGivesUpAfterItsLimitAndNotBefore) {
+    Event event;
+    ASSERT_TRUE(event.Create(nullptr, EventReset::manual, false));
+    LocalEvent local(EventReset::manual, false);
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_FALSE(event.Wait(30));
+    EXPECT_FALSE(local.Wait(30));
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(60));
+}
+
+}  // namespace

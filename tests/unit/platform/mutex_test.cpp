@@ -1,0 +1,57 @@
+#include "platform/mutex.h"
+
+#include <gtest/gtest.h>
+#include <mutex>
+#include <system_error>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using platform::ErrorCheckingMutex;
+
+TEST(ErrorCheckingMutex, OwnThreadIsRefusedAndTheLockStaysGood) {
+    ErrorCheckingMutex mutex;
+    mutex.lock();
+    try {
+        mutex.lock();
+        FAIL() << "locked twice";
+    } catch (const std::system_error& error) {
+        EXPECT_EQ(error.code(), std::errc::resource_deadlock_would_occur);
+    }
+    mutex.unlock();
+    mutex.lock();
+    mutex.unlock();
+}
+
+TEST(ErrorCheckingMutex, ExcludesThreads) {
+    ErrorCheckingMutex mutex;
+    int count = 0;
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i)
+        threads.emplace_back([&] {
+            for (int round = 0; round < 1000; ++round) {
+                const std::lock_guard guard(mutex);
+                ++count;
+            }
+        });
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(count, 4000);
+}
+
+TEST(ErrorCheckingMutex, WaitingThreadIsSeenToWait) {
+    ErrorCheckingMutex mutex;
+    std::atomic<bool> waits{false};
+    mutex.lock();
+    std::thread thread([&] {
+        platform::MarkWaitsOfThisThread(&waits);
+        const std::lock_guard guard(mutex);
+        EXPECT_FALSE(waits);
+    });
+    while (!waits) std::this_thread::yield();
+    mutex.unlock();
+    thread.join();
+    EXPECT_FALSE(waits);
+}
+
+}  // namespace

@@ -1,0 +1,100 @@
+#include "platform/registry.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <gtest/gtest.h>
+
+#include "support/environment.h"
+#include "support/temp_dir.h"
+
+namespace {
+
+using platform::RegistryKey;
+using support::Environment;
+using support::TempDir;
+
+constexpr const char* key_name = "SOFTWARE\\Brelvane\\ORVEX";
+
+std::string Header() {
+    return std::string("[") + key_name + "]\n";
+}
+
+struct ValueCase {
+    std::string file;
+    std::optional<std::string> value;  // of "Current Version"
+};
+
+void PrintTo(const ValueCase& row, std::ostream* out) {
+    *out << (row.value ? "value '" + *row.value + "'" : "no value");
+}
+
+class RegistryValues : public testing::TestWithParam<ValueCase> {};
+
+TEST_P(RegistryValues, AreReadFromTheirSection) {
+    TempDir directory;
+    Environment place("ORVEX_REGISTRY", directory.write("r.ini", GetParam().file).string());
+    const std::optional<RegistryKey> key = RegistryKey::Open(key_name);
+    ASSERT_TRUE(key);
+    EXPECT_EQ(key->Text("Current Version", 1024), GetParam().value);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Files, RegistryValues,
+    testing::Values(
+        ValueCase{Header() + "Current Version=3.1.2.5\n", "3.1.2.5"},
+        ValueCase{"\xEF\xBB\xBF  " + Header() + "  Current Version =  a = b \r\n", "a = b"},
+        ValueCase{Header() + "; Current Version=1\n#Current Version=2\nrubbish\ncurrent version=3",
+                  "3"},
+        ValueCase{"Current Version=0\n[x]\nCurrent Version=1\n" + Header() +
+                      "Notification=n\n[y]\nCurrent Version=2\n" + Header() + "Current Version=4\n",
+                  "4"},
+        ValueCase{Header() + "Current Version=\n", ""}, ValueCase{Header(), std::nullopt},
+        ValueCase{Header() + "Current Version\n=5\n[", std::nullopt}));
+
+TEST(Registry, ValueIsCutToItsLimit) {
+    TempDir directory;
+    Environment place("ORVEX_REGISTRY",
+                      directory.write("r.ini", Header() + "V=" + std::string(3000, 'x')).string());
+    const std::optional<RegistryKey> key = RegistryKey::Open(key_name);
+    ASSERT_TRUE(key);
+    EXPECT_EQ(key->Text("V", 1024)->size(), 1023u);
+    EXPECT_EQ(key->Text("V", 0)->size(), 0u);
+}
+
+TEST(Registry, UnusableFilesHaveNoKey) {
+    TempDir directory;
+    for (const std::string& content :
+         {std::string(), std::string("[SOFTWARE\\Other]\nV=1\n"),
+          std::string("[") + key_name + "\nV=1\n", std::string("]\n["), std::string(5000, '\0')}) {
+        Environment place("ORVEX_REGISTRY", directory.write("r.ini", content).string());
+        EXPECT_FALSE(RegistryKey::Open(key_name)) << content;
+    }
+}
+
+TEST(Registry, NamedFileIsPreferred) {
+    TempDir directory;
+    Environment named("ORVEX_REGISTRY", directory.write("r.ini", Header() + "V=named").string());
+    EXPECT_EQ(RegistryKey::Open(key_name)->Text("V", 100), "named");
+}
+
+// The file lies beside a copy of this program, which runs the same test again.
+TEST(Registry, FileBesideTheLibraryIsUsedWhenTheNamedOneIsMissing) {
+    if (std::getenv("ORVEX_TEST_BESIDE")) {
+        ASSERT_TRUE(RegistryKey::Open(key_name));
+        EXPECT_EQ(RegistryKey::Open(key_name)->Text("V", 100), "beside");
+        return;
+    }
+    if (std::filesystem::exists("/etc/orvex/registry.ini")) GTEST_SKIP();
+    TempDir directory;
+    directory.write("orvex.ini", Header() + "V=beside\n");
+    const std::filesystem::path program = directory / "program";
+    std::filesystem::copy_file("/proc/self/exe", program);
+    Environment child("ORVEX_TEST_BESIDE", "1");
+    // A directory is no registry.
+    Environment named("ORVEX_REGISTRY", directory.path().string());
+    EXPECT_EQ(std::system(
+                  (program.string() + " --gtest_filter=Registry.FileBeside* > /dev/null").c_str()),
+              0);
+}
+
+}  // namespace

@@ -1,0 +1,73 @@
+#pragma once
+
+#include <dlfcn.h>
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <stdexcept>
+#include <string>
+
+#include "plugins/post_processing_host.h"
+#include "state/call.h"
+#include "state/camera_tables.h"
+#include "support/environment.h"
+#include "support/modules/post_processing_module.h"
+#include "support/temp_dir.h"
+
+namespace tests {
+
+// Two open cameras, and a drive on which a plug-in can be installed.
+class PostProcessing : public testing::Test {
+  protected:
+    PostProcessing() {
+        orvex_initialized = 1;
+        total_cams = 2;
+        pg_cam_info = std::make_unique<cam_info_type[]>(2);
+        pg_decode_info = std::make_unique<decode_info_type[]>(2);
+        pg_cam_cfg = std::make_unique<cam_cfg_type[]>(2);
+        pg_cam_reads = std::make_unique<cam_reads_type[]>(2);
+        pg_cam_info[0].open = 1;
+        pg_cam_info[1].open = 1;
+    }
+    ~PostProcessing() override {
+        bv_pop_unloadlibrary();
+        if (module_) dlclose(module_);
+        orvex_initialized = 0;
+        total_cams = 0;
+        pg_cam_reads.reset();
+        pg_cam_cfg.reset();
+        pg_decode_info.reset();
+        pg_cam_info.reset();
+    }
+
+    // Installs a module where the plug-in belongs; its state can be changed before it is loaded.
+    post_processing_module::State& Install(const char* module) {
+        const std::string place = "Program Files/Brelvane/Kelmo64";
+        std::filesystem::create_directories(drive_ / place);
+        const auto file = drive_.link_module(module, place + "/BV_PoP.so");
+        module_ = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
+        if (!module_) throw std::runtime_error(dlerror());
+        const auto get = reinterpret_cast<post_processing_module::module_state*>(
+            dlsym(module_, "module_state_of_test"));
+        return *get();
+    }
+
+    post_processing_module::State& Load(const char* module = "post_processing_full") {
+        auto& state = Install(module);
+        EXPECT_EQ(bv_pop_loadlibrary(), 1);
+        return state;
+    }
+
+    static cam_cfg_type& cfg(int16 hcam = 0) { return pg_cam_cfg[static_cast<size_t>(hcam)]; }
+
+    static int16 TakeError() {
+        const int16 code = bv::ApiGlobal::GetErrorCode();
+        bv::ApiGlobal::ClearErrorCode(EXT_OPEN_EXCLUSIVE);
+        return code;
+    }
+
+    support::TempDir drive_;
+    support::Environment system_drive_{"SystemDrive", drive_.path().string()};
+    void* module_ = nullptr;
+};
+
+}  // namespace tests

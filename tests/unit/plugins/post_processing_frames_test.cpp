@@ -1,0 +1,164 @@
+#include <array>
+#include <gmock/gmock.h>
+#include <vector>
+
+#include "unit/log/collected_log.h"
+#include "unit/plugins/installed_post_processing.h"
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+class PostProcessingFrames : public tests::PostProcessing {
+  protected:
+    // A ring of three frames of two pixels, with the private one in its place.
+    void SetUpRing() {
+        void* buffer = ring_.data();
+        ASSERT_EQ(bv_pop_setup_alt_buffer(0, &buffer, 3, 4), 1);
+        private_ring_ = static_cast<uns16*>(buffer);
+        pg_cam_info[0].buf_mode = CIRC_OVERWRITE;
+    }
+
+    // The slot that a frame number gets, or -1 for a number that is not new.
+    int Retrieve(uns32 frame_nr) {
+        void* frame = nullptr;
+        const boolean16 is_new = bv_pop_retrieve_user_buffer(0, &frame, frame_nr);
+        last_slot_ = static_cast<int>((static_cast<uns16*>(frame) - ring_.data()) / 2);
+        return is_new ? last_slot_ : -1;
+    }
+
+    std::array<uns16, 6> ring_{};
+    uns16* private_ring_ = nullptr;
+    int last_slot_ = -1;
+};
+
+TEST_F(PostProcessingFrames, PrivateRingTakesThePlaceOfTheApplications) {
+    Load();
+    cfg().last_frame_nr = 9;
+    SetUpRing();
+    EXPECT_NE(private_ring_, ring_.data());
+    EXPECT_EQ(reinterpret_cast<uns8*>(private_ring_), cfg().alt_buffer.get());
+    EXPECT_EQ(private_ring_[5], 0);
+    EXPECT_EQ(cfg().user_buffer, reinterpret_cast<uns8*>(ring_.data()));
+    EXPECT_EQ(cfg().alt_frame_bytes, 4u);
+    EXPECT_EQ(cfg().alt_frame_count, 3u);
+    EXPECT_EQ(cfg().last_frame_nr, 0u);
+
+    EXPECT_EQ(bv_pop_clear_alt_buffer(0, ring_.data()), 1);
+    EXPECT_EQ(cfg().alt_buffer, nullptr);
+    EXPECT_EQ(cfg().user_buffer, reinterpret_cast<uns8*>(ring_.data()));
+    EXPECT_EQ(cfg().alt_frame_bytes, 0u);
+    EXPECT_EQ(cfg().alt_frame_count, 0u);
+}
+
+TEST_F(PostProcessingFrames, PrivateRingNeedsAModule) {
+    tests::Trace trace;
+    void* buffer = ring_.data();
+    EXPECT_EQ(bv_pop_setup_alt_buffer(0, &buffer, 3, 4), 0);
+    EXPECT_EQ(buffer, ring_.data());
+    EXPECT_FALSE(bv::ApiGlobal::IsErrorCodeSet());
+    EXPECT_THAT(trace.Lines(),
+                testing::Contains("E   bv_pop_setup_alt_buffer: KELMO module not available"));
+}
+
+TEST_F(PostProcessingFrames, UnloadingFreesPrivateRings) {
+    Load();
+    SetUpRing();
+    bv_pop_unloadlibrary();
+    EXPECT_EQ(cfg().alt_buffer, nullptr);
+    EXPECT_EQ(cfg().user_buffer, nullptr);
+}
+
+TEST_F(PostProcessingFrames, ApplicationsRingRunsOnItsOwnCount) {
+    Load();
+    SetUpRing();
+    EXPECT_EQ(Retrieve(1), 1);
+    EXPECT_EQ(Retrieve(2), 2);
+    EXPECT_EQ(Retrieve(2), -1);
+    EXPECT_EQ(last_slot_, 2);
+    EXPECT_EQ(Retrieve(3), 0);
+    EXPECT_EQ(Retrieve(4), 1);
+    EXPECT_EQ(Retrieve(40), 2);
+    EXPECT_EQ(Retrieve(39), -1);
+    EXPECT_EQ(last_slot_, 2);
+}
+
+TEST_F(PostProcessingFrames, NoSlotWithoutARing) {
+    void* frame = nullptr;
+    EXPECT_EQ(bv_pop_retrieve_user_buffer(0, &frame, 1), 0);
+    EXPECT_EQ(TakeError(), C2_NOT_AVAILABLE);
+    EXPECT_EQ(frame, nullptr);
+}
+
+TEST_F(PostProcessingFrames, ContinuousFramesMoveFromThePrivateRing) {
+    auto& state = Load();
+    SetUpRing();
+    private_ring_[2] = 100;
+    private_ring_[3] = 200;
+    EXPECT_EQ(bv_pop_process(0, &ring_[4], &ring_[4], 4, 2, 1, 9), 1);
+    EXPECT_THAT(ring_, ElementsAre(0, 0, 0, 0, 101, 201));
+    ASSERT_EQ(state.processed.size(), 1u);
+    EXPECT_EQ(state.processed[0].input, &private_ring_[2]);
+    EXPECT_EQ(state.processed[0].ser_pixels, 2u);
+    EXPECT_EQ(state.processed[0].par_pixels, 1u);
+    EXPECT_EQ(state.processed[0].flag, 1);
+    EXPECT_EQ(state.processed[0].zero, 0);
+
+    state.refuse_process = true;
+    EXPECT_EQ(bv_pop_process(0, &ring_[4], &ring_[4], 4, 2, 1, 1), 0);
+}
+
+TEST_F(PostProcessingFrames, ContinuousRunWithoutPrivateRingStaysAsItIs) {
+    auto& state = Load();
+    pg_cam_info[0].buf_mode = CIRC_NO_OVERWRITE;
+    EXPECT_EQ(bv_pop_process(0, ring_.data(), ring_.data(), 0, 2, 1, 1), 1);
+    EXPECT_THAT(state.processed, IsEmpty());
+}
+
+TEST_F(PostProcessingFrames, SequenceFramesAreProcessedWhereTheyAre) {
+    auto& state = Load();
+    EXPECT_EQ(bv_pop_process(0, &ring_[2], &ring_[2], 4, 2, 2, 1), 1);
+    EXPECT_THAT(ring_, ElementsAre(0, 0, 1, 1, 1, 1));
+    ASSERT_EQ(state.processed.size(), 1u);
+    EXPECT_EQ(state.processed[0].input, &ring_[2]);
+    EXPECT_EQ(state.processed[0].output, &ring_[2]);
+}
+
+TEST_F(PostProcessingFrames, ProcessingNeedsModuleAndFrames) {
+    EXPECT_EQ(bv_pop_process(0, ring_.data(), ring_.data(), 0, 2, 1, 1), 0);
+    EXPECT_EQ(TakeError(), C2_NOT_AVAILABLE);
+    Load();
+    EXPECT_EQ(bv_pop_process(0, nullptr, ring_.data(), 0, 2, 1, 1), 0);
+    EXPECT_EQ(TakeError(), C2_NOT_AVAILABLE);
+    EXPECT_EQ(bv_pop_process(0, ring_.data(), nullptr, 0, 2, 1, 1), 0);
+    EXPECT_EQ(TakeError(), C2_NOT_AVAILABLE);
+}
+
+TEST_F(PostProcessingFrames, FirstParameterSwitchesItOn) {
+    auto& state = Load();
+    auto& parameter = state.modules[0].parameters[0];
+    EXPECT_EQ(bv_pop_get_module_enabled_status(0), 1);
+    parameter.current = 0.0;
+    EXPECT_EQ(bv_pop_get_module_enabled_status(0), 0);
+    parameter.current = 0.25;
+    EXPECT_EQ(bv_pop_get_module_enabled_status(0), 1);
+    for (const char* name : {"Enabled", "ENABLED2", "ENABLE", ""}) {
+        parameter.name = name;
+        EXPECT_EQ(bv_pop_get_module_enabled_status(0), 0) << name;
+    }
+    EXPECT_FALSE(bv::ApiGlobal::IsErrorCodeSet());
+    state.refuse_reads = true;
+    EXPECT_EQ(bv_pop_get_module_enabled_status(0), 0);
+    EXPECT_EQ(TakeError(), C2_INDEX_OUT_OF_RANGE);
+}
+
+TEST_F(PostProcessingFrames, KelmoProcessingStartsAndStops) {
+    EXPECT_EQ(bv_pop_start_kelmo_processing(1), 1);
+    EXPECT_EQ(cfg(1).kelmo_processing, 1);
+    EXPECT_EQ(cfg(0).kelmo_processing, 0);
+    EXPECT_EQ(bv_pop_stop_kelmo_processing(1), 1);
+    EXPECT_EQ(cfg(1).kelmo_processing, 0);
+}
+
+}  // namespace

@@ -1,0 +1,123 @@
+#include "softcam/configuration.h"
+
+#include <tiffio.h>
+
+#include "module_fixture.h"
+
+namespace {
+
+using softcam::CameraOptions;
+
+TEST(Configuration, WithoutCamerasAllModelsAreThere) {
+    std::vector<CameraOptions> cameras;
+    std::string message;
+    ASSERT_TRUE(softcam::ParseConfiguration(R"({"time_scale": 0.5})", cameras, message));
+    ASSERT_EQ(cameras.size(), softcam::DefaultCameras().size());
+    EXPECT_EQ(cameras[0].name, "SoftCCD-1024");
+    EXPECT_EQ(cameras[1].name, "SoftCMOS-2048");
+    EXPECT_EQ(cameras[2].time_scale, 0.5);
+    EXPECT_FALSE(cameras[0].ideal);
+}
+
+TEST(Configuration, ACameraOverridesWhatHoldsForAll) {
+    std::vector<CameraOptions> cameras;
+    std::string message;
+    ASSERT_TRUE(softcam::ParseConfiguration(
+        R"({"noise": false, "seed": 3, "scene": {"kind": "ramp"}, // comments are fine
+            "cameras": [{"model": "cmos", "name": "A", "driver": "usb", "delivery": "callbacks",
+                         "scene": {"kind": "flat", "level": 7}, "noise": true,
+                         "faults": [{"fault": "unplug", "after": 5}]},
+                        {"model": "em", "trigger": {"manual": true}}]})",
+        cameras, message))
+        << message;
+    EXPECT_EQ(cameras[0].driver_type, uint32_t{DRIVER_TYPE_USB});
+    EXPECT_FALSE(cameras[0].kernel_driver);
+    EXPECT_FALSE(cameras[0].ideal);
+    EXPECT_EQ(cameras[0].scene.level, 7);
+    EXPECT_EQ(cameras[0].faults.at(0).after, 5u);
+    EXPECT_EQ(cameras[0].seed, 3u);
+    EXPECT_TRUE(cameras[1].ideal);
+    EXPECT_TRUE(cameras[1].kernel_driver);
+    EXPECT_TRUE(cameras[1].trigger.manual);
+    EXPECT_TRUE(cameras[1].faults.empty());
+}
+
+struct Wrong {
+    const char* text;
+    const char* message;
+};
+
+class WrongConfigurations : public testing::TestWithParam<Wrong> {};
+
+TEST_P(WrongConfigurations, SayWhatIsWrongAndWhere) {
+    std::vector<CameraOptions> cameras;
+    std::string message;
+    EXPECT_FALSE(softcam::ParseConfiguration(GetParam().text, cameras, message));
+    EXPECT_EQ(message, GetParam().message);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, WrongConfigurations,
+    testing::Values(
+        Wrong{"{", "is not valid JSON"}, Wrong{"[]", "configuration must be an object"},
+        Wrong{R"({"camera": []})", "configuration: \"camera\" is not a known setting"},
+        Wrong{R"({"cameras": 3})",
+              "configuration: \"cameras\" must be a list of at most 21 cameras"},
+        Wrong{R"({"cameras": [{}]})", "cameras[0]: \"model\" must be ccd, cmos, plain or em"},
+        Wrong{R"({"cameras": [{"model": "em"}, {"model": "em"}]})",
+              "cameras[1]: \"name\" is used twice"},
+        Wrong{R"({"cameras": [{"model": "em", "name": "12345678901234567890123456789012"}]})",
+              "cameras[0]: \"name\" must have 1 to 31 characters"},
+        Wrong{R"({"cameras": [{"model": "em", "driver": "isa"}]})",
+              "cameras[0]: \"driver\" must be pci, usb, pcie, 1394 or software"},
+        Wrong{R"({"time_scale": -1})", "configuration: \"time_scale\" must lie between 0 and 1000"},
+        Wrong{R"({"noise": 1})", "configuration: \"noise\" must be true or false"},
+        Wrong{R"({"seed": 1.5})",
+              "configuration: \"seed\" must be a whole number from 0 to 18446744073709551615"},
+        Wrong{R"({"scene": {"kind": "moon"}})",
+              "configuration.scene: \"kind\" must be chart, ramp, flat, stars, beads or file"},
+        Wrong{R"({"scene": {"kind": "file"}})",
+              "configuration.scene: \"path\" is needed for a scene from a file"},
+        Wrong{R"({"faults": [{"fault": "rain"}]})",
+              "configuration.faults: \"fault\" must name a known fault"}));
+
+class ConfiguredModule : public ModuleTest {};
+
+TEST_F(ConfiguredModule, ABadFileIsToldAndEndsTheStart) {
+    testing::internal::CaptureStderr();
+    EXPECT_FALSE(Configure("nonsense"));
+    const std::string printed = testing::internal::GetCapturedStderr();
+    EXPECT_NE(printed.find("softcam.json': is not valid JSON"), std::string::npos) << printed;
+    testing::internal::CaptureStderr();
+    setenv("ORVEX_SOFTCAM", (directory_ / "missing.json").c_str(), 1);
+    EXPECT_EQ(orvex_ddi_init(&ddi_), 0u);
+    EXPECT_NE(testing::internal::GetCapturedStderr().find("cannot read"), std::string::npos);
+}
+
+TEST_F(ConfiguredModule, APictureBecomesTheScene) {
+    const std::string path = directory_ / "scene.tif";
+    TIFF* tiff = TIFFOpen(path.c_str(), "w");
+    ASSERT_NE(tiff, nullptr);
+    TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, 2);
+    TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, 1);
+    TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, 16);
+    TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, 1);
+    TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISBLACK);
+    uint16_t line[] = {100, 4000};
+    ASSERT_EQ(TIFFWriteScanline(tiff, line, 0), 1);
+    TIFFClose(tiff);
+
+    softcam::SceneChoice choice{.kind = softcam::SceneKind::file, .path = path};
+    std::string message;
+    const auto scene = softcam::MakeScene(choice, 4, 2, 1, message);
+    ASSERT_NE(scene, nullptr) << message;
+    EXPECT_EQ(scene->At(0).pixels,
+              (std::vector<uint16_t>{100, 100, 4000, 4000, 100, 100, 4000, 4000}));
+
+    std::ofstream(directory_ / "broken.png") << "\x89PNG nothing";
+    choice.path = directory_ / "broken.png";
+    EXPECT_EQ(softcam::MakeScene(choice, 4, 2, 1, message), nullptr);
+    EXPECT_NE(message.find("cannot read image file"), std::string::npos);
+}
+
+}  // namespace

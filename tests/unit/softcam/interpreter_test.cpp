@@ -1,0 +1,189 @@
+#include <gtest/gtest.h>
+#include <random>
+#include <sstream>
+
+#include "softcam/ccl_interpreter.h"
+#include "softcam/charge_array.h"
+
+#include "driver_client.h"
+
+namespace {
+
+using client::Full;
+using softcam::ProgramEnd;
+
+// Writes down what a program does, as one word per operation.
+class Record : public softcam::ProgramEffects {
+  public:
+    bool Expose(uint16_t scale, uint16_t count, bool fast) override {
+        return Note(fast ? "fast" : "expose", scale * 1000 + count);
+    }
+    bool ClearUntilTrigger() override { return Note("clear_trig"); }
+    bool ExposeUntilTrigger() override { return Note("until_trig"); }
+    bool ExposeWhileTrigger() override { return Note("while_trig"); }
+    bool Flash(uint16_t duration) override { return Note("flash", duration); }
+    void Shutter(bool open) override { Note(open ? "open" : "close"); }
+    void ParallelDiscard(uint16_t rows) override { Note("discard", rows); }
+    void ParallelBin(uint16_t rows) override { Note("bin", rows); }
+    void ParallelClear(uint16_t rows) override { Note("pclear", rows); }
+    void Clear() override { Note("clear"); }
+    void StorageOnly(bool on) override { Note(on ? "storage" : "both"); }
+    void SerialDiscard(uint16_t pixels) override { Note("skip", pixels); }
+    void SerialBin(uint16_t factor) override { Note("sbin", factor); }
+    bool SerialConvert(uint16_t pixels) override { return Note("convert", pixels); }
+    bool EndOfFrame() override { return Note("eof"); }
+    void SelectPort(uint16_t address) override { Note("port", address); }
+    void SetPort(uint16_t state) override { Note("ttl", state); }
+    void SetDac(uint16_t thousandths) override { Note("dac", thousandths); }
+    void SetGain(uint16_t gain) override { Note("gain", gain); }
+    void ClockingMode(uint8_t operation) override { Note("mode", operation); }
+
+    std::string text;
+    int left = -1;  // timed operations until the run is stopped
+
+  private:
+    bool Note(const std::string& word, int value = -1) {
+        text += (text.empty() ? "" : " ") + word;
+        if (value >= 0) text += std::to_string(value);
+        return left < 0 || left-- > 0;
+    }
+};
+
+std::string Trace(const client::Bytes& program, ProgramEnd expected = ProgramEnd::terminated) {
+    Record record;
+    EXPECT_EQ(softcam::RunProgram(program, record, 1000), expected);
+    return record.text;
+}
+
+struct Step {
+    uint8_t operation;
+    uint16_t argument;
+    const char* effect;
+};
+
+class Operations : public testing::TestWithParam<Step> {};
+
+TEST_P(Operations, HaveTheirEffect) {
+    EXPECT_EQ(Trace(Full({{GetParam().operation, GetParam().argument}, {OP_TERMINATE}})),
+              GetParam().effect);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, Operations,
+    testing::Values(Step{OP_EXPOSE_SCALE, 7, ""}, Step{OP_EXPOSE, 3, "expose3"},
+                    Step{OP_EXPOSE_FAST, 3, "fast3"}, Step{OP_OPEN_SHUTTER, 0, "open"},
+                    Step{OP_CLOSE_SHUTTER, 0, "close"}, Step{OP_PARALLEL_DIS, 260, "discard260"},
+                    Step{OP_PARALLEL_BIN, 2, "bin2"}, Step{OP_PARALLEL_CLEAR, 9, "pclear9"},
+                    Step{OP_CLAMPED_DISCARD, 4, "skip4"}, Step{OP_SERIAL_DISCARD, 5, "skip5"},
+                    Step{OP_SET_SERIAL_BIN, 2, "sbin2"}, Step{OP_SERIAL_CONVERT, 6, "convert6"},
+                    Step{OP_CLEAR_UNTIL_TRIG, 0, "clear_trig"},
+                    Step{OP_EXPOSE_UNTIL_TRIG, 0, "until_trig"},
+                    Step{OP_EXPOSE_WHILE_TRIG, 0, "while_trig"}, Step{OP_EOF, 0, "eof"},
+                    Step{OP_CLEAR, 0, "clear"}, Step{OP_SET_GAIN, 2, "gain2"},
+                    Step{OP_IMAGE_AND_STORAGE, 0, "both"}, Step{OP_STORAGE_ONLY, 0, "storage"},
+                    Step{OP_FLASH, 8, "flash8"}, Step{OP_PORT_SELECT, 1, "port1"},
+                    Step{OP_SET_DAC, 1500, "dac1500"}, Step{OP_SET_PORT_TTL, 1, "ttl1"},
+                    Step{OP_PREAMP_OFF, 0, "mode21"}));
+
+TEST(Interpreter, LoopsNestAndRunTheirTurns) {
+    EXPECT_EQ(Trace(Full({{OP_DO_LOOP, 2},
+                          {OP_PARALLEL_BIN, 1},
+                          {OP_DO_LOOP, 3},
+                          {OP_SERIAL_CONVERT, 4},
+                          {OP_END_DO},
+                          {OP_END_DO},
+                          {OP_TERMINATE}})),
+              "bin1 convert4 convert4 convert4 bin1 convert4 convert4 convert4");
+}
+
+TEST(Interpreter, TheScaleHoldsUntilTheNextOne) {
+    EXPECT_EQ(Trace(Full({{OP_EXPOSE_SCALE, 2},
+                          {OP_EXPOSE, 1},
+                          {OP_EXPOSE_FAST, 5},
+                          {OP_EXPOSE_SCALE, 3},
+                          {OP_EXPOSE, 1},
+                          {OP_TERMINATE}})),
+              "expose2001 fast2005 expose3001");
+}
+
+TEST(Interpreter, EndsWithAReason) {
+    EXPECT_EQ(Trace({}, ProgramEnd::truncated), "");
+    EXPECT_EQ(Trace({0, 0}, ProgramEnd::truncated), "");
+    EXPECT_EQ(Trace(Full({{OP_CLEAR}}), ProgramEnd::truncated), "clear");
+    EXPECT_EQ(Trace({0, 0, 37}, ProgramEnd::bad_operation), "");
+    EXPECT_EQ(Trace(Full({{OP_END_DO}}), ProgramEnd::unbalanced_loop), "");
+    EXPECT_EQ(Trace(Full({{OP_DO_LOOP, 1}, {OP_TERMINATE}}), ProgramEnd::unbalanced_loop), "");
+    EXPECT_EQ(Trace(Full({{OP_DO_LOOP, 65535}, {OP_PREAMP_ON}, {OP_END_DO}, {OP_TERMINATE}}),
+                    ProgramEnd::budget_spent)
+                  .size(),
+              499 * 7u + 6u);
+}
+
+// A program without end is good as long as it makes frames.
+TEST(Interpreter, EachFrameRenewsTheBudget) {
+    Record record;
+    record.left = 5000;
+    EXPECT_EQ(softcam::RunProgram(
+                  Full({{OP_DO_LOOP, 65535}, {OP_EOF}, {OP_END_DO}, {OP_TERMINATE}}), record, 10),
+              ProgramEnd::stopped);
+}
+
+TEST(Interpreter, NeverLeavesTheProgram) {
+    std::mt19937 random(3);
+    for (int round = 0; round < 5000; ++round) {
+        client::Bytes program(random() % 90);
+        for (uint8_t& byte : program) byte = static_cast<uint8_t>(random() % 40);
+        Record record;
+        const ProgramEnd end = softcam::RunProgram(program, record, 500);
+        const bool sound = softcam::CheckProgram(program) == ProgramEnd::terminated;
+        EXPECT_TRUE(!sound || end == ProgramEnd::terminated || end == ProgramEnd::budget_spent);
+    }
+}
+
+// A sensor that counts its storage among its rows: the half away from the register sees light.
+TEST(ChargeArray, HalfOfTheRowsAreStorageWhenThePreMaskIsSmall) {
+    const softcam::Geometry geometry{.columns = 2, .rows = 7, .premask = 1, .postmask = 1};
+    const softcam::SensorLayout layout = softcam::LayoutOf(geometry, true);
+    EXPECT_EQ(layout.lit_rows, 3u);
+    softcam::ChargeArray charge(layout);
+    charge.Illuminate([](uint32_t row, std::span<uint32_t> pixels) { pixels[0] = row + 1; });
+    charge.Shift(4);
+    charge.StorageOnly(true);
+    charge.DiscardSerial(4);
+    charge.Shift(1);
+    charge.DiscardSerial(4);
+    for (uint32_t row = 1; row <= 3; ++row) {
+        charge.Shift(1);
+        EXPECT_EQ(charge.ShiftSerial(), row);
+        EXPECT_EQ(charge.ShiftSerial(), 0u);
+    }
+}
+
+TEST(ChargeArray, DiscardedRowsReachTheRegisterAndDrainedOnesDoNot) {
+    const softcam::Geometry geometry{.columns = 1, .rows = 4};
+    softcam::ChargeArray charge(softcam::LayoutOf(geometry, false));
+    charge.Illuminate([](uint32_t row, std::span<uint32_t> pixels) { pixels[0] = row + 1; });
+    charge.Drain(1);
+    charge.Shift(2);
+    EXPECT_EQ(charge.ShiftSerial(), 2u + 3u);
+    charge.Shift(65535);
+    EXPECT_EQ(charge.ShiftSerial(), 4u);
+}
+
+// Pixels that are left in the register stand one place further on when the next row comes.
+TEST(ChargeArray, TheRegisterMovesPastTheColumns) {
+    const softcam::Geometry geometry{
+        .columns = 3, .rows = 2, .premask = 0, .postmask = 0, .prescan = 1, .postscan = 1};
+    softcam::ChargeArray charge(softcam::LayoutOf(geometry, false));
+    charge.Illuminate([](uint32_t row, std::span<uint32_t> pixels) {
+        for (uint32_t i = 0; i < 3; ++i) pixels[i] = (row + 1) * (i == 0 ? 1 : i == 1 ? 10 : 100);
+    });
+    charge.Shift(1);
+    EXPECT_EQ(charge.ShiftSerial(), 0u);
+    EXPECT_EQ(charge.ShiftSerial(), 1u);
+    charge.Shift(1);
+    const std::array<uint32_t, 5> expected = {10, 102, 20, 200, 0};
+    for (const uint32_t value : expected) EXPECT_EQ(charge.ShiftSerial(), value);
+}
+
+}  // namespace

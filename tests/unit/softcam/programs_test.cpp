@@ -1,0 +1,261 @@
+// Hand-written programs against the scene they must show.
+
+#include "orvex/orvex_types.h"
+
+#include "module_fixture.h"
+
+namespace {
+
+using client::Bytes;
+using client::Full;
+using client::Pixels;
+using client::Simplified;
+
+// The ramp scene, written down again.
+uint32_t Ramp(uint32_t x, uint32_t y) {
+    return (3 * x + 5 * y + 7 * (x / 16) * (y / 16)) % 4096;
+}
+
+std::vector<uint16_t> Expected(const rgn_type& region) {
+    std::vector<uint16_t> pixels;
+    for (uint32_t row = 0; row < (region.p2 - region.p1 + 1u) / region.pbin; ++row) {
+        for (uint32_t column = 0; column < (region.s2 - region.s1 + 1u) / region.sbin; ++column) {
+            uint32_t sum = 0;
+            for (uint32_t y = 0; y < region.pbin; ++y)
+                for (uint32_t x = 0; x < region.sbin; ++x)
+                    sum += Ramp(region.s1 + column * region.sbin + x,
+                                region.p1 + row * region.pbin + y);
+            pixels.push_back(static_cast<uint16_t>(std::min<uint32_t>(sum, 0xFFFF)));
+        }
+    }
+    return pixels;
+}
+
+uint32_t FrameBytes(const rgn_type& region) {
+    return static_cast<uint32_t>(Expected(region).size() * 2);
+}
+
+const char* const ideal =
+    R"({"noise": false, "time_scale": 0, "scene": {"kind": "ramp"},
+        "cameras": [{"model": "ccd"}, {"model": "cmos"}, {"model": "plain"}, {"model": "em"}]})";
+
+class Programs : public ModuleTest {
+  protected:
+    void SetUp() override {
+        ModuleTest::SetUp();
+        ASSERT_TRUE(Configure(ideal));
+    }
+};
+
+// 16 prescan, 1024 columns and 8 postscan pixels make a line of the CCD; its pre-mask has 1032
+// rows. Two shifts of a whole line empty the register.
+constexpr uint16_t ccd_line = 16 + 1024 + 8;
+
+TEST_F(Programs, FrameTransferBringsImageRowZeroToTheRegister) {
+    const rgn_type region{.s1 = 100, .s2 = 299, .sbin = 1, .p1 = 0, .p2 = 49, .pbin = 1};
+    const Bytes frame = Camera(0).RunProgram(CLASS_CCL_SCRIPT,
+                                             Full({{OP_SET_SERIAL_BIN, 1},
+                                                   {OP_EXPOSE_SCALE, 10},
+                                                   {OP_IMAGE_AND_STORAGE},
+                                                   {OP_PARALLEL_CLEAR, 2060},
+                                                   {OP_OPEN_SHUTTER},
+                                                   {OP_EXPOSE, 1},
+                                                   {OP_CLOSE_SHUTTER},
+                                                   {OP_PARALLEL_DIS, 1032},
+                                                   {OP_STORAGE_ONLY},
+                                                   {OP_SERIAL_DISCARD, 2 * ccd_line},
+                                                   {OP_DO_LOOP, 50},
+                                                   {OP_PARALLEL_BIN, 1},
+                                                   {OP_CLAMPED_DISCARD, 16},
+                                                   {OP_SERIAL_DISCARD, 100},
+                                                   {OP_SERIAL_CONVERT, 200},
+                                                   {OP_SERIAL_DISCARD, 8 + 1024 - 300},
+                                                   {OP_END_DO},
+                                                   {OP_EOF},
+                                                   {OP_PARALLEL_DIS, 978},
+                                                   {OP_IMAGE_AND_STORAGE},
+                                                   {OP_TERMINATE}}),
+                                             FrameBytes(region));
+    EXPECT_EQ(Pixels(frame), Expected(region));
+}
+
+TEST_F(Programs, RowsBehindThePreMaskAreReadInPlaceWithoutFrameTransfer) {
+    const rgn_type region{.s1 = 0, .s2 = 1023, .sbin = 2, .p1 = 600, .p2 = 609, .pbin = 5};
+    const Bytes frame = Camera(0).RunProgram(CLASS_CCL_SCRIPT,
+                                             Full({{OP_SET_SERIAL_BIN, 2},
+                                                   {OP_EXPOSE_SCALE, 10},
+                                                   {OP_OPEN_SHUTTER},
+                                                   {OP_EXPOSE, 1},
+                                                   {OP_CLOSE_SHUTTER},
+                                                   {OP_PARALLEL_DIS, 1632},
+                                                   {OP_SERIAL_DISCARD, 2 * ccd_line},
+                                                   {OP_DO_LOOP, 2},
+                                                   {OP_PARALLEL_BIN, 5},
+                                                   {OP_CLAMPED_DISCARD, 16},
+                                                   {OP_SERIAL_CONVERT, 512},
+                                                   {OP_SERIAL_DISCARD, 8},
+                                                   {OP_END_DO},
+                                                   {OP_EOF},
+                                                   {OP_TERMINATE}}),
+                                             FrameBytes(region));
+    EXPECT_EQ(Pixels(frame), Expected(region));
+}
+
+TEST_F(Programs, AClosedShutterKeepsTheFrameDark) {
+    const Bytes frame = Camera(2).RunProgram(CLASS_CCL_SCRIPT,
+                                             Full({{OP_CLOSE_SHUTTER},
+                                                   {OP_EXPOSE_SCALE, 10},
+                                                   {OP_EXPOSE, 1},
+                                                   {OP_PARALLEL_DIS, 6},
+                                                   {OP_SERIAL_DISCARD, 1052},
+                                                   {OP_PARALLEL_BIN, 1},
+                                                   {OP_CLAMPED_DISCARD, 10},
+                                                   {OP_SET_SERIAL_BIN, 1},
+                                                   {OP_SERIAL_CONVERT, 512},
+                                                   {OP_EOF},
+                                                   {OP_TERMINATE}}),
+                                             1024);
+    EXPECT_EQ(Pixels(frame), std::vector<uint16_t>(512, 0));
+}
+
+// What is not cleared, flushed or read stays and adds up: programs that forget it show it.
+TEST_F(Programs, ChargeLeftBehindAddsToTheNextFrame) {
+    const Bytes frame = Camera(2).RunProgram(CLASS_CCL_SCRIPT,
+                                             Full({{OP_OPEN_SHUTTER},
+                                                   {OP_EXPOSE_SCALE, 1},
+                                                   {OP_EXPOSE, 1},
+                                                   {OP_EXPOSE, 1},
+                                                   {OP_PARALLEL_DIS, 6},
+                                                   {OP_SERIAL_DISCARD, 1052},
+                                                   {OP_SET_SERIAL_BIN, 1},
+                                                   {OP_PARALLEL_BIN, 1},
+                                                   {OP_PARALLEL_BIN, 1},
+                                                   {OP_SERIAL_DISCARD, 10},
+                                                   {OP_SERIAL_CONVERT, 4},
+                                                   {OP_EOF},
+                                                   {OP_TERMINATE}}),
+                                             8);
+    std::vector<uint16_t> expected;
+    for (uint32_t x = 0; x < 4; ++x)
+        expected.push_back(static_cast<uint16_t>(2 * (Ramp(x, 0) + Ramp(x, 1))));
+    EXPECT_EQ(Pixels(frame), expected);
+}
+
+TEST_F(Programs, ALoopDeliversEveryFrameOfASequence) {
+    client::Connection& camera = Camera(2);
+    const rgn_type region{.s1 = 0, .s2 = 9, .sbin = 1, .p1 = 0, .p2 = 0, .pbin = 1};
+    const Bytes frames = camera.RunProgram(CLASS_CCL_SCRIPT,
+                                           Full({{OP_SET_SERIAL_BIN, 1},
+                                                 {OP_EXPOSE_SCALE, 1},
+                                                 {OP_OPEN_SHUTTER},
+                                                 {OP_DO_LOOP, 3},
+                                                 {OP_CLEAR},
+                                                 {OP_EXPOSE, 1},
+                                                 {OP_PARALLEL_DIS, 6},
+                                                 {OP_SERIAL_DISCARD, 1052},
+                                                 {OP_PARALLEL_BIN, 1},
+                                                 {OP_SERIAL_DISCARD, 10},
+                                                 {OP_SERIAL_CONVERT, 10},
+                                                 {OP_EOF},
+                                                 {OP_END_DO},
+                                                 {OP_TERMINATE}}),
+                                           FrameBytes(region), 3);
+    for (size_t i = 0; i < 3; ++i)
+        EXPECT_EQ(Pixels(std::span(frames).subspan(i * 20, 20)), Expected(region));
+    EXPECT_EQ(camera.Console("frames"), "3");
+    EXPECT_EQ(camera.Console("program"), "terminated");
+}
+
+std::vector<client::Setting> SettingsOf(uint32_t frames, const std::vector<rgn_type>& regions) {
+    std::vector<client::Setting> settings = {
+        {OP_FRAME_COUNT, frames},  {OP_MODE, CIRC_NONE},
+        {OP_EXPOSE_RESOLUTION, 0}, {OP_SUB_ROI_COUNT, static_cast<uint32_t>(regions.size())},
+        {OP_EXPOSURETIME, 10},     {OP_EXPOSUREMODE, EXT_TRIG_INTERNAL},
+        {OP_SENSOR_CLEAR_MODE, 1}, {OP_SENSOR_CLEAR_COUNT, 2}};
+    for (const rgn_type& region : regions) {
+        settings.insert(settings.end(), {{OP_BIN_X, region.sbin},
+                                         {OP_BIN_Y, region.pbin},
+                                         {OP_IMGCOORD_TOPL_X, region.s1},
+                                         {OP_IMGCOORD_TOPL_Y, region.p1},
+                                         {OP_IMGCOORD_BOTR_X, region.s2},
+                                         {OP_IMGCOORD_BOTR_Y, region.p2}});
+    }
+    return settings;
+}
+
+class SimplifiedRegions : public Programs, public testing::WithParamInterface<rgn_type> {};
+
+TEST_P(SimplifiedRegions, ShowTheCropAndBinOfTheScene) {
+    const Bytes frame = Camera(1).RunProgram(
+        CLASS_SIMPLIFIED_CCL, Simplified(SettingsOf(1, {GetParam()})), FrameBytes(GetParam()));
+    EXPECT_EQ(Pixels(frame), Expected(GetParam()));
+}
+
+INSTANTIATE_TEST_SUITE_P(Shapes, SimplifiedRegions,
+                         testing::Values(rgn_type{0, 2047, 1, 0, 2047, 1},
+                                         rgn_type{3, 100, 2, 7, 200, 3},
+                                         rgn_type{2047, 2047, 1, 2047, 2047, 1},
+                                         rgn_type{0, 2047, 8, 0, 2047, 8},
+                                         rgn_type{5, 11, 4, 5, 11, 4}));
+
+TEST_F(Programs, ExposureOfZeroCollectsNothing) {
+    const rgn_type region{.s1 = 0, .s2 = 63, .sbin = 1, .p1 = 0, .p2 = 63, .pbin = 1};
+    auto settings = SettingsOf(1, {region});
+    settings[4].value = 0;
+    const Bytes frame =
+        Camera(1).RunProgram(CLASS_SIMPLIFIED_CCL, Simplified(settings), FrameBytes(region));
+    EXPECT_EQ(Pixels(frame), std::vector<uint16_t>(64 * 64, 0));
+}
+
+// The bytes of a frame with metadata, at the places where hosts look.
+TEST_F(Programs, SeveralRegionsComeWrappedInMetadata) {
+    client::Connection& camera = Camera(1);
+    ASSERT_TRUE(camera.Tell(SET_METADATA_ENABLED, 1, 2));
+    const std::vector<rgn_type> regions = {{10, 29, 1, 20, 39, 1}, {100, 139, 2, 200, 219, 2}};
+    constexpr size_t extension = 16;
+    size_t size = 48;
+    for (const rgn_type& region : regions) size += 32 + extension + FrameBytes(region);
+    const Bytes frame = camera.RunProgram(CLASS_SIMPLIFIED_CCL, Simplified(SettingsOf(2, regions)),
+                                          static_cast<uint32_t>(size), 2);
+    ASSERT_EQ(frame.size(), 2 * size);
+    for (size_t number = 1; number <= 2; ++number) {
+        const uint8_t* at = frame.data() + (number - 1) * size;
+        EXPECT_EQ(client::Little(at, 4), 0x005A4E4Cu);
+        EXPECT_EQ(client::Little(at + 5, 4), number);
+        EXPECT_EQ(client::Little(at + 9, 2), regions.size());
+        EXPECT_EQ(client::Little(at + 27, 8), 10'000'000u);
+        at += 48;
+        for (const rgn_type& region : regions) {
+            EXPECT_EQ(std::memcmp(at + 10, &region, sizeof(region)), 0);
+            EXPECT_EQ(at[22], 0);
+            EXPECT_EQ(client::Little(at + 23, 2), extension);
+            EXPECT_EQ(at[32], 255);
+            at += 32 + extension;
+            EXPECT_EQ(Pixels({at, FrameBytes(region)}), Expected(region));
+            at += FrameBytes(region);
+        }
+    }
+}
+
+TEST_F(Programs, BadProgramsAreRefused) {
+    client::Connection& full = Camera(2);
+    EXPECT_FALSE(full.Send(CLASS_CCL_SCRIPT, {}, 50));
+    EXPECT_FALSE(full.Send(CLASS_CCL_SCRIPT, {0, 0}, 50));
+    EXPECT_FALSE(full.Send(CLASS_CCL_SCRIPT, Full({{37}, {OP_TERMINATE}}), 50));
+    EXPECT_FALSE(full.Send(CLASS_CCL_SCRIPT, Full({{OP_DO_LOOP, 2}, {OP_TERMINATE}}), 50));
+    EXPECT_FALSE(full.Send(CLASS_CCL_SCRIPT, Full({{OP_END_DO}, {OP_TERMINATE}}), 50));
+    EXPECT_FALSE(full.Send(CLASS_SIMPLIFIED_CCL, Simplified({{OP_FRAME_COUNT, 1}}), 50));
+    EXPECT_FALSE(full.Send(CLASS_HOST_COMMANDS, {EXECUTE_CCL}, 50));
+
+    client::Connection& simple = Camera(1);
+    const rgn_type outside{0, 2048, 1, 0, 0, 1};
+    const rgn_type reversed{5, 4, 1, 0, 0, 1};
+    const rgn_type unbinned{0, 9, 0, 0, 0, 1};
+    for (const rgn_type& region : {outside, reversed, unbinned})
+        EXPECT_FALSE(simple.Send(CLASS_SIMPLIFIED_CCL, Simplified(SettingsOf(1, {region})), 50));
+    auto miscounted = SettingsOf(1, {{0, 9, 1, 0, 9, 1}});
+    miscounted[3].value = 2;
+    EXPECT_FALSE(simple.Send(CLASS_SIMPLIFIED_CCL, Simplified(miscounted), 50));
+}
+
+}  // namespace

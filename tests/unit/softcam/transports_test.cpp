@@ -1,0 +1,192 @@
+// The ways in which a buffer is handed over and events come back, each through a whole run.
+
+#include <atomic>
+
+#include "orvex/orvex_types.h"
+
+#include "module_fixture.h"
+
+namespace {
+
+using client::Bytes;
+using client::Simplified;
+
+constexpr uint32_t frame_bytes = 64 * 64 * 2;
+
+Bytes Program(uint32_t frames, uint32_t buffer_mode) {
+    return Simplified({{OP_FRAME_COUNT, frames},
+                       {OP_MODE, buffer_mode},
+                       {OP_SUB_ROI_COUNT, 1},
+                       {OP_EXPOSURETIME, 1},
+                       {OP_BIN_X, 1},
+                       {OP_BIN_Y, 1},
+                       {OP_IMGCOORD_TOPL_X, 0},
+                       {OP_IMGCOORD_TOPL_Y, 0},
+                       {OP_IMGCOORD_BOTR_X, 63},
+                       {OP_IMGCOORD_BOTR_Y, 63}});
+}
+
+std::string One(const std::string& settings) {
+    return R"({"noise": false, "time_scale": 0, "stamp": true, "cameras": [{"model": "cmos", )" +
+           settings + "}]}";
+}
+
+// Frame `number` carries its number at both ends; a torn frame carries two.
+uint64_t NumberOf(std::span<const uint8_t> frame) {
+    const uint64_t front = client::Little(frame.data(), 4);
+    const uint64_t back = client::Little(frame.data() + frame.size() - 4, 4);
+    return front == back ? front : 0;
+}
+
+class Transports : public ModuleTest {
+  protected:
+    void ExpectFrames(const Bytes& buffer, uint32_t count) {
+        for (uint32_t i = 0; i < count; ++i)
+            EXPECT_EQ(NumberOf(std::span(buffer).subspan(i * frame_bytes, frame_bytes)), i + 1);
+    }
+};
+
+class ReceiveImageData : public Transports, public testing::WithParamInterface<const char*> {};
+
+TEST_P(ReceiveImageData, FillsTheBuffer) {
+    ASSERT_TRUE(Configure(One(std::string(R"("driver": ")") + GetParam() + '"')));
+    ExpectFrames(Camera().RunProgram(CLASS_SIMPLIFIED_CCL, Program(5, CIRC_NONE), frame_bytes, 5),
+                 5);
+}
+
+INSTANTIATE_TEST_SUITE_P(Types, ReceiveImageData, testing::Values("usb", "pcie", "software"));
+
+TEST_F(Transports, PciPiecesAreOneBuffer) {
+    ASSERT_TRUE(Configure(One(R"("driver": "pci")")));
+    client::Connection& camera = Camera();
+    constexpr uint32_t total = 4 * frame_bytes;
+    Bytes buffer(total);
+    const uint32_t first = frame_bytes + 100;
+    ASSERT_TRUE(camera.Send(CLASS_SIMPLIFIED_CCL, Program(4, CIRC_NONE)));
+    ASSERT_TRUE(camera.Control(DV_SET_IMAGE_DATA_ACTIVE, &total, 4, buffer.data(), first));
+    ASSERT_TRUE(camera.Control(DV_ADD_TO_TABLE, nullptr, 0, &buffer[first], total - first));
+    const dv_image_parameters parameters{
+        .frame_bytes = frame_bytes, .total_bytes = total, .circular = 0, .reserved = 3};
+    ASSERT_TRUE(camera.Control(DV_FIX_TABLE, &parameters, sizeof(parameters), nullptr, 0));
+    ASSERT_TRUE(camera.Execute());
+    ASSERT_TRUE(camera.WaitComplete());
+    ExpectFrames(buffer, 4);
+    // The same in one piece, which comes without parameters.
+    std::fill(buffer.begin(), buffer.end(), uint8_t{0});
+    ASSERT_TRUE(camera.Control(DV_SET_IMAGE_DATA_ACTIVE, &total, 4, buffer.data(), total));
+    ASSERT_TRUE(camera.Execute());
+    ASSERT_TRUE(camera.WaitComplete());
+    ExpectFrames(buffer, 4);
+}
+
+TEST_F(Transports, FireWireAnnouncesTheFrameFirst) {
+    ASSERT_TRUE(Configure(One(R"("driver": "1394")")));
+    client::Connection& camera = Camera();
+    ASSERT_TRUE(camera.Send(CLASS_SIMPLIFIED_CCL, Program(2, CIRC_NONE)));
+    // A second run with a buffer of another size follows on a completed one.
+    for (const uint32_t frames : {2u, 2u}) {
+        const uint32_t total = frames * frame_bytes;
+        Bytes buffer(total);
+        const dv_image_parameters parameters{
+            .frame_bytes = frame_bytes, .total_bytes = total, .circular = 0, .reserved = 0};
+        ASSERT_TRUE(
+            camera.Control(DV_SEND_IMAGE_PARMS, &parameters, sizeof(parameters), nullptr, 0));
+        ASSERT_TRUE(camera.Control(DV_SET_IMAGE_DATA_ACTIVE_LARGE_BUF, &total, 4, buffer.data(),
+                                   buffer.size()));
+        ASSERT_TRUE(camera.Control(DV_FIX_TABLE, &parameters, sizeof(parameters), nullptr, 0));
+        ASSERT_TRUE(camera.Execute());
+        ASSERT_TRUE(camera.WaitComplete());
+        ExpectFrames(buffer, frames);
+    }
+}
+
+TEST_F(Transports, AContinuousRunReportsEveryFrameUntilItIsIdle) {
+    ASSERT_TRUE(Configure(One(R"("driver": "pcie")")));
+    client::Connection& camera = Camera();
+    ASSERT_TRUE(camera.OpenFile());
+    for (uint64_t id = 1; id <= 100; ++id) ASSERT_TRUE(camera.Submit(id, 0x8000003B));
+    dv_file_completion completion{};
+    // The flush sees all requests, so that the first frames find them there.
+    ASSERT_TRUE(camera.Control(DV_EVENT_NOTIFICATION_FLUSH, nullptr, 0, nullptr, 0));
+    ASSERT_TRUE(camera.Take(completion));
+    Bytes ring(8 * frame_bytes);
+    ASSERT_TRUE(camera.Send(CLASS_SIMPLIFIED_CCL, Program(1, CIRC_OVERWRITE)));
+    ASSERT_TRUE(camera.Receive(ring, frame_bytes, true));
+    ASSERT_TRUE(camera.Execute());
+    for (uint32_t number = 1; number <= 99; ++number) {
+        ASSERT_TRUE(camera.Take(completion));
+        EXPECT_EQ(completion.out.flags, NOTIFICATION_EOF);
+        EXPECT_EQ(completion.out.frame_number_eof, number);
+        EXPECT_GE(completion.out.time_stamp_eof, completion.out.time_stamp_bof);
+    }
+    ASSERT_TRUE(camera.Idle());
+    EXPECT_EQ(camera.Status().status, uint32_t{DRIVER_STATUS_INACTIVE});
+    ASSERT_TRUE(camera.Tell(STOP_CCS, HC_CCS_NONE, 2));
+    // Whatever was written lies whole in its slot, and nothing comes behind.
+    const uint64_t written = std::stoull(camera.Console("frames"));
+    EXPECT_GE(written, 99u);
+    for (uint64_t number = written - 7; number <= written; ++number) {
+        const size_t slot = (number - 1) % 8;
+        EXPECT_EQ(NumberOf(std::span(ring).subspan(slot * frame_bytes, frame_bytes)), number);
+    }
+    dv_irq_counts counts{};
+    ASSERT_TRUE(camera.Control(DV_GET_IRQCOUNT, nullptr, 0, &counts, sizeof(counts)));
+    EXPECT_GE(counts.eof, 99u);
+    ASSERT_TRUE(camera.Control(DV_CLEAR_IRQS, nullptr, 0, nullptr, 0));
+    ASSERT_TRUE(camera.Control(DV_GET_IRQCOUNT, nullptr, 0, &counts, sizeof(counts)));
+    EXPECT_EQ(counts.eof, 0u);
+}
+
+// What the library offers to modules that deliver events themselves.
+struct Delivery {
+    orvex_delivery functions{};
+    std::atomic<uint32_t> latest = 0;
+    std::atomic<uint32_t> begins = 0;
+    std::atomic<uint32_t> ends = 0;
+    std::atomic<uint32_t> others = 0;
+};
+
+TEST_F(Transports, EventsAreDeliveredIntoTheLibrary) {
+    ASSERT_TRUE(Configure(One(R"("delivery": "callbacks")")));
+    Delivery delivery;
+    delivery.functions.set_latest_frame_info = [](orvex_device* device, uint32_t number, int64_t,
+                                                  int64_t) -> uint16_t {
+        static_cast<Delivery*>(device->callbacks)->latest = number;
+        return 1;
+    };
+    delivery.functions.invoke = [](orvex_device* device, uint32_t event) -> uint16_t {
+        auto& to = *static_cast<Delivery*>(device->callbacks);
+        ++(event == OX_CALLBACK_BOF ? to.begins : event == OX_CALLBACK_EOF ? to.ends : to.others);
+        return 1;
+    };
+    client::Connection& camera = Camera();
+    camera.Device()->callbacks = &delivery;
+    camera.RunProgram(CLASS_SIMPLIFIED_CCL, Program(6, CIRC_NONE), frame_bytes, 6);
+    EXPECT_TRUE(client::Eventually([&] { return delivery.ends == 6; }));
+    EXPECT_EQ(delivery.begins, 6u);
+    EXPECT_EQ(delivery.latest, 6u);
+    ASSERT_TRUE(camera.Control(DV_EVENT_NOTIFICATION_FLUSH, nullptr, 0, nullptr, 0));
+    EXPECT_EQ(orvex_event_wait(&camera.Event(5), 1000), 1);
+    EXPECT_EQ(camera.Console("unplug"), "ok");
+    EXPECT_EQ(delivery.others, 1u);
+    EXPECT_EQ(camera.Device()->state, uint32_t{DEVICE_REMOVED});
+    camera.Close();
+    camera.Device()->callbacks = nullptr;
+}
+
+TEST_F(Transports, InitAndUninitComeInAnyOrder) {
+    EXPECT_EQ(orvex_ddi_uninit(&ddi_), 1u);
+    ASSERT_TRUE(Configure(One(R"("name": "A")")));
+    const std::string path = ddi_.devices[0]->path;
+    EXPECT_LT(path.size(), 107u);
+    EXPECT_TRUE(std::filesystem::is_directory(std::filesystem::path(path).parent_path()));
+    ASSERT_TRUE(Configure(One(R"("name": "B")")));
+    EXPECT_STREQ(ddi_.devices[0]->name, "B");
+    EXPECT_FALSE(std::filesystem::exists(std::filesystem::path(path).parent_path()));
+    const std::string second = ddi_.devices[0]->path;
+    EXPECT_EQ(orvex_ddi_uninit(nullptr), 1u);
+    EXPECT_EQ(orvex_ddi_uninit(nullptr), 1u);
+    EXPECT_FALSE(std::filesystem::exists(std::filesystem::path(second).parent_path()));
+}
+
+}  // namespace

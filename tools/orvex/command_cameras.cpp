@@ -1,0 +1,104 @@
+#include <array>
+#include <cstdio>
+#include <iostream>
+#include <nlohmann/json.hpp>
+#include <utility>
+
+#include "orvex/commands.h"
+#include "orvex/parameters.h"
+
+// list and info: which cameras there are, and what one says of itself.
+namespace orvex {
+
+namespace {
+
+struct ListOptions {
+    bool names = false;
+    bool json = false;
+};
+
+void list(const ListOptions& options) {
+    const Library library;
+    const std::vector<std::string> names = library.camera_names();
+    if (options.json) {
+        std::cout << nlohmann::json(names).dump(2) << '\n';
+        return;
+    }
+    if (names.empty()) std::fputs("no cameras\n", stderr);
+    for (size_t i = 0; i < names.size(); ++i) {
+        if (!options.names) std::cout << i << "  ";
+        std::cout << names[i] << '\n';
+    }
+}
+
+struct InfoOptions {
+    std::string camera;
+    bool json = false;
+};
+
+// What 'info' shows, in this order; a camera that lacks one is passed over.
+constexpr std::pair<const char*, uns32> facts[] = {
+    {"product", PARAM_PRODUCT_NAME},
+    {"vendor", PARAM_VENDOR_NAME},
+    {"system", PARAM_SYSTEM_NAME},
+    {"part number", PARAM_CAMERA_PART_NUMBER},
+    {"serial number", PARAM_HEAD_SER_NUM_ALPHA},
+    {"sensor", PARAM_CHIP_NAME},
+    {"columns", PARAM_SER_SIZE},
+    {"rows", PARAM_PAR_SIZE},
+    {"pixel width, nm", PARAM_PIX_SER_SIZE},
+    {"pixel height, nm", PARAM_PIX_PAR_SIZE},
+    {"full well, e-", PARAM_FWELL_CAPACITY},
+    {"bits per pixel", PARAM_BIT_DEPTH},
+    {"pixel time, ns", PARAM_PIX_TIME},
+    {"readout port", PARAM_READOUT_PORT},
+    {"temperature, 0.01 C", PARAM_TEMP},
+    {"set-point, 0.01 C", PARAM_TEMP_SETPOINT},
+    {"cooling", PARAM_COOLING_MODE},
+    {"interface", PARAM_CAM_INTERFACE_TYPE},
+    {"firmware", PARAM_CAM_FW_FULL_VERSION},
+    {"systems", PARAM_CAM_SYSTEMS_INFO},
+};
+
+void info(const InfoOptions& options) {
+    const Library library;
+    const Camera camera(library, options.camera);
+    nlohmann::ordered_json out = {{"name", camera.name()}, {"library", Library::version()}};
+    for (const auto& [label, id] : facts) {
+        if (!camera.available(id)) continue;
+        const std::optional<std::string> text = value_text(camera, {label, id});
+        if (text && !text->empty()) out[label] = *text;
+    }
+    if (options.json) {
+        std::cout << out.dump(2) << '\n';
+        return;
+    }
+    for (const auto& [label, value] : out.items()) {
+        std::string text = value.get<std::string>();
+        // The systems text has a line for each unit of the camera.
+        for (size_t at = 0; (at = text.find('\n', at)) != std::string::npos; at += 23) {
+            text.replace(at, 1, "\n" + std::string(22, ' '));
+        }
+        std::printf("%-20s  %s\n", label.c_str(), text.c_str());
+    }
+}
+
+}  // namespace
+
+void add_list(CLI::App& program) {
+    auto options = std::make_shared<ListOptions>();
+    CLI::App* command = program.add_subcommand("list", "List the cameras");
+    command->add_flag("--names", options->names, "names alone, one a line");
+    command->add_flag("--json", options->json, "a JSON array of names");
+    command->callback([options] { list(*options); });
+}
+
+void add_info(CLI::App& program) {
+    auto options = std::make_shared<InfoOptions>();
+    CLI::App* command = program.add_subcommand("info", "Show what a camera is");
+    command->add_option("camera", options->camera, "name or index")->required();
+    command->add_flag("--json", options->json, "as JSON");
+    command->callback([options] { info(*options); });
+}
+
+}  // namespace orvex

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+namespace orvex {
+
+// Each adds one command to the program: its options, and what runs when it is chosen.
+void add_list(CLI::App& program);
+void add_info(CLI::App& program);
+void add_params(CLI::App& program);
+void add_get(CLI::App& program);
+void add_set(CLI::App& program);
+void add_snap(CLI::App& program);
+void add_program(CLI::App& program);
+
+}  // namespace orvex
