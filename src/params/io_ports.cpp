@@ -187,6 +187,11 @@ boolean16 ReadDirection(Call& call, int16 hcam, uns16& direction) {
     return call.fail(C2_IO_DIRECTION_INVALID, "Unknown IO port direction");
 }
 
+// A camera without ports takes no question about one, and would not answer in time.
+bool HasPorts(int16 hcam) {
+    return row<cam_reads_type>(hcam).cap_io != 0;
+}
+
 }  // namespace
 
 boolean16 IoDirection(Call& call, int16 hcam, Value& value) {
@@ -197,6 +202,10 @@ boolean16 IoDirection(Call& call, int16 hcam, Value& value) {
 }
 
 boolean16 IoDirectionAccess(Call& call, int16 hcam, Value& value) {
+    if (!HasPorts(hcam)) {
+        value = ACC_READ_ONLY;
+        return OZ_OK;
+    }
     uns16 attribute = 0;
     if (!bv_io_get_dir_attr(hcam, SelectedPort(hcam), &attribute)) return OZ_FAIL;
     switch (attribute) {
@@ -209,6 +218,10 @@ boolean16 IoDirectionAccess(Call& call, int16 hcam, Value& value) {
 // Inputs can't be driven. An output can be read only where the port's direction may change, since
 // such a port has both circuits.
 boolean16 IoStateAccess(Call& call, int16 hcam, Value& value) {
+    if (!HasPorts(hcam)) {
+        value = ACC_READ_ONLY;
+        return OZ_OK;
+    }
     uns16 attribute = 0;
     uns16 direction = 0;
     if (!bv_io_get_dir_attr(hcam, SelectedPort(hcam), &attribute)) return OZ_FAIL;

@@ -63,7 +63,7 @@ void SceneImage::WriteTiff(const std::string& path) const {
     }
 }
 
-std::vector<uns16> SceneImage::CropAndBin(const rgn_type& region) const {
+std::vector<uns16> SceneImage::CropAndBin(const rgn_type& region, uns32 exposures) const {
     const uns32 width = (region.s2 - region.s1 + 1u) / region.sbin;
     const uns32 height = (region.p2 - region.p1 + 1u) / region.pbin;
     std::vector<uns16> out;
@@ -76,7 +76,7 @@ std::vector<uns16> SceneImage::CropAndBin(const rgn_type& region) const {
                 const size_t first = row * columns_ + region.s1 + x * region.sbin;
                 for (uns32 dx = 0; dx < region.sbin; ++dx) sum += pixels_[first + dx];
             }
-            out.push_back(static_cast<uns16>(std::min<uns32>(sum, 65535)));
+            out.push_back(static_cast<uns16>(std::min<uns32>(sum * exposures, 65535)));
         }
     }
     return out;

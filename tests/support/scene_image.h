@@ -21,8 +21,9 @@ class SceneImage {
     // An uncompressed 16-bit TIFF.
     void WriteTiff(const std::string& path) const;
 
-    // The region, binned; sums end at 65535. Columns and rows that fill no pixel are left out.
-    std::vector<uns16> CropAndBin(const rgn_type& region) const;
+    // The region, binned, after so many exposures; sums end at 65535. Columns and rows that fill no
+    // pixel are left out.
+    std::vector<uns16> CropAndBin(const rgn_type& region, uns32 exposures = 1) const;
 
   private:
     uns32 columns_;

@@ -272,11 +272,11 @@ TEST_F(HostCommandMessageTest, ReplyBeyondSixteenBitsReadsAsNothing) {
 }
 
 TEST_F(HostCommandMessageTest, SetterComparesWhatIsReadBack) {
+    support::TraceCapture trace;
     bv::Call call("test");
     EXPECT_EQ(bv::SetWithReadBack(call, hcam, SET_OFFSET, GET_OFFSET, int16{-2}), 1);
     EXPECT_EQ(camera_.writes().back(), hex("3F 0008 3D FFFE 26 3C 28 0002"));
 
-    support::TraceCapture trace;
     camera_.firmware().ignore(SET_OFFSET);
     EXPECT_EQ(bv::SetWithReadBack(call, hcam, SET_OFFSET, GET_OFFSET, int16{5}), 0);
     EXPECT_TRUE(
