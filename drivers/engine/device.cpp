@@ -29,7 +29,7 @@ void CopyText(char (&target)[size], const std::string& text) {
 
 }  // namespace
 
-Device::Device(std::unique_ptr<Sensor> sensor, std::string path)
+Device::Device(std::unique_ptr<Sensor> sensor, const std::string& path)
     : sensor_(std::move(sensor)), port_(*sensor_) {
     const Description& about = sensor_->About();
     driver_.delivery = about.kernel_driver ? 1 : 0;

@@ -19,7 +19,7 @@ namespace engine {
 class Device : private HostSide {
   public:
     // `path` is where the device file will be.
-    Device(std::unique_ptr<Sensor> sensor, std::string path);
+    Device(std::unique_ptr<Sensor> sensor, const std::string& path);
     ~Device() override;
     Device(const Device&) = delete;
     Device& operator=(const Device&) = delete;

@@ -106,11 +106,13 @@ void NotificationChannel::Run() {
         const std::lock_guard hold(lock_);
         if (waits[0].revents != 0) {
             uint64_t count = 0;
+            // The counter of an event descriptor that never blocks.
+            // NOLINTNEXTLINE(clang-analyzer-unix.BlockInCriticalSection)
             if (read(wake_, &count, sizeof(count)) > 0) wake_sent_ = false;
         }
         Accept();
         if (!Receive()) ForgetPeer();
-        for (; owed_flushes_ > 0; --owed_flushes_) FlushFront();
+        SettleFlushes();
     }
 }
 
@@ -209,18 +211,20 @@ void NotificationChannel::FlushOne() {
     const std::lock_guard hold(lock_);
     // What was submitted before this call lies in the socket at least.
     if (peer_ < 0) Accept();
-    if (Receive())
-        FlushFront();
-    else
-        ++owed_flushes_;  // only the thread may change from a dead connection to the next
+    ++owed_flushes_;
+    // Only the thread may change from a dead connection to the next.
+    if (Receive()) SettleFlushes();
     if (owed_flushes_ > 0 || !outgoing_.Empty()) Wake();
 }
 
-void NotificationChannel::FlushFront() {
-    if (pending_.Empty()) return;
-    dv_notification_report report{};
-    report.flags = NOTIFICATION_FLUSH;
-    Complete(0, report);
+// Each flush gives one request back. Requests may still be on their way when it comes, more of them
+// than a socket holds; it then takes the next that arrives.
+void NotificationChannel::SettleFlushes() {
+    for (; owed_flushes_ > 0 && !pending_.Empty(); --owed_flushes_) {
+        dv_notification_report report{};
+        report.flags = NOTIFICATION_FLUSH;
+        Complete(0, report);
+    }
 }
 
 void NotificationChannel::CancelAll() {

@@ -93,7 +93,7 @@ class NotificationChannel {
     dv_notification_report Merged(const dv_notification_report& report) const;
     void CompleteKept();
     void CancelAll();
-    void FlushFront();
+    void SettleFlushes();
     int Peer();
     void ForgetPeer();
     void Wake();

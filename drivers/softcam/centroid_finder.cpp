@@ -1,6 +1,7 @@
 #include "softcam/centroid_finder.h"
 
 #include <algorithm>
+#include <cmath>
 #include <tuple>
 
 namespace softcam {
@@ -60,8 +61,8 @@ void Measure(const Image& image, uint32_t radius, uint32_t background, Spot& spo
         std::max(sum_squares / mass - center_x * center_x - center_y * center_y, 0.0);
     spot.mass = static_cast<uint32_t>(mass);
     spot.spread = static_cast<uint32_t>(spread * 256.0);
-    spot.column = static_cast<uint32_t>(center_x + 0.5);
-    spot.row = static_cast<uint32_t>(center_y + 0.5);
+    spot.column = static_cast<uint32_t>(std::lround(center_x));
+    spot.row = static_cast<uint32_t>(std::lround(center_y));
 }
 
 }  // namespace

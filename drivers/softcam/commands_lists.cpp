@@ -28,6 +28,7 @@ std::vector<uint8_t> Container(const std::vector<NamedValue>& items) {
 
 std::vector<uint8_t> PortContainer(const Model& model) {
     std::vector<NamedValue> items;
+    items.reserve(model.ports.size());
     for (size_t i = 0; i < model.ports.size(); ++i)
         items.push_back({.value = static_cast<uint16_t>(i), .name = model.ports[i].name});
     return Container(items);

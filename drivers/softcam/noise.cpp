@@ -73,7 +73,8 @@ uint32_t Noise::Poisson(float mean) {
         return (*poisson_)[static_cast<size_t>(place)][bits >> (64 - chance_bits)];
     }
     const float sample = mean + std::sqrt(mean) * (*normal_)[bits >> (64 - normal_bits)];
-    return static_cast<uint32_t>(sample + 0.5F);
+    // Far from zero and from the end of the type; a library call would cost more than the draw.
+    return static_cast<uint32_t>(sample + 0.5F);  // NOLINT(bugprone-incorrect-roundings)
 }
 
 }  // namespace softcam

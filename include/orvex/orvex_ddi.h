@@ -234,7 +234,8 @@ typedef struct orvex_driver_desc {
 
 /** How a module that delivers events itself reaches the library: orvex_device.callbacks points to
  * this while the camera is open. Both may be called from any thread of the module, and return 0
- * before the library has started delivery. */
+ * before the library has started delivery and after it has ended it: an address that was read while
+ * the camera was open stays good for that. */
 typedef struct orvex_delivery {
     /** Sets what the frame functions and the next events report. */
     uint16_t (*set_latest_frame_info)(orvex_device* device, uint32_t frame_number,

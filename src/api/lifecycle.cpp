@@ -20,6 +20,8 @@ void CloseAllCameras() {
 
 // A trace must not keep records back that tell of the end.
 void FlushLog(bv::Call& call) {
+    // Holds the log for the length of the flush.
+    // NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
     const std::shared_ptr<bv::Log> log = bv::ProcessLog();
     if (!log) return;
     const uint64_t dropped = log->Flush();

@@ -84,8 +84,8 @@ bool RefuseNull(Call& call, const Argument& argument) {
 }
 
 template <class Handle, class... Arguments>
-platform::ErrorCheckingMutex* SelectCameraMutex(const Handle& hcam, const Arguments&...) {
-    return api_select_camera_mutex(static_cast<int16>(hcam.value));
+int16 CameraOf(const Handle& hcam, const Arguments&...) {
+    return static_cast<int16>(hcam.value);
 }
 
 // Trace, lock, clearing of the error state, null checks, the operation itself, result, unlock. A
@@ -103,9 +103,14 @@ Result RunOnEntry(const char* name, const char* words, Operation operation,
     std::unique_lock<platform::ErrorCheckingMutex> locked;
     if constexpr (lock != ApiLock::none) {
         platform::ErrorCheckingMutex* mutex = &api_global_mutex;
-        if constexpr (lock == ApiLock::camera) mutex = SelectCameraMutex(arguments...);
+        if constexpr (lock == ApiLock::camera)
+            mutex = api_select_camera_mutex(CameraOf(arguments...));
         if (!mutex) return finish(Result{});
         locked = std::unique_lock(*mutex);
+        // The work counts on an open camera, and the holder before may have been its close.
+        if constexpr (lock == ApiLock::camera) {
+            if (!api_camera_still_open(CameraOf(arguments...))) return finish(Result{});
+        }
         ApiGlobal::ClearErrorCode(EXT_OPEN_EXCLUSIVE);
     }
     if ((RefuseNull(call, arguments) || ...)) return finish(Result{});

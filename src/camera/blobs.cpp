@@ -2,7 +2,8 @@
 
 #include <algorithm>
 #include <array>
-#include <vector>
+#include <memory>
+#include <new>
 
 #include "orvex/orvex_errors.h"
 #include "orvex/orvex_protocol.h"
@@ -16,6 +17,7 @@ namespace {
 constexpr uns32 blob_caps_piav = 1;  // blob_caps: the camera offers OX_BLOB_ID_PIAV
 
 // What a request adds to its arguments and chunk, with some reserve for the frame.
+constexpr uns32 size_request_bytes = 4;
 constexpr uns32 get_request_bytes = 10;
 constexpr uns32 get_request_reserve = 5;
 constexpr uns32 set_request_bytes = 19;
@@ -25,20 +27,35 @@ struct blob_request {
     std::span<const uns8> args;
 };
 
-template <class T>
-void Append(std::vector<uns8>& to, T value) {
-    to.resize(to.size() + sizeof(T));
-    bv::StoreBigEndian(&to[to.size() - sizeof(T)], value);
-}
+// The data of one command, written from the front.
+class RequestBuffer {
+  public:
+    explicit RequestBuffer(size_t bytes) : bytes_(new(std::nothrow) uns8[bytes]) {}
 
-void Append(std::vector<uns8>& to, std::span<const uns8> bytes) {
-    to.insert(to.end(), bytes.begin(), bytes.end());
-}
+    // 1 when there was memory for it.
+    boolean16 Check(bv::Call& call) const {
+        if (bytes_) return 1;
+        return call.fail(C2_CANNOT_ALLOCATE_MEMORY, "Cannot allocate communication buffer");
+    }
+    template <class T>
+    void Append(T value) {
+        bv::StoreBigEndian(&bytes_[used_], value);
+        used_ += sizeof(T);
+    }
+    void Append(std::span<const uns8> bytes) {
+        std::ranges::copy(bytes, &bytes_[used_]);
+        used_ += bytes.size();
+    }
+    void AppendArgs(std::span<const uns8> args) {
+        Append(static_cast<uns16>(args.size()));
+        Append(args);
+    }
+    std::span<const uns8> data() const { return {bytes_.get(), used_}; }
 
-void AppendArgs(std::vector<uns8>& to, const blob_request& request) {
-    Append(to, static_cast<uns16>(request.args.size()));
-    Append(to, request.args);
-}
+  private:
+    std::unique_ptr<uns8[]> bytes_;
+    size_t used_ = 0;
+};
 
 boolean16 CheckArgs(bv::Call& call, const void* args, uns16 args_size) {
     if (args || args_size == 0) return 1;
@@ -51,33 +68,36 @@ boolean16 FailChunk(bv::Call& call, uns32 needed) {
                      blob_chunk_max, needed);
 }
 
-boolean16 GetChunk(int16 hcam, const blob_request& request, uns32 offset, std::span<uns8> chunk) {
-    std::vector<uns8> data;
-    Append(data, static_cast<uns16>(request.blob_id));
-    Append(data, offset);
-    Append(data, static_cast<uns16>(chunk.size()));
-    AppendArgs(data, request);
+boolean16 GetChunk(bv::Call& call, int16 hcam, const blob_request& request, uns32 offset,
+                   std::span<uns8> chunk) {
+    RequestBuffer data(get_request_bytes + request.args.size());
+    if (!data.Check(call)) return bv::OZ_FAIL;
+    data.Append(static_cast<uns16>(request.blob_id));
+    data.Append(offset);
+    data.Append(static_cast<uns16>(chunk.size()));
+    data.AppendArgs(request.args);
     bv::HostCommandMessage message(hcam);
     message.BeginReply();
-    message.AddWriteRead(GET_BINARY_BLOB, data, static_cast<uns16>(chunk.size()));
+    message.AddWriteRead(GET_BINARY_BLOB, data.data(), static_cast<uns16>(chunk.size()));
     message.RequestReply();
-    if (!message.Execute()) return 0;
+    if (!message.Execute()) return call.failed();
     message.GetReply(GET_BINARY_BLOB, chunk.data());
     return 1;
 }
 
 boolean16 SetChunk(bv::Call& call, int16 hcam, const blob_request& request, uns32 total,
                    uns32 offset, std::span<const uns8> chunk) {
-    std::vector<uns8> data;
-    Append(data, static_cast<uns16>(request.blob_id));
-    Append(data, total);
-    Append(data, offset);
-    Append(data, static_cast<uns16>(chunk.size()));
-    Append(data, chunk);
-    AppendArgs(data, request);
+    RequestBuffer data(set_request_bytes + chunk.size() + request.args.size());
+    if (!data.Check(call)) return bv::OZ_FAIL;
+    data.Append(static_cast<uns16>(request.blob_id));
+    data.Append(total);
+    data.Append(offset);
+    data.Append(static_cast<uns16>(chunk.size()));
+    data.Append(chunk);
+    data.AppendArgs(request.args);
     bv::HostCommandMessage message(hcam);
     message.BeginReply();
-    message.AddWriteRead(SET_BINARY_BLOB, data);
+    message.AddWriteRead(SET_BINARY_BLOB, data.data());
     message.RequestReply();
     if (!message.Execute()) return call.failed();
     const uns16 refusal = message.Reply<uns16>(SET_BINARY_BLOB);
@@ -96,12 +116,13 @@ boolean16 bv_cam_get_binary_blob_size(int16 hcam, uns32 blob_id, const void* arg
                   bv::enumerated("blob_id", blob_id, bv_text_blob_id), bv::arg("args", args),
                   bv::arg("args_size", args_size), bv::arg("blob_size", blob_size));
     if (!CheckArgs(call, args, args_size)) return bv::OZ_FAIL;
-    std::vector<uns8> data;
-    Append(data, static_cast<uns16>(blob_id));
-    AppendArgs(data, {blob_id, {static_cast<const uns8*>(args), args_size}});
+    RequestBuffer data(size_request_bytes + args_size);
+    if (!data.Check(call)) return bv::OZ_FAIL;
+    data.Append(static_cast<uns16>(blob_id));
+    data.AppendArgs({static_cast<const uns8*>(args), args_size});
     bv::HostCommandMessage message(hcam);
     message.BeginReply();
-    message.AddWriteRead(GET_BINARY_BLOB_SIZE, data);
+    message.AddWriteRead(GET_BINARY_BLOB_SIZE, data.data());
     message.RequestReply();
     if (!message.Execute()) return call.failed();
     *blob_size = message.Reply<uns32>(GET_BINARY_BLOB_SIZE);
@@ -131,7 +152,9 @@ boolean16 bv_cam_get_binary_blob(int16 hcam, uns32 blob_id, const void* args, un
     const std::span<uns8> bytes(static_cast<uns8*>(blob), size);
     for (uns32 offset = 0; offset < size;) {
         const uns32 chunk = std::min(blob_chunk_max, size - offset);
-        if (!GetChunk(hcam, request, offset, bytes.subspan(offset, chunk))) return call.failed();
+        if (!GetChunk(call, hcam, request, offset, bytes.subspan(offset, chunk))) {
+            return bv::OZ_FAIL;
+        }
         offset += chunk;
     }
     return call.ok();

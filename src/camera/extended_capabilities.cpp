@@ -1,6 +1,7 @@
 #include "camera/extended_capabilities.h"
 
 #include <limits>
+#include <new>
 
 #include "orvex/orvex_errors.h"
 #include "orvex/orvex_protocol.h"
@@ -69,6 +70,11 @@ ExtendedCapabilitiesFault ParseExposureRanges(BigEndianReader& reader, cam_reads
         return ExtendedCapabilitiesFault::truncated;
     }
     if (reads.exp_range_total == 0) return ExtendedCapabilitiesFault::no_exposure_ranges;
+    try {
+        reads.exp_ranges.reserve(reads.exp_range_total);
+    } catch (const std::bad_alloc&) {
+        return ExtendedCapabilitiesFault::no_memory;
+    }
     for (uns16 i = 0; i < reads.exp_range_total; ++i) {
         exp_range_type& range = reads.exp_ranges.emplace_back();
         range.resolution = reader.take<uns32>();
@@ -138,6 +144,9 @@ boolean16 Report(bv::Call& call, bv::ExtendedCapabilitiesFault fault, uns32 ifc_
             return call.fail(C0_INVALID_DATA, "Ext. caps. end before all sections were read");
         case bv::ExtendedCapabilitiesFault::no_exposure_ranges:
             return call.fail(C0_INVALID_DATA, "Got no exposure ranges");
+        case bv::ExtendedCapabilitiesFault::no_memory:
+            return call.fail(C2_CANNOT_ALLOCATE_MEMORY,
+                             "Cannot allocate array for exposure ranges");
         case bv::ExtendedCapabilitiesFault::interface_count:
             return call.fail(C0_INVALID_DATA, "Invalid number of interface types (%u)", ifc_total);
     }

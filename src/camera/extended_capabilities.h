@@ -21,6 +21,7 @@ enum class ExtendedCapabilitiesFault {
     none,
     truncated,           // the block is shorter than its flags and counts promise
     no_exposure_ranges,  // the list is there and empty
+    no_memory,           // for the exposure ranges
     interface_count,     // outside 1 to interface_types_max; left in ifc_total
 };
 

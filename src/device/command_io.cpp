@@ -81,17 +81,19 @@ boolean16 dv_ioctl(int16 hcam, uns32 code, const void* in, uns32 in_size, void* 
                          bv_text_dv_ioctl(code), code);
 
     uns32 unwanted_count = 0;
+    uns32* const count = returned ? returned : &unwanted_count;
     dv_ioctl_args args{};
     args.lpInBuffer = const_cast<void*>(in);
     args.nInBufferSize = in_size;
     args.lpOutBuffer = out;
     args.nOutBufferSize = out_size;
-    args.lpBytesReturned = returned ? returned : &unwanted_count;
+    args.lpBytesReturned = count;
     args.lpOverlapped = overlapped;
     if (device->ioctl(device, code, &args) != 1)
         return call.fail(C7_DRIVER_COM_ERROR, "IOCTL %s(0x%08x) failed", bv_text_dv_ioctl(code),
                          code);
-    return call.ok(arg("*lpBytesReturned", *args.lpBytesReturned));
+    // The driver may have used the record up.
+    return call.ok(arg("*lpBytesReturned", *count));
 }
 
 boolean16 dv_cam_write_read(int16 hcam, uns8 AbCmdClass, uns16 AwWriteBytes,

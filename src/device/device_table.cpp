@@ -37,6 +37,11 @@ constexpr EventRow event_rows[] = {
     {&orvex_device::flush_ack, "FlushAck", 1},
 };
 
+// A module that left one out can't be used; nothing asks again once the camera is open.
+bool has_all_operations(const orvex_device& device) {
+    return device.open && device.close && device.read && device.write && device.ioctl;
+}
+
 }  // namespace
 
 int16 GetHcam(const char* camName) {
@@ -139,6 +144,8 @@ boolean16 dv_cam_open(const char* ApCamName, int16* pHcam) {
     if (CamIsOpen(hcam)) return call.fail(C0_CAM_ALREADY_OPEN, "Camera already open");
 
     orvex_device* device = dv_device(hcam);
+    if (!has_all_operations(*device))
+        return call.fail(C7_DRIVER_COM_ERROR, "Failed to open camera device");
     device->hcam = hcam;
     if (!create_camera_events(device)) return call.failed();
     // After a failed open the events stay: the next attempt trips over them and cleans up, so that

@@ -57,6 +57,10 @@ uint64_t NextLogId() {
 Log::Log(int32_t level) : level_(level), id_(NextLogId()) {}
 
 Log::~Log() {
+    End();
+}
+
+void Log::End() {
     {
         std::lock_guard lock(queueMutex_);
         stopRequested_ = true;

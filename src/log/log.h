@@ -70,6 +70,8 @@ class Log {
         __attribute__((format(printf, 4, 5)));
     void WriteV(const char* group, int32_t level, const char* format, va_list arguments);
     void WriteText(const char* group, int32_t level, std::string message);
+    // Ends the worker for good; records left in the queue stay there.
+    void End();
     // Waits for the queue to drain, a second at most; returns the number of records thrown away.
     uint64_t Flush();
 

@@ -49,9 +49,18 @@ ProcessLogOwner::ProcessLogOwner()
 }
 
 ProcessLogOwner::~ProcessLogOwner() {
-    SetProcessLog(nullptr);
     // A forked child has the parent's log but not its worker, which can't be joined there.
-    if (platform::ProcessId() != processId_) static_cast<void>(setup_.release());
+    if (platform::ProcessId() != processId_) {
+        SetProcessLog(nullptr);
+        // NOLINTNEXTLINE(bugprone-unused-return-value)
+        static_cast<void>(setup_.release());
+        return;
+    }
+    // Threads of cameras that nobody closed may be tracing at this moment, so ProcessLog() keeps
+    // its answer; without a sink the log is deaf to them.
+    const std::shared_ptr<Log> log = setup_ ? setup_->GetLog() : nullptr;
+    setup_.reset();
+    if (log) log->End();
 }
 
 void SetProcessLog(std::shared_ptr<Log> log) {

@@ -37,8 +37,8 @@ class LogSetupFile : public LogSetup {
 // What ORVEX_CORE_LOG_FILE and ORVEX_CORE_LOG_LEVEL ask for.
 std::unique_ptr<LogSetup> CreateProcessLogSetup();
 
-// Holds the process log from load to unload of the library: ProcessLog() gives its log while it
-// lives. It has to be constructed and destroyed in loader-lock mode.
+// Holds the process log from load to unload of the library: ProcessLog() gives its log, which
+// passes no record once this is gone. It has to be constructed and destroyed in loader-lock mode.
 class ProcessLogOwner {
   public:
     ProcessLogOwner();

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <new>
+#include <unordered_map>
+#include <utility>
 
 #include "device/command_io.h"
 #include "device/ddi.h"
@@ -21,7 +23,13 @@ constexpr uns32 flush_limit_ms = 5000;
 constexpr uns32 queued_events_max = 128;
 
 orvex_callbacks* Record(orvex_device* device) {
-    return device ? static_cast<orvex_callbacks*>(device->callbacks) : nullptr;
+    if (!device) return nullptr;
+    return static_cast<orvex_callbacks*>(
+        std::atomic_ref<void*>(device->callbacks).load(std::memory_order_acquire));
+}
+
+void SetRecord(orvex_device* device, orvex_callbacks* record) {
+    std::atomic_ref<void*>(device->callbacks).store(record, std::memory_order_release);
 }
 
 // Null, and told, when there is no record.
@@ -41,17 +49,26 @@ orvex_callbacks* RequireStarted(Call& call, orvex_device* device) {
     return record;
 }
 
-void FreeRecord(orvex_device* device) {
-    delete Record(device);
-    device->callbacks = nullptr;
-}
-
 void DestroyCallbackThread(orvex_callbacks& record) {
     std::shared_ptr<bv::CallbackThread> thread;
     {
         const std::lock_guard guard(record.invoke_lock);
         thread.swap(record.callback_thread);
     }
+}
+
+// Empties the record and takes it from the device. It isn't freed: a thread of the module may have
+// read its address just before.
+void GiveUpRecord(orvex_device* device, orvex_callbacks& record) {
+    SetRecord(device, nullptr);
+    record.started = false;
+    // A thread of a module that delivers itself may be looking at a notifier that never was.
+    if (record.notifier) record.notifier.reset();
+    DestroyCallbackThread(record);
+    const std::scoped_lock guard(record.invoke_lock, record.frame_info_lock);
+    record.invoke_frame_info.reset();
+    record.latest_frame_info.reset();
+    record.callbacks = {};
 }
 
 boolean16 CopyLatest(orvex_callbacks& record, FRAME_INFO* frame_info) {
@@ -70,32 +87,52 @@ uint16_t DeliverEvent(orvex_device* device, uint32_t event) {
     return orvex_callbacks_invoke(device, event);
 }
 
+// The one record that a device has in its life, empty; null without memory.
+orvex_callbacks* KeptRecord(orvex_device* device) {
+    using Records = std::unordered_map<orvex_device*, std::unique_ptr<orvex_callbacks>>;
+    static std::mutex lock;
+    try {
+        static Records& records = *new Records;
+        const std::lock_guard guard(lock);
+        std::unique_ptr<orvex_callbacks>& record = records[device];
+        if (!record) {
+            record = std::make_unique<orvex_callbacks>();
+            record->delivery = {DeliverLatest, DeliverEvent};
+        }
+        return record.get();
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+
 }  // namespace
 
 boolean16 orvex_callbacks_create(orvex_device* device) {
     Call call("orvex_callbacks_create", arg("device", device));
-    if (device->callbacks) return call.fail(C7_GEN_COM_ERROR, "Callbacks already created");
-    auto* record = new (std::nothrow) orvex_callbacks{};
+    if (Record(device)) return call.fail(C7_GEN_COM_ERROR, "Callbacks already created");
+    orvex_callbacks* record = KeptRecord(device);
     if (!record)
         return call.fail(C2_CANNOT_ALLOCATE_MEMORY, "Cannot allocate orvex_callbacks structure");
-    record->delivery = {DeliverLatest, DeliverEvent};
-    device->callbacks = record;
+    SetRecord(device, record);
     if (dv_device_kernel_mode(device)) {
         try {
             record->notifier = std::make_shared<bv::EventNotifier>(device);
         } catch (const std::bad_alloc&) {
-            FreeRecord(device);
+            GiveUpRecord(device, *record);
             return call.fail(C2_CANNOT_ALLOCATE_MEMORY, "Cannot allocate EventNotifier");
         }
         device->notifier = record->notifier.get();
         return call.ok();
     }
-    record->latest_frame_info = bv::MakeFrameInfo();
-    if (record->latest_frame_info) record->invoke_frame_info = bv::MakeFrameInfo();
-    if (!record->invoke_frame_info) {
-        FreeRecord(device);
+    bv::FrameInfoOwner latest = bv::MakeFrameInfo();
+    bv::FrameInfoOwner invoke = latest ? bv::MakeFrameInfo() : nullptr;
+    if (!invoke) {
+        GiveUpRecord(device, *record);
         return call.failed();
     }
+    const std::scoped_lock guard(record->invoke_lock, record->frame_info_lock);
+    record->latest_frame_info = std::move(latest);
+    record->invoke_frame_info = std::move(invoke);
     return call.ok();
 }
 
@@ -103,14 +140,12 @@ boolean16 orvex_callbacks_destroy(orvex_device* device) {
     Call call("orvex_callbacks_destroy", arg("device", device));
     orvex_callbacks* record = RequireCreated(call, device);
     if (!record) return bv::OZ_FAIL;
-    record->invoke_frame_info.reset();
-    record->latest_frame_info.reset();
     if (record->notifier) {
         // Its thread may still hold it, when this is called back from there.
         record->notifier->Stop();
         device->notifier = nullptr;
     }
-    FreeRecord(device);
+    GiveUpRecord(device, *record);
     return call.ok();
 }
 

@@ -69,6 +69,8 @@ class EventNotifier : public std::enable_shared_from_this<EventNotifier> {
         std::atomic<bool> abandoned{false};
         // An end mark was met while a callback did the thread's work.
         std::atomic<bool> ended{false};
+        // The application knows that the camera is gone. Only the thread uses it.
+        bool removal_told = false;
     };
     // What a completed request says.
     struct Report {

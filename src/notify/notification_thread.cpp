@@ -1,5 +1,7 @@
 // The thread of an event notifier.
 
+#include <utility>
+
 #include "device/ddi.h"
 #include "log/enum_texts.h"
 #include "notify/event_notifier.h"
@@ -107,12 +109,16 @@ bool EventNotifier::DispatchAll(Life& life, const Report& report) {
     };
     if (report.flags & NOTIFICATION_DEVICE_REMOVAL) {
         dv_device_set_state(device_, DEVICE_REMOVED);
-        if (!dispatch(OX_CALLBACK_CAM_REMOVED)) return false;
+        // A dead driver gives every pending request back as a removal, thousands of them in a long
+        // run, and it is one camera that went: the application hears of it once.
+        if (!std::exchange(life.removal_told, true) && !dispatch(OX_CALLBACK_CAM_REMOVED))
+            return false;
     }
     if (report.flags & NOTIFICATION_SYS_SUSPEND) dv_device_set_state(device_, DEVICE_SUSPENDED);
     if (report.flags & NOTIFICATION_BUS_RESET) {
         if (dv_device_state(device_) == DEVICE_SUSPENDED) {
             dv_device_set_state(device_, DEVICE_RESUMED);
+            life.removal_told = false;
             if (!dispatch(OX_CALLBACK_CAM_RESUMED)) return false;
         }
         if (!dispatch(OX_CALLBACK_CHECK_CAMS)) return false;

@@ -175,9 +175,9 @@ boolean16 AnswerAttribute(const Parameter& parameter, int16 hcam, int16 param_at
         return Reply(call, TYPE_UNS16, value, param_value);
     }
     if (!RequireCapability(call, parameter, hcam)) return OZ_FAIL;
+    if (!RequireSetup(call, parameter, hcam)) return OZ_FAIL;
     const Answer* told = Told(parameter, param_attribute);
     if (!told) return UnknownAttribute(call, param_attribute);
-    if (!RequireSetup(call, parameter, hcam)) return OZ_FAIL;
     if (parameter.text) return AnswerText(call, parameter, hcam, param_attribute, param_value);
     if (parameter.direct && param_attribute != ATTR_COUNT) {
         return parameter.direct(call, hcam, param_attribute, param_value);

@@ -41,11 +41,13 @@ uns16 WireBytes(uns16 entries) {
     return static_cast<uns16>(entries * 4 + 2);
 }
 
-std::vector<uns8> Encode(std::span<const uns32> values) {
-    std::vector<uns8> bytes(values.size() * 4 + 2);
-    bv::StoreBigEndian(bytes.data(), static_cast<uns16>(values.size()));
+// Null when there is no memory for it.
+std::unique_ptr<uns8[]> Encode(std::span<const uns32> values) {
+    std::unique_ptr<uns8[]> bytes(new (std::nothrow) uns8[values.size() * 4 + 2]);
+    if (!bytes) return bytes;
+    bv::StoreBigEndian(bytes.get(), static_cast<uns16>(values.size()));
     for (size_t i = 0; i < values.size(); ++i) {
-        bv::StoreBigEndian(bytes.data() + 2 + i * 4, values[i]);
+        bv::StoreBigEndian(&bytes[2 + i * 4], values[i]);
     }
     return bytes;
 }
@@ -82,9 +84,13 @@ boolean16 Write(Call& call, const List& list, int16 hcam, const tidal_stream_typ
                          "Cannot get max. entries or maxCount < tidal_stream_array->entries");
     }
     const std::span<const uns32> wanted(array->params, array->entries);
-    const std::vector<uns8> bytes = Encode(wanted);
+    const std::unique_ptr<uns8[]> bytes = Encode(wanted);
+    if (!bytes) {
+        return call.fail(C2_CANNOT_ALLOCATE_MEMORY,
+                         "Cannot allocate tidal streaming host command buffer");
+    }
     HostCommandMessage message(hcam);
-    message.AddWrite(list.write, std::span(bytes).first(WireBytes(array->entries)));
+    message.AddWrite(list.write, std::span(bytes.get(), WireBytes(array->entries)));
     message.BeginReply();
     message.AddRead(list.read, WireBytes(array->entries));
     message.RequestReply();

@@ -2,6 +2,7 @@
 #include <new>
 
 #include "acquisition/metadata.h"
+#include "device/image_transfer.h"
 #include "platform/system.h"
 #include "plugins/post_processing_host.h"
 #include "state/call.h"
@@ -60,7 +61,7 @@ boolean16 bv_pop_get_module_enabled_status(int16 hcam) {
     bool enabled = false;
     if (bv_pop_ismoduleavailable(hcam)) {
         flt64 minimum = 0, maximum = 0, standard = 0, current = 0;
-        char name[bv::plugin_text_room];
+        char name[ORVEX_PLUGIN_TEXT_ROOM];
         name[0] = 0;
         if (!bv::LoadedPostProcessing().get_module_parameter(hcam, 0, 0, &minimum, &maximum,
                                                              &standard, &current, name)) {
@@ -104,6 +105,15 @@ boolean16 bv_pop_clear_alt_buffer(int16 hcam, void* user_buffer) {
     cfg.alt_frame_bytes = 0;
     cfg.alt_frame_count = 0;
     cfg.alt_frame_index = 0;
+    decode_info_type& decode = pg_decode_info[static_cast<size_t>(hcam)];
+    if (cfg.alt_buffer && decode.pixel_stream == cfg.alt_buffer.get()) {
+        // When the library shuts down in the middle of a run, the camera still writes into it.
+        uns32 byte_cnt = 0;
+        if (driver_get_status(hcam, &byte_cnt) != READOUT_NOT_ACTIVE) {
+            dv_driver_set_image_data_idle(hcam);
+        }
+        decode.pixel_stream = nullptr;
+    }
     cfg.alt_buffer.reset();
     return call.ok();
 }

@@ -46,7 +46,7 @@ boolean16 ResetModule(int16 hcam, uns32 module_index) {
     const uns32 count = plugin.get_module_parameter_count(hcam, module_index);
     for (uns32 index = 0; index < count; ++index) {
         flt64 minimum = 0, maximum = 0, standard = 0, current = 0;
-        char name[bv::plugin_text_room] = {};
+        char name[ORVEX_PLUGIN_TEXT_ROOM] = {};
         if (!plugin.get_module_parameter(hcam, module_index, index, &minimum, &maximum, &standard,
                                          &current, name)) {
             bv::ApiGlobal::SetErrorCode(EXT_OPEN_EXCLUSIVE, C2_INDEX_OUT_OF_RANGE);

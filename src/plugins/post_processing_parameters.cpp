@@ -94,9 +94,9 @@ struct ModuleParameter {
 };
 
 boolean16 ReadModuleName(Call& call, int16 hcam, std::string& name) {
-    std::array<char, bv::plugin_text_room> text{};
+    std::array<char, ORVEX_PLUGIN_TEXT_ROOM> text{};
     if (!LoadedPostProcessing().get_module_info(hcam, Config(hcam).module_index,
-                                                bv::plugin_key_name, text.data())) {
+                                                ORVEX_PLUGIN_KEY_NAME, text.data())) {
         return call.fail(C2_NOT_AVAILABLE, "i_get_module_info function call failed");
     }
     text.back() = 0;
@@ -105,7 +105,7 @@ boolean16 ReadModuleName(Call& call, int16 hcam, std::string& name) {
 }
 
 boolean16 ReadParameter(Call& call, int16 hcam, ModuleParameter& parameter) {
-    std::array<char, bv::plugin_text_room> name{};
+    std::array<char, ORVEX_PLUGIN_TEXT_ROOM> name{};
     const cam_cfg_type& cfg = Config(hcam);
     if (!LoadedPostProcessing().get_module_parameter(
             hcam, cfg.module_index, cfg.parameter_index, &parameter.minimum, &parameter.maximum,
@@ -204,16 +204,16 @@ constexpr Getter parameter_getter = {"bv_get_pop_param", TYPE_UNS32, ACC_READ_WR
 struct CommonParameter {
     const char* name;
     uns32 param_id;
-    bv::plugin_value_type type;
+    orvex_plugin_value_type type;
 };
 constexpr CommonParameter oneshot_parameters[] = {
-    {"Serial Number", PARAM_HEAD_SER_NUM_ALPHA, bv::PLUGIN_VALUE_TEXT},
+    {"Serial Number", PARAM_HEAD_SER_NUM_ALPHA, PLUGIN_VALUE_TEXT},
 };
 constexpr CommonParameter periodic_parameters[] = {
-    {"Current Speed Index", PARAM_SPDTAB_INDEX, bv::PLUGIN_VALUE_INTEGER},
-    {"Current Gain Index", PARAM_GAIN_INDEX, bv::PLUGIN_VALUE_INTEGER},
-    {"Current Bit Depth", PARAM_BIT_DEPTH, bv::PLUGIN_VALUE_INTEGER},
-    {"Current ADC Offset", PARAM_ADC_OFFSET, bv::PLUGIN_VALUE_INTEGER},
+    {"Current Speed Index", PARAM_SPDTAB_INDEX, PLUGIN_VALUE_INTEGER},
+    {"Current Gain Index", PARAM_GAIN_INDEX, PLUGIN_VALUE_INTEGER},
+    {"Current Bit Depth", PARAM_BIT_DEPTH, PLUGIN_VALUE_INTEGER},
+    {"Current ADC Offset", PARAM_ADC_OFFSET, PLUGIN_VALUE_INTEGER},
 };
 
 // One fact; what the camera doesn't have is passed over with success.
@@ -222,10 +222,10 @@ boolean16 TellCommonParameter(Call& call, int16 hcam, const CommonParameter& par
     if (!bv_get_param(hcam, parameter.param_id, ATTR_AVAIL, &available)) return bv::OZ_FAIL;
     if (!available) return bv::OZ_OK;
 
-    bv::plugin_name_block name{};
+    orvex_plugin_name name{};
     std::memcpy(name.text, parameter.name, std::strlen(parameter.name));
-    bv::plugin_value_block value{};
-    if (parameter.type == bv::PLUGIN_VALUE_TEXT) {
+    orvex_plugin_value value{};
+    if (parameter.type == PLUGIN_VALUE_TEXT) {
         if (!bv_get_param(hcam, parameter.param_id, ATTR_CURRENT, value.bytes)) return bv::OZ_FAIL;
     } else {
         int16 current = 0;

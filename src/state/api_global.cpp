@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 #include <span>
 #include <string>
 
@@ -58,8 +57,7 @@ std::string BridgeMessage(const ErrorRow& row) {
 
 void CopyMessage(const std::string& message, char* to) {
     const size_t length = std::min<size_t>(message.size(), ERROR_MSG_LEN - 1);
-    std::memcpy(to, message.data(), length);
-    std::memset(to + length, 0, ERROR_MSG_LEN - length);
+    std::fill(std::copy_n(message.data(), length, to), to + ERROR_MSG_LEN, '\0');
 }
 
 LogScope Scope(const char* name) {

@@ -1,5 +1,7 @@
 #include "state/api_locks.h"
 
+#include "state/api_global.h"
+
 // There before all other process-wide objects and after them, so that a call may come at any time.
 constinit platform::ErrorCheckingMutex api_global_mutex;
 constinit std::array<platform::ErrorCheckingMutex, max_cameras> api_camera_mutexes;
@@ -7,4 +9,10 @@ constinit std::array<platform::ErrorCheckingMutex, max_cameras> api_camera_mutex
 platform::ErrorCheckingMutex* api_select_camera_mutex(int16 hcam) {
     if (!oz_cam_check(hcam)) return nullptr;
     return &api_camera_mutexes[static_cast<size_t>(hcam)];
+}
+
+bool api_camera_still_open(int16 hcam) {
+    const bool open = orvex_initialized.load(std::memory_order_relaxed) && hcam < total_cams &&
+                      pg_cam_info[static_cast<size_t>(hcam)].open;
+    return open || oz_cam_check(hcam);
 }

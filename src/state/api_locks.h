@@ -14,3 +14,6 @@ extern std::array<platform::ErrorCheckingMutex, max_cameras> api_camera_mutexes;
 
 // The mutex of an open camera; null, with the error set, when the handle may not be used.
 platform::ErrorCheckingMutex* api_select_camera_mutex(int16 hcam);
+// For the holder of that mutex: false, with the error set, when the camera was closed while it
+// waited. Traces nothing otherwise.
+bool api_camera_still_open(int16 hcam);

@@ -232,6 +232,11 @@ TEST_F(Sequence, StatusComesFromTheDriver) {
     EXPECT_EQ(status, READOUT_IN_PROGRESS);
     EXPECT_EQ(bytes, 4000u);
     EXPECT_EQ(frames, 2u);
+    camera_.camera().driver_status(99, 5000);
+    EXPECT_EQ(bv_exp_check_status(camera_.hcam, &status, &bytes, &frames), 0);
+    EXPECT_TRUE(trace_.failed_with(C7_DRIVER_COM_ERROR, "Image data status is READOUT_FAILED"));
+    EXPECT_EQ(status, READOUT_IN_PROGRESS) << "a failed readout fails and tells no status";
+
     camera_.camera().driver_status(DRIVER_STATUS_COMPLETE, 6000);
     ASSERT_EQ(bv_exp_check_status(camera_.hcam, &status, &bytes, &frames), 1);
     EXPECT_EQ(status, READOUT_COMPLETE);

@@ -5,7 +5,9 @@
 #include <set>
 #include <string_view>
 #include <system_error>
+#include <thread>
 
+#include "api/api_entry_layer.h"
 #include "support/core/test_camera.h"
 #include "support/core/trace_capture.h"
 
@@ -145,6 +147,25 @@ TEST_P(BadHandles, AreRejectedBeforeTheErrorIsCleared) {
 
 INSTANTIATE_TEST_SUITE_P(Operations, BadHandles,
                          testing::ValuesIn(OperationsWith({bv::ApiLock::camera})), operation_name);
+
+// A handle that was good when a call came may be a closed camera's when its turn comes.
+TEST(WaitingCall, IsRejectedWhenTheCameraWasClosedMeanwhile) {
+    support::TraceCapture trace;
+    support::TestCamera camera;
+    boolean16 result = 1;
+    boolean16 script_valid = 7;
+    std::unique_lock held(api_camera_mutexes[0]);
+    std::thread waiting([&] { result = api_entry_layer.oz_exp_get_script(0, &script_valid); });
+    const bool arrived =
+        support::eventually([&] { return trace.contains("oz_cam_check: RETURN (OZ_OK)"); });
+    camera.cam_info().open = 0;
+    held.unlock();
+    waiting.join();
+    EXPECT_TRUE(arrived);
+    EXPECT_EQ(result, 0);
+    EXPECT_EQ(script_valid, 7);
+    EXPECT_TRUE(trace.failed_with(C0_INVALID_HANDLE, "Invalid camera handle or camera not open"));
+}
 
 class Nulls : public testing::TestWithParam<Argument> {
   protected:

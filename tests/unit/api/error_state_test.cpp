@@ -1,11 +1,6 @@
-#include <cstdlib>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <string>
-#include <sys/resource.h>
 #include <system_error>
-#include <unistd.h>
-#include <utility>
 
 #include "orvex/orvex.h"
 
@@ -13,6 +8,7 @@
 #include "state/api_locks.h"
 #include "support/core/test_camera.h"
 #include "support/core/trace_capture.h"
+#include "support/exhausted_memory.h"
 
 // The error state as applications see it, and operations that are unlike the others.
 namespace {
@@ -190,48 +186,14 @@ TEST(Heap, BlocksAreZeroedAndKeepTheirContent) {
     EXPECT_EQ(ox_error_code(), C0_NULL_POINTER);
 }
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool address_space_can_be_limited = false;
-#else
-constexpr bool address_space_can_be_limited = true;
-#endif
-
-// No large blocks any more for the life of this object: what the heap still has is taken, and the
-// system gives nothing.
-class ExhaustedMemory {
-  public:
-    ExhaustedMemory() {
-        getrlimit(RLIMIT_AS, &former_);
-        std::ifstream statm("/proc/self/statm");
-        rlim_t pages = 0;
-        statm >> pages;
-        const rlimit limit = {pages * static_cast<rlim_t>(sysconf(_SC_PAGESIZE)), former_.rlim_max};
-        setrlimit(RLIMIT_AS, &limit);
-        while (void* block = std::malloc(100000)) {
-            *static_cast<void**>(block) = taken_;
-            taken_ = block;
-        }
-    }
-    ~ExhaustedMemory() {
-        while (taken_) std::free(std::exchange(taken_, *static_cast<void**>(taken_)));
-        setrlimit(RLIMIT_AS, &former_);
-    }
-    ExhaustedMemory(const ExhaustedMemory&) = delete;
-    ExhaustedMemory& operator=(const ExhaustedMemory&) = delete;
-
-  private:
-    rlimit former_{};
-    void* taken_ = nullptr;
-};
-
 // Old applications look at the pointer and not at the result.
 TEST(Records, ListThatCannotBeMadeIsStillReportedAsMade) {
-    if (!address_space_can_be_limited) GTEST_SKIP();
+    if (!support::address_space_can_be_limited) GTEST_SKIP();
     support::TraceCapture trace;
     tidal_stream_type* list = nullptr;
     boolean16 result = 0;
     {
-        const ExhaustedMemory exhausted;
+        const support::ExhaustedMemory exhausted;
         result = ox_create_tidal_stream_struct(&list, 65535);
     }
     EXPECT_EQ(result, 1);
@@ -243,9 +205,9 @@ TEST(Records, ListThatCannotBeMadeIsStillReportedAsMade) {
 }
 
 TEST(Heap, ExhaustionIsReported) {
-    if (!address_space_can_be_limited) GTEST_SKIP();
+    if (!support::address_space_can_be_limited) GTEST_SKIP();
     void* block = oz_malloc(16, 0);
-    const ExhaustedMemory exhausted;
+    const support::ExhaustedMemory exhausted;
     EXPECT_EQ(oz_malloc(1 << 30, 0), nullptr);
     EXPECT_EQ(ox_error_code(), C2_CANNOT_ALLOCATE_MEMORY);
     EXPECT_EQ(oz_calloc(1 << 20, 1 << 12, 0), nullptr);

@@ -5,6 +5,7 @@
 
 #include "support/core/test_camera.h"
 #include "support/core/trace_capture.h"
+#include "support/exhausted_memory.h"
 
 using bv::ExtendedCapabilitiesFault;
 using support::Bytes;
@@ -134,6 +135,21 @@ INSTANTIATE_TEST_SUITE_P(
                 "00000007 00000008 00000009",
                 ExtendedCapabilitiesFault::interface_count, 9}),
     [](const auto& test) { return test.param.name; });
+
+TEST(ExtendedCapabilities, RangesWithoutMemory) {
+    if (!support::address_space_can_be_limited) GTEST_SKIP();
+    constexpr size_t ranges = 5400;
+    Bytes block = hex("00000200 00000001 1518");
+    block.resize(block.size() + ranges * 12);
+    Reads reads;
+    ExtendedCapabilitiesFault fault{};
+    {
+        const support::ExhaustedMemory exhausted(20000);
+        fault = bv::ParseExtendedCapabilities(block, reads);
+    }
+    EXPECT_EQ(fault, ExtendedCapabilitiesFault::no_memory);
+    EXPECT_THAT(reads.exp_ranges, IsEmpty());
+}
 
 class ExtendedCapabilitiesRead : public testing::Test {
   protected:

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "device/ddi.h"
@@ -199,6 +200,17 @@ TEST_F(CommandIo, HandsControlOperationsOverAsTheyAre) {
 
     EXPECT_EQ(dv_ioctl(hcam, DV_CLEAR_IRQS, nullptr, 0, nullptr, 0, nullptr, nullptr), 1);
     EXPECT_TRUE(camera().ioctls().back().returned_given);
+}
+
+TEST_F(CommandIo, SurvivesADriverThatSpoilsItsArguments) {
+    orvex_device* device = dv_device(hcam);
+    const auto ioctl =
+        std::exchange(device->ioctl, [](orvex_device*, uint32_t, dv_ioctl_args* args) -> uint16_t {
+            *args = {};
+            return 1;
+        });
+    EXPECT_EQ(dv_ioctl(hcam, DV_CLEAR_IRQS, nullptr, 0, nullptr, 0, nullptr, nullptr), 1);
+    device->ioctl = ioctl;
 }
 
 TEST_F(CommandIo, NamesTheControlOperationThatFailed) {

@@ -146,6 +146,21 @@ TEST_F(DeviceTable, NeedsThreeAttemptsAfterAFailedOpen) {
     EXPECT_EQ(open(), 1);
 }
 
+TEST_F(DeviceTable, RefusesAModuleThatLeftAnOperationOut) {
+    const orvex_device whole = *device();
+    for (auto leave_out : std::initializer_list<void (*)(orvex_device&)>{
+             [](orvex_device& d) { d.open = nullptr; }, [](orvex_device& d) { d.close = nullptr; },
+             [](orvex_device& d) { d.read = nullptr; }, [](orvex_device& d) { d.write = nullptr; },
+             [](orvex_device& d) { d.ioctl = nullptr; }}) {
+        leave_out(*device());
+        EXPECT_EQ(open(), 0);
+        EXPECT_TRUE(trace_.failed_with(C7_DRIVER_COM_ERROR, "Failed to open camera device"));
+        EXPECT_EQ(device()->write_ack, nullptr);
+        *device() = whole;
+    }
+    EXPECT_EQ(open(), 1);
+}
+
 TEST_F(DeviceTable, ReportsADriverThatRefusesToOpen) {
     camera().refuse(DV_CAM_OPEN);
     EXPECT_EQ(open(), 0);

@@ -158,6 +158,20 @@ TEST_F(Notifications, EachFlushGivesBackOneRequest) {
     EXPECT_TRUE(host.Quiet());
 }
 
+// More requests can be on their way than the socket holds when the flushes come.
+TEST_F(Notifications, AFlushWaitsForItsRequest) {
+    Host host(path_);
+    channel_.FlushOne();
+    channel_.FlushOne();
+    for (uint64_t id = 1; id <= 3; ++id) host.Submit(id);
+    for (uint64_t id = 1; id <= 2; ++id) {
+        const auto completion = host.Take();
+        EXPECT_EQ(completion.id, id);
+        EXPECT_EQ(completion.out.flags, NOTIFICATION_FLUSH);
+    }
+    Settle(host);
+}
+
 TEST_F(Notifications, CancellingGivesEverythingBack) {
     Host host(path_);
     host.Submit(1);

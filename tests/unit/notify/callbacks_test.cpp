@@ -191,6 +191,22 @@ TEST_F(CallbacksTest, CallbackMayCloseTheCamera) {
     EXPECT_EQ(camera().state(), uint32_t{DEVICE_CLOSED});
 }
 
+// A module's thread can have read the address just before the camera closed.
+TEST_F(CallbacksTest, AddressOfTheDeliveryOutlivesTheClose) {
+    ASSERT_EQ(heard_.listen(hcam, OX_CALLBACK_EOF), 1);
+    const auto* former = static_cast<const orvex_delivery*>(device()->callbacks);
+    ASSERT_EQ(dv_cam_close(hcam), 1);
+    EXPECT_EQ(former->set_latest_frame_info(device(), 1, 2, 3), 0);
+    EXPECT_EQ(former->invoke(device(), OX_CALLBACK_EOF), 0);
+    int16 handle = -1;
+    ASSERT_EQ(dv_cam_open("Camera 0", &handle), 1);
+    FRAME_INFO info{};
+    EXPECT_EQ(orvex_callbacks_get_latest_frame_info(device(), &info), 1);
+    EXPECT_EQ(info.FrameNr, 0);
+    EXPECT_EQ(former->invoke(device(), OX_CALLBACK_EOF), 1) << "nobody is registered any more";
+    EXPECT_TRUE(heard_.all().empty());
+}
+
 TEST_F(CallbacksTest, ModuleMayDeliverBesideEverything) {
     std::atomic<bool> stop{false};
     std::vector<std::thread> modules;
@@ -208,6 +224,11 @@ TEST_F(CallbacksTest, ModuleMayDeliverBesideEverything) {
         if (round % 10 == 0) {
             ASSERT_EQ(orvex_callbacks_stop(device()), 1);
             ASSERT_EQ(orvex_callbacks_start(device()), 1);
+        }
+        if (round % 10 == 5) {
+            int16 handle = -1;
+            ASSERT_EQ(dv_cam_close(hcam), 1);
+            ASSERT_EQ(dv_cam_open("Camera 0", &handle), 1);
         }
     }
     stop = true;

@@ -46,6 +46,14 @@ class EventNotifierTest : public testing::Test {
         ASSERT_TRUE(eventually([&] { return server().submitted() > before; }));
     }
 
+    size_t RemovalsProcessed() {
+        const std::vector<std::string> traced = trace_.messages();
+        return static_cast<size_t>(std::ranges::count_if(traced, [](const std::string& line) {
+            return line.find("DispatchAll: ENTER (flags=NOTIFICATION_DEVICE_REMOVAL") !=
+                   std::string::npos;
+        }));
+    }
+
     support::TraceCapture trace_;
     tests::HeardEvents heard_;
     support::TestCamera camera_{1, true};
@@ -182,11 +190,28 @@ TEST_F(EventNotifierTest, DeadDriverIsARemovedCamera) {
     ASSERT_EQ(orvex_callbacks_set_frame_count(device(), 4, 1), 1);
     ASSERT_TRUE(server().wait_for_pending(4));
     server().die();
-    ASSERT_TRUE(heard_.wait_for(1));
+    // Each pending request comes back with the removal.
+    ASSERT_TRUE(eventually([&] { return RemovalsProcessed() == 4; }));
+    EXPECT_EQ(heard_.all().size(), 1u);
     EXPECT_EQ(camera().state(), uint32_t{DEVICE_REMOVED});
     EXPECT_EQ(orvex_callbacks_set_frame_count(device(), 6, 1), 0);
     EXPECT_EQ(dv_cam_close(hcam), 1);
     EXPECT_EQ(camera().state(), uint32_t{DEVICE_CLOSED});
+}
+
+TEST_F(EventNotifierTest, RemovalIsHeardOnceUntilTheCameraIsBack) {
+    for (uns32 event : {OX_CALLBACK_CAM_REMOVED, OX_CALLBACK_CAM_RESUMED})
+        ASSERT_EQ(heard_.listen(hcam, event), 1);
+    Report(NOTIFICATION_DEVICE_REMOVAL);
+    camera().set_state(DEVICE_OPEN);
+    Report(NOTIFICATION_DEVICE_REMOVAL);
+    EXPECT_EQ(camera().state(), uint32_t{DEVICE_REMOVED});
+    EXPECT_THAT(heard_.events(), ElementsAre(OX_CALLBACK_CAM_REMOVED));
+    Report(NOTIFICATION_SYS_SUSPEND);
+    Report(NOTIFICATION_BUS_RESET);
+    Report(NOTIFICATION_DEVICE_REMOVAL);
+    EXPECT_THAT(heard_.events(), ElementsAre(OX_CALLBACK_CAM_REMOVED, OX_CALLBACK_CAM_RESUMED,
+                                             OX_CALLBACK_CAM_REMOVED));
 }
 
 TEST_F(EventNotifierTest, RemovedCameraRefusesANewPool) {

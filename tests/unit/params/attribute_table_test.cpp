@@ -254,7 +254,10 @@ void Expect(const Expected& row, const Answers& answers) {
         Answer(row.id, attributes[i])
             .expect(answers.cells[i], attributes[i] == ATTR_COUNT ? 7 : row.type);
     }
-    for (int unknown : {9, -1, 256}) Answer(row.id, unknown).expect(x25, 6);
+    // What needs a setup says so, whatever it is asked.
+    const auto* current = std::get_if<Fail>(&answers.cells[0]);
+    const bool waits = current && current->code == C0_ACQ_NOT_CONFIGURED;
+    for (int unknown : {9, -1, 256}) Answer(row.id, unknown).expect(waits ? x49 : x25, 6);
 }
 
 bool HoldsRecord(uns32 id) {

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "support/core/trace_capture.h"
+#include "support/exhausted_memory.h"
 
 #include "rich_camera.h"
 
@@ -55,6 +56,23 @@ TEST(Tidal, EmptyAndLongestList) {
         trace.failed_with(C2_INDEX_OUT_OF_RANGE,
                           "Cannot get max. entries or maxCount < tidal_stream_array->entries"));
     EXPECT_EQ(camera.firmware().count(SET_TIDAL_STREAM_EXP_PARAMS), 0u);
+}
+
+TEST(Tidal, ListWithoutMemoryIsRefused) {
+    if (!support::address_space_can_be_limited) GTEST_SKIP();
+    RichCamera camera;
+    camera.firmware().reply(GET_TIDAL_STREAM_MAX_EXP_COUNT, 2, 65535);
+    std::vector<uns32> values(65535);
+    tidal_stream_type list{65535, values.data()};
+    TraceCapture trace;
+    boolean16 result = 1;
+    {
+        const support::ExhaustedMemory exhausted;
+        result = bv_set_param(0, PARAM_TIDAL_STREAM_EXP_PARAMS, &list);
+    }
+    EXPECT_EQ(result, 0);
+    EXPECT_TRUE(trace.failed_with(C2_CANNOT_ALLOCATE_MEMORY,
+                                  "Cannot allocate tidal streaming host command buffer"));
 }
 
 TEST(Tidal, CorrectedListKeepsTheErrorCode) {
