@@ -1,0 +1,244 @@
+// Frames on their way through the sample plug-in for post-processing, in every kind of run.
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <ostream>
+#include <thread>
+
+#include "plugin_camera.h"
+
+namespace {
+
+using Plugins = PluginCamera::Plugins;
+using testing::Each;
+using testing::ElementsAre;
+
+constexpr uns32 threshold = 1000;
+constexpr uns32 no_threshold = 65535;  // above which no pixel can be
+constexpr std::chrono::seconds limit{20};
+
+std::vector<uns16> Frame(const std::vector<uns16>& pixels, size_t index) {
+    const auto start = pixels.begin() + static_cast<long>(index * PluginCamera::frame_pixels);
+    return {start, start + static_cast<long>(PluginCamera::frame_pixels)};
+}
+
+// What is left of a frame without its hot pixels, as the plug-in's user reads the rule.
+std::vector<uns16> WithoutHotPixels(const std::vector<uns16>& frame) {
+    constexpr int columns = 64;
+    constexpr int rows = 48;
+    std::vector<uns16> result = frame;
+    const auto at = [&](int x, int y) { return frame[static_cast<size_t>(y * columns + x)]; };
+    for (int y = 0; y < rows; ++y) {
+        for (int x = 0; x < columns; ++x) {
+            std::vector<uns16> neighbours;
+            for (int ny = std::max(y - 1, 0); ny <= std::min(y + 1, rows - 1); ++ny) {
+                for (int nx = std::max(x - 1, 0); nx <= std::min(x + 1, columns - 1); ++nx) {
+                    if (nx != x || ny != y) neighbours.push_back(at(nx, ny));
+                }
+            }
+            std::sort(neighbours.begin(), neighbours.end());
+            const uns16 median = neighbours[neighbours.size() / 2];
+            if (at(x, y) > median + threshold)
+                result[static_cast<size_t>(y * columns + x)] = median;
+        }
+    }
+    return result;
+}
+
+struct Model {
+    const char* name;
+    uns32 size;
+};
+std::ostream& operator<<(std::ostream& out, const Model& model) {
+    return out << model.name;
+}
+
+class PluginFrames : public testing::TestWithParam<Model> {
+  protected:
+    PluginCamera::Setup Subject(const char* time_scale = "0") const {
+        return {.model = GetParam().name, .size = GetParam().size, .time_scale = time_scale};
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(Models, PluginFrames,
+                         testing::Values(Model{"ccd", 1024}, Model{"cmos", 2048}),
+                         testing::PrintToStringParamName());
+
+TEST_P(PluginFrames, PolledSequenceIsProcessedOnceInPlace) {
+    const PluginCamera camera(Plugins::samples, Subject());
+    const std::vector<uns16> seen = camera.Seen();
+    const std::vector<uns16> cleaned = WithoutHotPixels(seen);
+    ASSERT_NE(cleaned, seen);
+
+    camera.SwitchOn(threshold);
+    const std::vector<uns16> with = camera.RunSequence(3);
+    ASSERT_EQ(with.size(), 3 * seen.size());
+    for (size_t i = 0; i < 3; ++i) EXPECT_EQ(Frame(with, i), cleaned) << i;
+
+    camera.SetModule(0, 0, 0);
+    const std::vector<uns16> without = camera.RunSequence(2);
+    for (size_t i = 0; i < 2; ++i) EXPECT_EQ(Frame(without, i), seen) << i;
+}
+
+TEST_P(PluginFrames, SequenceWithCallbacksIsProcessedAtItsFinish) {
+    const PluginCamera camera(Plugins::samples, Subject());
+    camera.SwitchOn(threshold);
+    std::atomic<int> frames_ended{0};
+    auto* callback =
+        +[](const FRAME_INFO*, void* count) { ++*static_cast<std::atomic<int>*>(count); };
+    camera.Require(ox_cam_register_callback_ex3(camera.handle(), OX_CALLBACK_EOF,
+                                                reinterpret_cast<void*>(callback), &frames_ended),
+                   "register");
+    std::vector<uns16> pixels = camera.StartSequence(3);
+    camera.AwaitSequence();
+    const auto end = std::chrono::steady_clock::now() + limit;
+    while (frames_ended == 0 && std::chrono::steady_clock::now() < end) std::this_thread::yield();
+    EXPECT_GT(frames_ended, 0);
+    for (size_t i = 0; i < 3; ++i) EXPECT_EQ(Frame(pixels, i), camera.Seen()) << i;
+
+    camera.Require(ox_exp_finish_seq(camera.handle(), pixels.data(), 0), "finish");
+    for (size_t i = 0; i < 3; ++i)
+        EXPECT_EQ(Frame(pixels, i), WithoutHotPixels(camera.Seen())) << i;
+    camera.Require(ox_cam_deregister_callback(camera.handle(), OX_CALLBACK_EOF), "deregister");
+}
+
+// The camera fills a ring of the library's; the application's ring gets the frames that it asks
+// for, one slot after the other from slot 1 on.
+TEST_P(PluginFrames, ContinuousRunGoesThroughAPrivateRing) {
+    const PluginCamera camera(Plugins::samples, Subject("1"));
+    camera.SwitchOn(threshold);
+    constexpr size_t slots = 64;
+    constexpr size_t taken = 5;
+    const std::vector<uns16> ring = camera.StartContinuous(slots, PluginCamera::region, 5);
+    uns32 number = 0;
+    for (size_t i = 1; i <= taken; ++i) {
+        uns16* frame = nullptr;
+        number = camera.AwaitFrame(number, &frame);
+        EXPECT_EQ(frame, ring.data() + i * PluginCamera::frame_pixels);
+    }
+    camera.Require(ox_exp_stop_cont(camera.handle(), CCS_HALT), "stop");
+    const std::vector<uns16> cleaned = WithoutHotPixels(camera.Seen());
+    for (size_t i = 0; i < slots; ++i) {
+        if (i >= 1 && i <= taken) {
+            EXPECT_EQ(Frame(ring, i), cleaned) << i;
+        } else {
+            EXPECT_THAT(Frame(ring, i), Each(PluginCamera::untouched)) << i;
+        }
+    }
+}
+
+TEST_P(PluginFrames, ContinuousRunWithPluginOffFillsTheApplicationsRing) {
+    const PluginCamera camera(Plugins::samples, Subject("1"));
+    camera.SwitchOn(threshold);
+    camera.SetModule(0, 0, 0);
+    constexpr size_t slots = 4;
+    const std::vector<uns16> ring = camera.StartContinuous(slots, PluginCamera::region, 5);
+    uns16* frame = nullptr;
+    camera.AwaitFrame(slots, &frame);
+    camera.Require(ox_exp_stop_cont(camera.handle(), CCS_HALT), "stop");
+    for (size_t i = 0; i < slots; ++i) EXPECT_EQ(Frame(ring, i), camera.Seen()) << i;
+}
+
+// Both kinds of run work on the machine that has no plug-in, as the one that has it switched off.
+TEST_P(PluginFrames, RunsWithoutPlugin) {
+    const PluginCamera camera(Plugins::none, Subject());
+    EXPECT_EQ(camera.RunSequence(1), camera.Seen());
+}
+
+TEST(PluginAverage, SequenceShowsTheMeanOfTheLastFrames) {
+    const PluginCamera camera(Plugins::samples, {.stamp = true});
+    camera.SwitchOn(no_threshold);
+    camera.SetModule(1, 0, 1);
+    camera.SetModule(1, 1, 3);
+    const auto numbers = [](const std::vector<uns16>& pixels) {
+        std::vector<uns16> first;
+        for (size_t i = 0; i < pixels.size(); i += PluginCamera::frame_pixels) {
+            first.push_back(pixels[i]);
+        }
+        return first;
+    };
+    // Halves are rounded up.
+    const std::vector<uns16> averaged = camera.RunSequence(6);
+    EXPECT_THAT(numbers(averaged), ElementsAre(1, 2, 2, 3, 4, 5));
+    EXPECT_EQ(averaged[70], camera.Seen()[70]);
+
+    // The stamps of two runs in a row: 5, 6, 1 and so on.
+    EXPECT_THAT(numbers(camera.RunSequence(2)), ElementsAre(4, 3));
+    // Switched on again it begins anew.
+    camera.SetModule(1, 0, 1);
+    EXPECT_THAT(numbers(camera.RunSequence(2)), ElementsAre(1, 2));
+    camera.SetModule(1, 0, 0);
+    EXPECT_THAT(numbers(camera.RunSequence(3)), ElementsAre(1, 2, 3));
+}
+
+TEST(PluginAverage, ContinuousRunAveragesTheFramesTaken) {
+    const PluginCamera camera(Plugins::samples, {.time_scale = "1", .stamp = true});
+    camera.SwitchOn(no_threshold);
+    camera.SetModule(1, 0, 1);
+    camera.SetModule(1, 1, 2);
+    const std::vector<uns16> ring = camera.StartContinuous(64, PluginCamera::region, 5);
+    uns32 last = 0;
+    for (int i = 0; i < 5; ++i) {
+        uns16* frame = nullptr;
+        const uns32 number = camera.AwaitFrame(last, &frame);
+        EXPECT_EQ(frame[0], last == 0 ? number : (last + number + 1) / 2);
+        last = number;
+    }
+    camera.Require(ox_exp_stop_cont(camera.handle(), CCS_HALT), "stop");
+}
+
+// The module behind the first one can't open the way alone.
+TEST(PluginAverage, NeedsTheFirstModule) {
+    const PluginCamera camera(Plugins::samples, {.stamp = true});
+    camera.SetModule(1, 0, 1);
+    EXPECT_EQ(camera.RunSequence(2)[PluginCamera::frame_pixels], 2);
+}
+
+constexpr rgn_type whole_sensor{.s1 = 0, .s2 = 2047, .sbin = 1, .p1 = 0, .p2 = 2047, .pbin = 1};
+
+// The camera must have let go of the private ring before its memory goes, or it writes where
+// nothing is any more.
+TEST(PluginRing, LibraryEndsInTheMiddleOfARun) {
+    for (int round = 0; round < 3; ++round) {
+        const PluginCamera camera(Plugins::samples, {});
+        camera.SwitchOn(no_threshold);
+        const std::vector<uns16> ring = camera.StartContinuous(4, whole_sensor, 1);
+        camera.AwaitFirstFrame();
+        EXPECT_EQ(ox_orvex_uninit(), 1);
+    }
+}
+
+// A start in the middle of a run takes the ring away from the camera before its memory goes. Like
+// every message, the one that starts the camera ends the run that is on.
+TEST(PluginRing, RunIsStartedTwice) {
+    const PluginCamera camera(Plugins::samples, {});
+    camera.SwitchOn(no_threshold);
+    std::vector<uns16> ring = camera.StartContinuous(4, whole_sensor, 1);
+    camera.AwaitFirstFrame();
+    const auto bytes = static_cast<uns32>(ring.size() * sizeof(uns16));
+    camera.Require(ox_exp_start_cont(camera.handle(), ring.data(), bytes), "start again");
+    camera.Require(ox_exp_stop_cont(camera.handle(), CCS_HALT), "stop");
+    camera.Require(ox_exp_start_cont(camera.handle(), ring.data(), bytes), "start after the stop");
+    camera.AwaitFirstFrame();
+    camera.Require(ox_exp_stop_cont(camera.handle(), CCS_HALT), "stop");
+}
+
+TEST(PluginRing, FramesGoWithIt) {
+    const PluginCamera camera(Plugins::samples, {.time_scale = "1"});
+    camera.SwitchOn(threshold);
+    std::vector<uns16> ring = camera.StartContinuous(64, PluginCamera::region, 5);
+    uns16* frame = nullptr;
+    camera.AwaitFrame(0, &frame);
+    camera.Require(ox_exp_stop_cont(camera.handle(), CCS_HALT), "stop");
+    camera.Require(ox_exp_finish_seq(camera.handle(), ring.data(), 0), "finish");
+    camera.SetModule(0, 0, 0);
+    void* newest = nullptr;
+    EXPECT_EQ(ox_exp_get_latest_frame(camera.handle(), &newest), 0);
+    EXPECT_EQ(ox_error_code(), C0_NO_IMG_DATA);
+    EXPECT_EQ(newest, nullptr);
+    EXPECT_EQ(Frame(camera.RunSequence(1), 0), camera.Seen());
+}
+
+}  // namespace
