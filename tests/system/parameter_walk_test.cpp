@@ -1,0 +1,543 @@
+// Every parameter of every software camera as an application meets it: all nine attributes, the
+// lists, and what setting it does.
+#include <algorithm>
+#include <gtest/gtest.h>
+#include <ostream>
+#include <set>
+#include <span>
+#include <string>
+
+#include "orvex/orvex.h"
+
+#include "parameter_expectations.h"
+#include "walked_camera.h"
+
+namespace {
+
+using expected::Answers;
+using expected::Anything;
+using expected::Cell;
+using expected::Fail;
+
+struct Attribute {
+    int16 id;
+    const char* name;
+};
+// In the order of the cells of a row.
+constexpr std::array<Attribute, 6> value_attributes{{{ATTR_CURRENT, "current"},
+                                                     {ATTR_COUNT, "count"},
+                                                     {ATTR_MIN, "min"},
+                                                     {ATTR_MAX, "max"},
+                                                     {ATTR_DEFAULT, "default"},
+                                                     {ATTR_INCREMENT, "increment"}}};
+
+const char* NameOf(uns32 id) {
+    switch (id) {
+#define NAME_OF_PARAMETER(name, value) \
+    case name: return #name;
+        ORVEX_PARAMS(NAME_OF_PARAMETER)
+#undef NAME_OF_PARAMETER
+        default: return "no parameter";
+    }
+}
+
+const expected::Row& RowOf(uns32 id) {
+    return *std::ranges::find(expected::rows(), id, &expected::Row::id);
+}
+
+bool IsRecord(uns32 id) {
+    return id == PARAM_TIDAL_STREAM_EXP_PARAMS;
+}
+
+std::string Describe(const Cell& cell) {
+    if (const auto* failure = std::get_if<Fail>(&cell)) {
+        return "error " + std::to_string(failure->code);
+    }
+    if (const auto* words = std::get_if<const char*>(&cell)) return *words;
+    if (std::holds_alternative<Anything>(cell)) return "anything";
+    return std::to_string(std::get<double>(cell));
+}
+
+void ExpectCell(const WalkedCamera& camera, uns32 id, Attribute attribute, int type,
+                const Cell& cell) {
+    const Reading reading(camera.handle(), id, attribute.id);
+    const int stored = attribute.id == ATTR_COUNT ? TYPE_UNS32 : type;
+    EXPECT_EQ(reading.Describe(stored),
+              std::holds_alternative<Anything>(cell) ? reading.Describe(stored) : Describe(cell))
+        << NameOf(id) << ", " << attribute.name;
+    EXPECT_EQ(reading.succeeded(), !std::holds_alternative<Fail>(cell)) << NameOf(id);
+    if (reading.succeeded()) {
+        EXPECT_TRUE(reading.KeptTheRest(stored)) << NameOf(id) << ", " << attribute.name;
+    }
+}
+
+void ExpectAnswers(const WalkedCamera& camera, uns32 id, int type, const Answers& answers) {
+    if (answers.nothing) {
+        for (int16 attribute = ATTR_CURRENT; attribute <= ATTR_AVAIL; ++attribute) {
+            EXPECT_EQ(Reading(camera.handle(), id, attribute).Describe(TYPE_UNS16), "error 0")
+                << NameOf(id) << ", attribute " << attribute;
+        }
+        return;
+    }
+    ExpectCell(camera, id, {ATTR_TYPE, "type"}, TYPE_UNS16, double(type));
+    ExpectCell(camera, id, {ATTR_ACCESS, "access"}, TYPE_UNS16, double(answers.access));
+    ExpectCell(camera, id, {ATTR_AVAIL, "avail"}, TYPE_UNS16, double(answers.available));
+    if (IsRecord(id) && answers.available) return;
+    for (size_t i = 0; i < value_attributes.size(); ++i) {
+        ExpectCell(camera, id, value_attributes[i], type, answers.cells[i]);
+    }
+}
+
+class ParameterWalk : public testing::TestWithParam<size_t> {
+  protected:
+    std::string model() const { return expected::models[GetParam()]; }
+    const Answers& AnswersOf(const expected::Row& row) const { return row.answers[GetParam()]; }
+};
+
+INSTANTIATE_TEST_SUITE_P(Models, ParameterWalk, testing::Range<size_t>(0, expected::models.size()),
+                         [](const auto& model) { return expected::models[model.param]; });
+
+TEST_P(ParameterWalk, AnswersEveryAttribute) {
+    const WalkedCamera camera(model());
+    for (const expected::Row& row : expected::rows()) {
+        ExpectAnswers(camera, row.id, row.type, AnswersOf(row));
+    }
+}
+
+TEST_P(ParameterWalk, KnowsNoOtherAttribute) {
+    const WalkedCamera camera(model());
+    for (const expected::Row& row : expected::rows()) {
+        if (AnswersOf(row).nothing) continue;
+        // What needs a setup says so, whatever it is asked.
+        const Cell& current = AnswersOf(row).cells[0];
+        const auto* failure = std::get_if<Fail>(&current);
+        const bool waits = failure && failure->code == C0_ACQ_NOT_CONFIGURED;
+        for (const int16 attribute : {int16{9}, int16{-1}}) {
+            EXPECT_EQ(Reading(camera.handle(), row.id, attribute).Describe(TYPE_UNS16),
+                      waits ? "error 49" : "error 25")
+                << NameOf(row.id) << ", attribute " << attribute;
+        }
+    }
+    constexpr uns32 unknown = 0x060203FF;
+    EXPECT_EQ(Reading(camera.handle(), unknown, ATTR_AVAIL).Describe(TYPE_UNS16),
+              Describe(Cell{0.}));
+    EXPECT_EQ(Reading(camera.handle(), unknown, ATTR_TYPE).Describe(TYPE_UNS16), "error 25");
+    EXPECT_EQ(camera.Set(unknown, TYPE_UNS16, 1), C2_NOT_AVAILABLE);
+}
+
+TEST_P(ParameterWalk, ListsEnumerations) {
+    const WalkedCamera camera(model());
+    std::set<uns32> listed;
+    for (const expected::Enumeration& enumeration : expected::enumerations()) {
+        if ((" " + std::string(enumeration.models) + " ").find(" " + model() + " ") ==
+            std::string::npos) {
+            continue;
+        }
+        SCOPED_TRACE(NameOf(enumeration.id));
+        listed.insert(enumeration.id);
+        const auto count = static_cast<uns32>(enumeration.entries.size());
+        for (uns32 i = 0; i < count; ++i) {
+            const auto& [wanted, words] = enumeration.entries[i];
+            int32 value = -1;
+            char text[64];
+            std::memset(text, '#', sizeof text);
+            ASSERT_EQ(ox_get_enum_param(camera.handle(), enumeration.id, i, &value, text, 64), 1);
+            EXPECT_EQ(value, wanted);
+            EXPECT_STREQ(text, words);
+            uns32 length = 0;
+            ASSERT_EQ(ox_enum_str_length(camera.handle(), enumeration.id, i, &length), 1);
+            EXPECT_EQ(length, std::strlen(words) + 1);
+            // A text that doesn't fit is cut without complaint.
+            ASSERT_EQ(ox_get_enum_param(camera.handle(), enumeration.id, i, &value, text, 3), 1);
+            EXPECT_EQ(text, std::string(words).substr(0, 2));
+        }
+        int32 value = 0;
+        char text[64];
+        EXPECT_EQ(ox_get_enum_param(camera.handle(), enumeration.id, count, &value, text, 64), 0);
+        EXPECT_EQ(ox_error_code(), C2_INDEX_OUT_OF_RANGE);
+    }
+    for (const expected::Row& row : expected::rows()) {
+        const bool has_list = row.type == TYPE_ENUM && AnswersOf(row).available == 1;
+        EXPECT_EQ(listed.contains(row.id), has_list) << NameOf(row.id);
+    }
+}
+
+TEST_P(ParameterWalk, RefusesWhatCannotBeSet) {
+    const WalkedCamera camera(model());
+    for (const expected::Row& row : expected::rows()) {
+        const Answers& answers = AnswersOf(row);
+        if (answers.nothing) {
+            EXPECT_EQ(camera.Set(row.id, row.type, 1), 0) << NameOf(row.id);
+        } else if (!answers.available) {
+            EXPECT_EQ(camera.Set(row.id, row.type, 1), C2_NOT_AVAILABLE) << NameOf(row.id);
+        } else if (answers.access == ACC_READ_ONLY || answers.access == ACC_EXIST_CHECK_ONLY) {
+            EXPECT_EQ(camera.Set(row.id, row.type, 1), C2_FAILED_TO_SET_VALUE) << NameOf(row.id);
+        }
+    }
+}
+
+// One thing that is set: what comes of it, and what is read afterwards.
+struct Setting {
+    uns32 id;
+    double value;
+    int16 error;
+    Cell read;
+};
+
+Setting takes(uns32 id, double value) {
+    return {id, value, 0, value};
+}
+Setting refuses(uns32 id, double value, int16 error, double kept) {
+    return {id, value, error, kept};
+}
+
+// The camera doesn't take the value, which the read-back shows.
+Setting bounces(uns32 id, double value, double kept) {
+    return {id, value, C2_FAILED_TO_SET_VALUE, kept};
+}
+
+const std::vector<Setting> common_settings{
+    takes(PARAM_DD_RETRIES, 7),
+    takes(PARAM_DD_TIMEOUT, 65535),
+    takes(PARAM_CLEAR_CYCLES, 65535),
+    takes(PARAM_SHTR_CLOSE_DELAY, 65535),
+    takes(PARAM_SHTR_OPEN_DELAY, 0),
+    // It goes out with the next start; until then the camera has its former time.
+    {PARAM_EXP_TIME, 55, 0, 0.},
+    takes(PARAM_PREAMP_OFF_CONTROL, 4294967295.),
+    takes(PARAM_SHTR_OPEN_MODE, 4),
+    {PARAM_SHTR_OPEN_MODE, 7, 0, 1.},
+    takes(PARAM_CLEAR_MODE, 2),
+    takes(PARAM_CLEAR_MODE, 5),
+    refuses(PARAM_CLEAR_MODE, 6, C2_NOT_AVAILABLE, 5),
+    takes(PARAM_SENSOR_CORRECTION_STATE, 0),
+    {PARAM_BOF_EOF_CLR, 1, 0, 0.},
+    takes(PARAM_SPDTAB_INDEX, 0),
+    // A negative index is the camera's to judge.
+    bounces(PARAM_SPDTAB_INDEX, -1, 0),
+};
+
+const std::vector<Setting> ccd_settings{
+    takes(PARAM_ADC_OFFSET, -32768),
+    takes(PARAM_ADC_OFFSET, 321),
+    takes(PARAM_GAIN_INDEX, 3),
+    bounces(PARAM_GAIN_INDEX, 4, 3),
+    bounces(PARAM_GAIN_INDEX, 0, 3),
+    takes(PARAM_SPDTAB_INDEX, 1),
+    // The second speed has two gains, converts faster and with fewer bits.
+    {PARAM_GAIN_INDEX, 2, 0, 2.},
+    bounces(PARAM_GAIN_INDEX, 3, 2),
+    refuses(PARAM_SPDTAB_INDEX, 2, C2_NOT_AVAILABLE, 1),
+    takes(PARAM_TEMP_SETPOINT, -7000),
+    bounces(PARAM_TEMP_SETPOINT, -7001, -7000),
+    takes(PARAM_TEMP_SETPOINT, 2000),
+    takes(PARAM_PREMASK, 12),
+    takes(PARAM_POSTMASK, 0),
+    takes(PARAM_PRESCAN, 65535),
+    takes(PARAM_POSTSCAN, 1),
+    takes(PARAM_PAR_SIZE, 512),
+    takes(PARAM_SER_SIZE, 1),
+    takes(PARAM_EXP_RES, 1),
+    refuses(PARAM_EXP_RES, 2, C2_INDEX_OUT_OF_RANGE, 1),
+    takes(PARAM_EXP_RES_INDEX, 0),
+    refuses(PARAM_EXP_RES_INDEX, 2, C2_INDEX_OUT_OF_RANGE, 0),
+    takes(PARAM_READOUT_PORT, 0),
+    // With one port there is nothing to change, whatever is asked.
+    {PARAM_READOUT_PORT, 5, 0, 0.},
+    takes(PARAM_PMODE, 5),
+    takes(PARAM_PMODE, 7),
+    takes(PARAM_BOF_EOF_ENABLE, 3),
+    {PARAM_BOF_EOF_ENABLE, 4, 0, 3.},
+    // Port 0 drives and can't be read.
+    {PARAM_IO_STATE, 255, 0, expected::x27},
+    takes(PARAM_IO_ADDR, 1),
+    takes(PARAM_IO_DIRECTION, 1),
+    takes(PARAM_IO_STATE, 255),
+    refuses(PARAM_IO_DIRECTION, 3, C2_IO_DIRECTION_INVALID, 1),
+    takes(PARAM_IO_DIRECTION, 2),
+    takes(PARAM_IO_ADDR, 2),
+    refuses(PARAM_IO_STATE, 1, C2_FAILED_TO_SET_VALUE, 0),
+    refuses(PARAM_IO_DIRECTION, 1, C2_FAILED_TO_SET_VALUE, 0),
+    takes(PARAM_IO_ADDR, 3),
+    {PARAM_IO_STATE, 2.5, 0, expected::x27},
+    refuses(PARAM_IO_ADDR, 4, C2_ADDR_OUT_OF_RANGE, 3),
+};
+
+const std::vector<Setting> cmos_settings{
+    takes(PARAM_ADC_OFFSET, 32767),
+    takes(PARAM_GAIN_INDEX, 2),
+    bounces(PARAM_GAIN_INDEX, 3, 2),
+    takes(PARAM_READOUT_PORT, 1),
+    bounces(PARAM_READOUT_PORT, 2, 1),
+    takes(PARAM_SPDTAB_INDEX, 1),
+    refuses(PARAM_SPDTAB_INDEX, 2, C2_NOT_AVAILABLE, 1),
+    takes(PARAM_TEMP_SETPOINT, 2500),
+    bounces(PARAM_TEMP_SETPOINT, 2501, 2500),
+    takes(PARAM_PP_INDEX, 3),
+    takes(PARAM_PP_PARAM, 16),
+    bounces(PARAM_PP_PARAM, 17, 16),
+    bounces(PARAM_PP_PARAM_INDEX, 1, 0),
+    takes(PARAM_PP_INDEX, 1),
+    takes(PARAM_PP_PARAM_INDEX, 1),
+    takes(PARAM_PP_PARAM, 100),
+    bounces(PARAM_PP_PARAM, 99, 100),
+    takes(PARAM_LAST_MUXED_SIGNAL, 3),
+    bounces(PARAM_LAST_MUXED_SIGNAL, 4, 3),
+    takes(PARAM_EXP_RES, 1),
+    takes(PARAM_EXP_RES_INDEX, 2),
+    refuses(PARAM_EXP_RES, 3, C2_INDEX_OUT_OF_RANGE, 2),
+    refuses(PARAM_CENTROIDS_ENABLED, 1, C2_NOT_AVAILABLE, 0),  // metadata are off
+    takes(PARAM_METADATA_ENABLED, 1),
+    takes(PARAM_CENTROIDS_ENABLED, 1),
+    takes(PARAM_CENTROIDS_RADIUS, 2),
+    bounces(PARAM_CENTROIDS_RADIUS, 1, 2),
+    bounces(PARAM_CENTROIDS_RADIUS, 16, 2),
+    takes(PARAM_CENTROIDS_COUNT, 1),
+    bounces(PARAM_CENTROIDS_COUNT, 101, 1),
+    takes(PARAM_CENTROIDS_MODE, 1),
+    bounces(PARAM_CENTROIDS_MODE, 2, 1),
+    takes(PARAM_CENTROIDS_BG_COUNT, 2),
+    bounces(PARAM_CENTROIDS_BG_COUNT, 3, 2),
+    takes(PARAM_CENTROIDS_THRESHOLD, 4095),
+    bounces(PARAM_CENTROIDS_THRESHOLD, 4096, 4095),
+    bounces(PARAM_CENTROIDS_THRESHOLD, 15, 4095),
+    takes(PARAM_PMODE, 4),
+    refuses(PARAM_PMODE, 1, C2_NOT_AVAILABLE, 4),
+    refuses(PARAM_PMODE, 2, C2_NOT_AVAILABLE, 4),
+    takes(PARAM_FAN_SPEED_SETPOINT, 3),
+    bounces(PARAM_FAN_SPEED_SETPOINT, 4, 3),
+    takes(PARAM_TRIGTAB_SIGNAL, 0),
+    bounces(PARAM_TRIGTAB_SIGNAL, 1, 0),
+    takes(PARAM_FRAME_DELIVERY_MODE, 1),
+    bounces(PARAM_FRAME_DELIVERY_MODE, 2, 1),
+    takes(PARAM_TIDAL_STREAM_MODE_ENABLED, 1),
+    takes(PARAM_TIDAL_STREAM_MODE, 0),
+    bounces(PARAM_TIDAL_STREAM_MODE, 1, 0),
+};
+
+const std::vector<Setting> plain_settings{
+    takes(PARAM_GAIN_INDEX, 2),
+    bounces(PARAM_GAIN_INDEX, 3, 2),
+    refuses(PARAM_SPDTAB_INDEX, 1, C2_NOT_AVAILABLE, 0),
+    takes(PARAM_TEMP_SETPOINT, -4500),
+    takes(PARAM_PREMASK, 0),
+    takes(PARAM_POSTMASK, 65535),
+    takes(PARAM_PRESCAN, 9),
+    takes(PARAM_POSTSCAN, 3),
+    takes(PARAM_PAR_SIZE, 256),
+    takes(PARAM_SER_SIZE, 256),
+    {PARAM_READOUT_PORT, 1, 0, 0.},
+    takes(PARAM_PMODE, 4),
+    refuses(PARAM_PMODE, 5, C2_NOT_AVAILABLE, 4),
+    refuses(PARAM_PMODE, 6, C2_NOT_AVAILABLE, 4),
+};
+
+const std::vector<Setting> em_settings{
+    takes(PARAM_ADC_OFFSET, -1),
+    takes(PARAM_GAIN_MULT_FACTOR, 1000),
+    bounces(PARAM_GAIN_MULT_FACTOR, 1001, 1000),
+    bounces(PARAM_GAIN_MULT_FACTOR, 0, 1000),
+    takes(PARAM_GAIN_INDEX, 3),
+    // Sizes belong to the port and are read anew after a change of it.
+    takes(PARAM_PREMASK, 1),
+    takes(PARAM_READOUT_PORT, 1),
+    {PARAM_PREMASK, 528, 0, 528.},
+    bounces(PARAM_GAIN_INDEX, 3, 1),
+    bounces(PARAM_READOUT_PORT, 2, 1),
+    takes(PARAM_SPDTAB_INDEX, 1),
+    takes(PARAM_TEMP_SETPOINT, 0),
+    bounces(PARAM_TEMP_SETPOINT, 1, 0),
+    takes(PARAM_POSTMASK, 2),
+    takes(PARAM_PRESCAN, 3),
+    takes(PARAM_POSTSCAN, 5),
+    takes(PARAM_PAR_SIZE, 511),
+    takes(PARAM_SER_SIZE, 510),
+    takes(PARAM_EXP_RES, 1),
+    takes(PARAM_EXP_RES_INDEX, 0),
+    takes(PARAM_PMODE, 5),
+    refuses(PARAM_PMODE, 3, C2_NOT_AVAILABLE, 5),  // always on, so that it can't be chosen
+};
+
+const std::array<const std::vector<Setting>*, expected::models.size()> settings_by_model{
+    &ccd_settings, &cmos_settings, &plain_settings, &em_settings};
+
+TEST_P(ParameterWalk, TakesLegalValuesAndRefusesOthers) {
+    const WalkedCamera camera(model());
+    std::set<uns32> tried;
+    for (const std::vector<Setting>* settings : {settings_by_model[GetParam()], &common_settings}) {
+        for (const Setting& setting : *settings) {
+            SCOPED_TRACE(std::string(NameOf(setting.id)) + " = " + std::to_string(setting.value));
+            const int type = RowOf(setting.id).type;
+            tried.insert(setting.id);
+            EXPECT_EQ(camera.Set(setting.id, type, setting.value), setting.error);
+            ExpectCell(camera, setting.id, value_attributes[0], type, setting.read);
+        }
+    }
+    for (const expected::Row& row : expected::rows()) {
+        const Answers& answers = AnswersOf(row);
+        const bool writable =
+            answers.available && !IsRecord(row.id) &&
+            (answers.access == ACC_READ_WRITE || answers.access == ACC_WRITE_ONLY);
+        EXPECT_TRUE(tried.contains(row.id) || !writable) << NameOf(row.id) << " was never set";
+    }
+}
+
+TEST(ParameterSets, SpeedDecidesDepthAndGains) {
+    const WalkedCamera camera("ccd");
+    EXPECT_EQ(camera.Set(PARAM_GAIN_INDEX, TYPE_INT16, 3), 0);
+    EXPECT_EQ(camera.Set(PARAM_SPDTAB_INDEX, TYPE_INT16, 1), 0);
+    ExpectCell(camera, PARAM_PIX_TIME, value_attributes[0], TYPE_UNS16, 200.);
+    ExpectCell(camera, PARAM_BIT_DEPTH, value_attributes[0], TYPE_INT16, 14.);
+    ExpectCell(camera, PARAM_GAIN_INDEX, value_attributes[0], TYPE_INT16, 1.);
+    ExpectCell(camera, PARAM_GAIN_INDEX, value_attributes[3], TYPE_INT16, 2.);
+}
+
+// A camera tells that its MPP can be chosen after its lists were made, so that the modes are there
+// from the second open on.
+TEST(ParameterSets, MppModesComeWithTheSecondOpen) {
+    WalkedCamera camera("ccd");
+    camera.Reopen();
+    ExpectAnswers(camera, PARAM_PMODE, TYPE_ENUM, expected::list(2, 1, 4, 1, 7, 1));
+    int32 value = 0;
+    char text[64] = {};
+    ASSERT_EQ(ox_get_enum_param(camera.handle(), PARAM_PMODE, 2, &value, text, 64), 1);
+    EXPECT_EQ(value, 3);
+    EXPECT_STREQ(text, "Frame Transfer with MPP");
+}
+
+struct PortAnswers {
+    int address;
+    int type, direction, direction_access, state_access, bits;
+    Cell state;
+    double max;
+};
+
+TEST(ParameterSets, IoParametersSpeakOfTheSelectedPort) {
+    const WalkedCamera camera("ccd");
+    const PortAnswers ports[] = {{0, IO_TYPE_TTL, 1, 1, 4, 8, expected::x27, 255},
+                                 {1, IO_TYPE_TTL, 2, 2, 2, 8, 0., 255},
+                                 {2, IO_TYPE_TTL, 0, 1, 1, 1, 0., 1},
+                                 {3, IO_TYPE_DAC, 1, 1, 4, 12, expected::x27, 5}};
+    for (const PortAnswers& port : ports) {
+        ASSERT_EQ(camera.Set(PARAM_IO_ADDR, TYPE_UNS16, port.address), 0);
+        ExpectAnswers(camera, PARAM_IO_TYPE, TYPE_ENUM, expected::list(1, port.type, 2, 0, 1, 0));
+        ExpectAnswers(camera, PARAM_IO_DIRECTION, TYPE_ENUM,
+                      expected::list(port.direction_access, port.direction, 3, 0, 2, 0));
+        ExpectAnswers(camera, PARAM_IO_STATE, TYPE_FLT64,
+                      {port.state_access, 1, {port.state, 0., 0., port.max, 0., 0.}});
+        ExpectAnswers(camera, PARAM_IO_BITDEPTH, TYPE_UNS16, expected::fixed(port.bits));
+    }
+}
+
+TEST(ParameterSets, ExposureListIsARecordOfTheCaller) {
+    const WalkedCamera camera("cmos");
+    const int16 hcam = camera.handle();
+    uns32 wanted[] = {10, 20, 4000000000u};
+    tidal_stream_type list{3, wanted};
+    ASSERT_EQ(ox_set_param(hcam, PARAM_TIDAL_STREAM_EXP_PARAMS, &list), 1);
+    ExpectCell(camera, PARAM_TIDAL_STREAM_EXP_PARAMS, value_attributes[1], TYPE_UNS32, 3.);
+    uns32 read[5] = {};
+    tidal_stream_type room{2, read};
+    EXPECT_EQ(ox_get_param(hcam, PARAM_TIDAL_STREAM_EXP_PARAMS, ATTR_CURRENT, &room), 0);
+    EXPECT_EQ(ox_error_code(), C2_ADDR_OUT_OF_RANGE);
+    EXPECT_EQ(room.entries, 3);
+    ASSERT_EQ(ox_get_param(hcam, PARAM_TIDAL_STREAM_EXP_PARAMS, ATTR_CURRENT, &room), 1);
+    EXPECT_TRUE(std::ranges::equal(std::span(read).first(3), wanted));
+    for (const auto& [attribute, entries] :
+         {std::pair{ATTR_MIN, 1}, {ATTR_MAX, 16}, {ATTR_DEFAULT, 1}, {ATTR_INCREMENT, 1}}) {
+        ASSERT_EQ(
+            ox_get_param(hcam, PARAM_TIDAL_STREAM_EXP_PARAMS, static_cast<int16>(attribute), &room),
+            1);
+        EXPECT_EQ(room.entries, entries);
+    }
+    uns32 many[17] = {};
+    tidal_stream_type too_many{17, many};
+    EXPECT_EQ(ox_set_param(hcam, PARAM_TIDAL_STREAM_EXP_PARAMS, &too_many), 0);
+    EXPECT_EQ(ox_error_code(), C2_INDEX_OUT_OF_RANGE);
+    tidal_stream_type empty{0, wanted};
+    EXPECT_EQ(ox_set_param(hcam, PARAM_TIDAL_STREAM_EXP_PARAMS, &empty), 1);
+}
+
+TEST_P(ParameterWalk, SetupBringsItsParametersAndSomeSettingsVoidIt) {
+    const WalkedCamera camera(model());
+    ASSERT_TRUE(camera.SetUp());
+    // Two frames of 8 x 4 pixels after binning; a buffer ends at the last whole frame below 2 GiB.
+    ExpectAnswers(camera, PARAM_FRAME_BUFFER_SIZE, TYPE_UNS64,
+                  {1, 1, {128., 0., 128., 2147475456., 128., 64.}});
+    ExpectCell(camera, PARAM_EXPOSURE_TIME, value_attributes[0], TYPE_UNS64, 25.);
+    if (model() == "cmos") {
+        ExpectCell(camera, PARAM_BINNING_SER, value_attributes[0], TYPE_ENUM, 1.);
+        ExpectCell(camera, PARAM_BINNING_PAR, value_attributes[0], TYPE_ENUM, 2.);
+        // Two clears, each a tenth of reading 2048 rows at 10 us.
+        ExpectAnswers(camera, PARAM_CLEARING_TIME, TYPE_INT64, expected::fixed(4096000));
+        ExpectAnswers(camera, PARAM_PRE_TRIGGER_DELAY, TYPE_INT64, expected::fixed(25000));
+        ExpectAnswers(camera, PARAM_POST_TRIGGER_DELAY, TYPE_INT64, expected::fixed(10000));
+    }
+
+    struct Effect {
+        uns32 id;
+        double value;
+        bool voids;
+    };
+    constexpr Effect effects[] = {
+        {PARAM_CLEAR_CYCLES, 2, false},  // what it was
+        {PARAM_CLEAR_CYCLES, 3, true},
+        {PARAM_CLEAR_MODE, 2, true},
+        {PARAM_CLEAR_MODE, 2, false},
+        {PARAM_PMODE, 5, true},
+        {PARAM_PMODE, 4, true},
+        {PARAM_SHTR_OPEN_MODE, 2, true},
+        {PARAM_SHTR_OPEN_MODE, 2, false},
+        {PARAM_SPDTAB_INDEX, 0, true},
+        {PARAM_EXP_RES_INDEX, 0, false},
+        {PARAM_EXP_RES_INDEX, 1, true},
+        {PARAM_EXP_RES, 1, false},
+        {PARAM_GAIN_INDEX, 2, false},
+        {PARAM_ADC_OFFSET, 5, false},
+        {PARAM_TEMP_SETPOINT, 0, false},
+        {PARAM_GAIN_MULT_FACTOR, 20, false},
+        {PARAM_SENSOR_CORRECTION_STATE, 0, false},
+        {PARAM_PREAMP_OFF_CONTROL, 1, false},
+        {PARAM_SHTR_CLOSE_DELAY, 1, false},
+        {PARAM_SHTR_OPEN_DELAY, 1, false},
+        {PARAM_POSTSCAN, 1, false},
+        {PARAM_FAN_SPEED_SETPOINT, 1, false},
+        {PARAM_METADATA_ENABLED, 1, true},
+        {PARAM_METADATA_ENABLED, 1, true},
+        {PARAM_CENTROIDS_RADIUS, 3, true},
+        {PARAM_CENTROIDS_COUNT, 4, true},
+        {PARAM_CENTROIDS_MODE, 1, true},
+        {PARAM_CENTROIDS_BG_COUNT, 1, false},
+        {PARAM_CENTROIDS_THRESHOLD, 20, false},
+        {PARAM_FRAME_DELIVERY_MODE, 1, false},
+        {PARAM_TRIGTAB_SIGNAL, 0, false},
+        {PARAM_LAST_MUXED_SIGNAL, 1, false},
+        {PARAM_PP_PARAM, 1, false},
+        {PARAM_TIDAL_STREAM_MODE, 0, false},
+        {PARAM_TIDAL_STREAM_MODE_ENABLED, 0, true},
+        {PARAM_CENTROIDS_ENABLED, 1, true},
+    };
+    for (const Effect& effect : effects) {
+        const bool takes =
+            Reading(camera.handle(), effect.id, ATTR_AVAIL).number(TYPE_UNS16) == 1 &&
+            Reading(camera.handle(), effect.id, ATTR_ACCESS).number(TYPE_UNS16) == 2;
+        if (!takes) continue;
+        SCOPED_TRACE(std::string(NameOf(effect.id)) + " = " + std::to_string(effect.value));
+        ASSERT_TRUE(camera.SetUp());
+        const bool taken = camera.Set(effect.id, RowOf(effect.id).type, effect.value) == 0;
+        const Reading buffer(camera.handle(), PARAM_FRAME_BUFFER_SIZE, ATTR_CURRENT);
+        EXPECT_EQ(buffer.succeeded(), !(effect.voids && taken));
+    }
+}
+
+TEST(ParameterSets, ContinuousRunTellsRingSizes) {
+    const WalkedCamera camera("cmos");
+    ASSERT_TRUE(camera.SetUpRing());
+    for (const auto& [attribute, bytes] :
+         {std::pair{2, 64.}, {3, 2147475456.}, {4, 131072.}, {5, 64.}}) {
+        ExpectCell(camera, PARAM_FRAME_BUFFER_SIZE, value_attributes[size_t(attribute)], TYPE_UNS64,
+                   bytes);
+    }
+}
+
+}  // namespace
