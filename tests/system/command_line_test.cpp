@@ -1,13 +1,12 @@
 // The program orvex as a user runs it, against noiseless software cameras.
-#include <array>
-#include <cstdio>
+#include "support/command_line.h"
+
 #include <filesystem>
-#include <fstream>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <string>
-#include <sys/wait.h>
 
+#include "support/image_reading.h"
 #include "support/scene_image.h"
 #include "support/temp_dir.h"
 
@@ -16,10 +15,7 @@ namespace {
 using testing::HasSubstr;
 using testing::Not;
 
-struct Output {
-    int status = -1;
-    std::string text;  // both streams
-};
+using Output = support::ProgramOutput;
 
 class CommandLine : public testing::Test {
   protected:
@@ -35,42 +31,13 @@ class CommandLine : public testing::Test {
     }
 
     Output Orvex(const std::string& arguments) const {
-        const std::string command = "cd '" + folder_.path().string() + "' && ORVEX_SOFTCAM='" +
-                                    configuration_ + "' '" ORVEX_BIN_DIR "/orvex' " + arguments +
-                                    " 2>&1";
-        Output output;
-        FILE* pipe = popen(command.c_str(), "r");
-        if (!pipe) return output;
-        std::array<char, 4096> buffer;
-        while (const size_t count = fread(buffer.data(), 1, buffer.size(), pipe)) {
-            output.text.append(buffer.data(), count);
-        }
-        const int status = pclose(pipe);
-        if (WIFEXITED(status)) output.status = WEXITSTATUS(status);
-        return output;
+        return support::CommandLineProgram(folder_.path(), configuration_).Run(arguments);
     }
 
     support::TempDir folder_;
     support::SceneImage scene_;
     std::string configuration_;
 };
-
-// The pixels of a FITS image of 16 bits, found without a library.
-std::vector<uns16> FitsPixels(const std::filesystem::path& path, size_t count) {
-    std::ifstream file(path, std::ios::binary);
-    const std::string content((std::istreambuf_iterator<char>(file)), {});
-    constexpr size_t block = 2880;
-    const size_t end = content.find(std::string("END") + std::string(77, ' '));
-    const size_t data = (end / block + 1) * block;
-    std::vector<uns16> pixels;
-    for (size_t i = 0; i < count && data + 2 * i + 1 < content.size(); ++i) {
-        const auto high = static_cast<uns8>(content[data + 2 * i]);
-        const auto low = static_cast<uns8>(content[data + 2 * i + 1]);
-        // Unsigned values are stored with an offset of 32768.
-        pixels.push_back(static_cast<uns16>((high << 8 | low) ^ 0x8000));
-    }
-    return pixels;
-}
 
 TEST_F(CommandLine, ListsTheCameras) {
     const Output names = Orvex("list --names");
@@ -91,9 +58,9 @@ TEST_F(CommandLine, SnapWritesTheSceneIntoAllFiles) {
                   100u);
     }
     const std::vector<uns16> once = scene_.CropAndBin({100, 159, 2, 200, 239, 1});
-    std::vector<uns16> twice = once;
-    twice.insert(twice.end(), once.begin(), once.end());
-    EXPECT_EQ(FitsPixels(folder_ / "pictures/first.fits", twice.size()), twice);
+    const std::vector<std::vector<uns16>> twice = {once, once};
+    EXPECT_EQ(support::ReadFits(folder_ / "pictures/first.fits").pixels, twice);
+    EXPECT_EQ(support::ReadTiff(folder_ / "pictures/first.tif").pixels, twice);
 }
 
 TEST_F(CommandLine, ParametersByNameAndText) {

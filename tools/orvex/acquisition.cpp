@@ -14,6 +14,23 @@ namespace orvex {
 
 namespace {
 
+// Polls until the run has ended.
+void wait_for_end(const Camera& camera, const Acquisition& run, uns32 total_bytes) {
+    Progress progress("exposing", run.frames);
+    int16 status = EXPOSURE_IN_PROGRESS;
+    while (status != READOUT_COMPLETE) {
+        uns32 bytes = 0;
+        require(ox_exp_check_status(camera.handle(), &status, &bytes), "the run failed");
+        progress.update(run.frame_bytes ? std::min(bytes, total_bytes) / run.frame_bytes : 0);
+        if (status == READOUT_FAILED) throw std::runtime_error("the read-out failed");
+        if (status == READOUT_NOT_ACTIVE) throw std::runtime_error("the run ended early");
+        if (status != READOUT_COMPLETE) std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    progress.update(run.frames);
+}
+
+}  // namespace
+
 std::string utc_now() {
     const auto now = std::chrono::system_clock::now();
     const std::time_t seconds = std::chrono::system_clock::to_time_t(now);
@@ -38,23 +55,6 @@ void read_facts(const Camera& camera, Acquisition& out) {
     out.pixel_time_ns = camera.get_or<uns16>(PARAM_PIX_TIME, 0);
     out.temperature_c = camera.get_or<int16>(PARAM_TEMP, 0) / 100.0;
 }
-
-// Polls until the run has ended.
-void wait_for_end(const Camera& camera, const Acquisition& run, uns32 total_bytes) {
-    Progress progress("exposing", run.frames);
-    int16 status = EXPOSURE_IN_PROGRESS;
-    while (status != READOUT_COMPLETE) {
-        uns32 bytes = 0;
-        require(ox_exp_check_status(camera.handle(), &status, &bytes), "the run failed");
-        progress.update(run.frame_bytes ? std::min(bytes, total_bytes) / run.frame_bytes : 0);
-        if (status == READOUT_FAILED) throw std::runtime_error("the read-out failed");
-        if (status == READOUT_NOT_ACTIVE) throw std::runtime_error("the run ended early");
-        if (status != READOUT_COMPLETE) std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
-    progress.update(run.frames);
-}
-
-}  // namespace
 
 std::span<const uint16_t> Acquisition::frame(uint32_t index) const {
     const size_t count = frame_bytes / 2;

@@ -54,6 +54,12 @@ rgn_type resolve_region(const Camera& camera, const SetUp& set_up);
 // Chooses the camera's exposure resolution that holds the time, and returns the time in its unit.
 uns32 apply_exposure(const Camera& camera, double exposure_ms);
 
+// The facts that the camera tells of itself and of its settings.
+void read_facts(const Camera& camera, Acquisition& out);
+
+// ISO 8601, to the millisecond.
+std::string utc_now();
+
 // Sets up, runs to the end and reads out. Draws a progress bar on a terminal.
 Acquisition take_sequence(const Camera& camera, const SetUp& set_up);
 

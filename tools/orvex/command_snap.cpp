@@ -67,8 +67,8 @@ void snap(const SnapOptions& options) {
     const std::filesystem::path folder = std::filesystem::path(base).parent_path();
     if (!folder.empty()) std::filesystem::create_directories(folder);
     const std::vector<std::string> files = {base + ".tif", base + ".fits", base + ".png"};
-    write_tiff(files[0], acquisition);
-    write_fits(files[1], acquisition);
+    write_frames(FileKind::tiff, files[0], acquisition);
+    write_frames(FileKind::fits, files[1], acquisition);
     write_preview(files[2], acquisition, 0);
 
     if (options.json) {

@@ -11,6 +11,8 @@ void add_params(CLI::App& program);
 void add_get(CLI::App& program);
 void add_set(CLI::App& program);
 void add_snap(CLI::App& program);
+void add_stream(CLI::App& program);
+void add_metadata(CLI::App& program);
 void add_program(CLI::App& program);
 
 }  // namespace orvex

@@ -16,6 +16,8 @@ int main(int argc, char** argv) {
     orvex::add_get(program);
     orvex::add_set(program);
     orvex::add_snap(program);
+    orvex::add_stream(program);
+    orvex::add_metadata(program);
     orvex::add_program(program);
     try {
         program.parse(argc, argv);

@@ -5,16 +5,22 @@
 namespace orvex {
 
 void SetUpOptions::add_to(CLI::App& command) {
-    command.add_option("camera", camera, "name or index")->required();
+    add_settings_to(command);
     command.add_option("--frames", frames, "frames to take")
         ->check(CLI::Range(1u, 65535u))
         ->capture_default_str();
-    command.add_option("--exposure", exposure_ms, "exposure of a frame in ms")
-        ->capture_default_str();
     command.add_option("--roi", region,
                        "x,y,width,height in unbinned pixels, or centre,WIDTHxHEIGHT; default all");
+}
+
+void SetUpOptions::add_settings_to(CLI::App& command) {
+    command.add_option("camera", camera, "name or index")->required();
+    command.add_option("--exposure", exposure_ms, "exposure of a frame in ms")
+        ->capture_default_str();
     command.add_option("--bin", binning, "binning, N or NxM, columns first")->capture_default_str();
-    command.add_option("--set", assignments, "NAME=VALUE, parameters to set before");
+    // One at a time, so that the camera may follow.
+    command.add_option("--set", assignments, "NAME=VALUE, a parameter to set before; repeatable")
+        ->allow_extra_args(false);
 }
 
 SetUp SetUpOptions::set_up() const {

@@ -18,6 +18,8 @@ struct SetUpOptions {
     std::vector<std::string> assignments;
 
     void add_to(CLI::App& command);
+    // All but the region and the count of frames.
+    void add_settings_to(CLI::App& command);
     SetUp set_up() const;
     // Applies the parameters given with --set.
     void apply(const Camera& camera) const;

@@ -1,0 +1,146 @@
+#include <cstdio>
+#include <filesystem>
+#include <iostream>
+
+#include "orvex/commands.h"
+#include "orvex/image_files.h"
+#include "orvex/metadata_recording.h"
+
+// metadata: what recorded frames tell of themselves, and pictures of them.
+namespace orvex {
+
+namespace {
+
+struct MetadataOptions {
+    std::string file;
+    uint32_t frame = 0;  // from 1; 0 all
+    std::string out;
+    bool json = false;
+};
+
+struct FrameRange {
+    uint32_t first;
+    uint32_t end;
+};
+
+FrameRange choose_frames(const MetadataOptions& options, const MetadataRecording& recording) {
+    if (options.frame == 0) return {0, recording.frames()};
+    if (options.frame > recording.frames()) {
+        throw std::invalid_argument("the recording has " + std::to_string(recording.frames()) +
+                                    " frames");
+    }
+    return {options.frame - 1, options.frame};
+}
+
+std::string place_text(const nlohmann::ordered_json& region) {
+    if (region.is_null()) return "-";
+    char text[64];
+    std::snprintf(text, sizeof text, "%u,%u,%u,%u", region[0].get<unsigned>(),
+                  region[1].get<unsigned>(), region[2].get<unsigned>(), region[3].get<unsigned>());
+    return text;
+}
+
+std::string tags_text(const nlohmann::ordered_json& tags) {
+    std::string text;
+    for (const auto& tag : tags) {
+        text +=
+            (text.empty() ? "" : ", ") + tag["name"].get<std::string>() + ' ' + tag["value"].dump();
+    }
+    return text;
+}
+
+void print_frame_heading() {
+    std::printf("%6s %8s %16s %14s %5s %8s  %s\n", "frame", "number", "begin [s]", "exposure [ms]",
+                "bits", "regions", "box x,y,w,h");
+}
+
+void print_frame(uint32_t index, const nlohmann::ordered_json& frame) {
+    std::printf("%6u %8llu %16.7f %14.3f %5u %8zu  %s\n", index + 1,
+                static_cast<unsigned long long>(frame.value("number", uint64_t{0})),
+                static_cast<double>(frame.value("begin_100ns", uint64_t{0})) / 1e7,
+                static_cast<double>(frame.value("exposure_ns", uint64_t{0})) / 1e6,
+                frame.value("bit_depth", 0u), frame["regions"].size(),
+                place_text(frame["box"]).c_str());
+}
+
+void print_regions(const nlohmann::ordered_json& frame) {
+    if (!frame["tags"].empty()) std::printf("frame: %s\n", tags_text(frame["tags"]).c_str());
+    std::printf("%8s %22s %8s %12s  %s\n", "region", "x,y,w,h", "binning", "pixel bytes", "tags");
+    for (const auto& region : frame["regions"]) {
+        const std::string binning = region["binning"][0].dump() + 'x' + region["binning"][1].dump();
+        std::printf("%8u %22s %8s %12u  %s\n", region["number"].get<unsigned>(),
+                    place_text(region["region"]).c_str(), binning.c_str(),
+                    region["pixel_bytes"].get<unsigned>(), tags_text(region["tags"]).c_str());
+    }
+}
+
+void show(const MetadataOptions& options, MetadataRecording& recording, FrameRange range) {
+    nlohmann::ordered_json rows = nlohmann::ordered_json::array();
+    if (!options.json) print_frame_heading();
+    for (uint32_t i = range.first; i < range.end; ++i) {
+        nlohmann::ordered_json frame = recording.frame(i).describe();
+        if (options.json) {
+            rows.push_back(std::move(frame));
+            continue;
+        }
+        print_frame(i, frame);
+        if (range.end - range.first == 1) print_regions(frame);
+    }
+    if (options.json) {
+        nlohmann::ordered_json out = recording.facts();
+        out["decoded"] = std::move(rows);
+        std::cout << out.dump(2) << '\n';
+    }
+}
+
+// PNG holds one frame, TIFF as many as were chosen.
+void write_pictures(const MetadataOptions& options, MetadataRecording& recording,
+                    FrameRange range) {
+    const std::filesystem::path path(options.out);
+    const bool png = path.extension() == ".png";
+    if (!png && file_kind(options.out) != FileKind::tiff) {
+        throw std::invalid_argument("'" + options.out + "' must end in .png, .tif or .tiff");
+    }
+    if (png) range.end = std::min(range.end, range.first + 1);
+    if (path.has_parent_path()) std::filesystem::create_directories(path.parent_path());
+    Acquisition picture = recording.canvas();
+    if (png) {
+        MetadataRecording::recompose(recording.frame(range.first), picture);
+        return write_preview(options.out, picture, 0);
+    }
+    picture.frames = range.end - range.first;
+    const std::unique_ptr<FrameFile> file = create_frame_file(FileKind::tiff, options.out, picture);
+    for (uint32_t i = range.first; i < range.end; ++i) {
+        picture.pixels.clear();
+        MetadataRecording::recompose(recording.frame(i), picture);
+        file->add({reinterpret_cast<const uint8_t*>(picture.pixels.data()), picture.frame_bytes});
+    }
+    file->finish();
+}
+
+void metadata(const MetadataOptions& options) {
+    MetadataRecording recording(options.file);
+    const FrameRange range = choose_frames(options, recording);
+    if (range.first == range.end) throw std::runtime_error("the recording has no whole frame");
+    show(options, recording, range);
+    if (options.out.empty()) return;
+    write_pictures(options, recording, range);
+    if (!options.json) std::cout << "wrote " << options.out << '\n';
+}
+
+}  // namespace
+
+void add_metadata(CLI::App& program) {
+    auto options = std::make_shared<MetadataOptions>();
+    CLI::App* command = program.add_subcommand(
+        "metadata", "Decode recorded frames that carry metadata, and recompose their regions");
+    command->add_option("file", options->file, ".raw file of 'orvex stream'")->required();
+    command->add_option("--frame", options->frame, "this frame alone, from 1, with its regions")
+        ->check(CLI::Range(1u, 4294967295u));
+    command->add_option("--out", options->out,
+                        "write the recomposed picture: .png (first frame, stretched), .tif");
+    command->add_flag("--json", options->json, "everything as JSON");
+    command->callback([options] { metadata(*options); });
+}
+
+}  // namespace orvex

@@ -1,0 +1,59 @@
+#pragma once
+
+#include <fstream>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "orvex/acquisition.h"
+
+// Recorded frames that carry metadata.
+namespace orvex {
+
+// One frame with what the library finds in it.
+class DecodedFrame {
+  public:
+    // Throws LibraryError when the bytes are no frame.
+    DecodedFrame(std::vector<uint8_t> bytes, const std::string& name);
+
+    md_frame& frame() const { return *frame_; }
+    // Header, regions and tagged values.
+    nlohmann::ordered_json describe() const;
+
+  private:
+    struct Release {
+        void operator()(md_frame* frame) const { ox_md_release_frame_struct(frame); }
+    };
+
+    std::vector<uint8_t> bytes_;
+    std::unique_ptr<md_frame, Release> frame_;
+};
+
+class MetadataRecording {
+  public:
+    // Takes the size of the frames from the side file. Throws std::runtime_error.
+    explicit MetadataRecording(const std::string& path);
+
+    const std::string& path() const { return path_; }
+    const nlohmann::ordered_json& facts() const { return facts_; }
+    uint32_t frames() const { return frames_; }
+
+    // Counted from 0.
+    DecodedFrame frame(uint32_t index);
+
+    // An acquisition without frames, as large as all its regions together.
+    Acquisition canvas() const;
+    // Paints the regions of a frame into a new frame of the acquisition. What no region covers is
+    // 0.
+    static void recompose(const DecodedFrame& decoded, Acquisition& canvas);
+
+  private:
+    std::string path_;
+    nlohmann::ordered_json facts_;
+    std::ifstream file_;
+    uint32_t frame_bytes_ = 0;
+    uint32_t frames_ = 0;
+};
+
+}  // namespace orvex
