@@ -82,6 +82,7 @@ struct GetOptions {
 void get(const GetOptions& options) {
     const Library library;
     std::vector<ParameterId> parameters;
+    parameters.reserve(options.names.size());
     for (const std::string& name : options.names) parameters.push_back(find_parameter(name));
     const Camera camera(library, options.camera);
     nlohmann::ordered_json out;

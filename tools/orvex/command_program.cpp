@@ -50,6 +50,7 @@ const char* own_trace() {
         arguments.push_back(argument);
     }
     std::vector<char*> pointers;
+    pointers.reserve(arguments.size() + 1);
     for (std::string& argument : arguments) pointers.push_back(argument.data());
     pointers.push_back(nullptr);
     execv("/proc/self/exe", pointers.data());

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdio>
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -27,7 +28,7 @@ std::string rate_text(double bytes_per_second) {
 }
 
 std::string bar_text(double share, unsigned width) {
-    const auto filled = static_cast<size_t>(std::clamp(share, 0.0, 1.0) * width + 0.5);
+    const auto filled = static_cast<size_t>(std::lround(std::clamp(share, 0.0, 1.0) * width));
     return '[' + std::string(filled, '#') + std::string(width - filled, '.') + ']';
 }
 

@@ -156,8 +156,9 @@ ParameterId find_parameter(const std::string& name) {
         const std::string plain = plain_name(p.name);
         return edit_distance(plain, wanted) - (plain.find(wanted) != std::string::npos ? 20 : 0);
     };
-    std::stable_sort(nearest.begin(), nearest.end(),
-                     [&](const auto& a, const auto& b) { return distance(a) < distance(b); });
+    std::sort(nearest.begin(), nearest.end(), [&](const auto& a, const auto& b) {
+        return std::pair(distance(a), a.id) < std::pair(distance(b), b.id);
+    });
     throw std::invalid_argument("there is no parameter '" + name + "'; did you mean " +
                                 plain_name(nearest[0].name) + ", " + plain_name(nearest[1].name) +
                                 " or " + plain_name(nearest[2].name) + "?");
