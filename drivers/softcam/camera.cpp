@@ -32,6 +32,7 @@ std::vector<uint8_t> VersionInfo(std::string_view part, const Model& model) {
 Camera::Camera(CameraOptions options, std::unique_ptr<Scene> scene)
     : options_(std::move(options)),
       scene_(std::move(scene)),
+      hot_pixels_(MakeHotPixels(options_.model->geometry, options_.hot_pixels, options_.seed)),
       firmware_(options_, live_, faults_, *this),
       noise_(options_.seed) {
     for (const FaultPlan& plan : options_.faults) faults_.Plan(plan);
@@ -127,6 +128,7 @@ void Camera::Run() {
         .pump = pump_,
         .host = *host_,
         .trigger = options_.trigger,
+        .hot_pixels = hot_pixels_,
         .ideal = options_.ideal,
         .stamp = options_.stamp,
         .flux = options_.flux,

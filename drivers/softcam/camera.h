@@ -55,6 +55,7 @@ class Camera : public engine::Sensor, private CameraActions {
     engine::Description about_;
     std::vector<engine::BridgeNode> nodes_;
     std::unique_ptr<Scene> scene_;
+    std::vector<HotPixel> hot_pixels_;
     LiveState live_;
     Faults faults_;
     Firmware firmware_;

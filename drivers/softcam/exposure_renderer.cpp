@@ -1,6 +1,20 @@
 #include "softcam/exposure_renderer.h"
 
 namespace softcam {
+namespace {
+
+// Adds to the sums of one line of binned pixels what its hot pixels collected.
+void AddHotPixels(RunContext& context, const rgn_type& region, uint32_t row, float electrons,
+                  std::span<uint32_t> sums) {
+    const uint32_t first = region.p1 + row * region.pbin;
+    for (const HotPixel& hot : HotPixelsOf(context.hot_pixels, first, first + region.pbin - 1u)) {
+        const uint32_t column = (hot.column - uint32_t{region.s1}) / region.sbin;
+        if (hot.column < region.s1 || column >= sums.size()) continue;
+        sums[column] += context.noise.Poisson(electrons);
+    }
+}
+
+}  // namespace
 
 void RenderRegion(RunContext& context, const Digitizer& digitizer, const Image& light,
                   const rgn_type& region, int64_t exposure_ns, Image& out) {
@@ -32,6 +46,7 @@ void RenderRegion(RunContext& context, const Digitizer& digitizer, const Image& 
                 }
             }
         }
+        if (!context.ideal) AddHotPixels(context, region, row, dark * hot_pixel_factor, sums);
         uint16_t* target = &out.pixels[size_t{row} * columns];
         for (uint32_t column = 0; column < columns; ++column)
             target[column] = digitizer.Convert(sums[column], context.noise, reads);

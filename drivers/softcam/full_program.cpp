@@ -142,6 +142,7 @@ class Ccd : public ProgramEffects {
         charge_.AddEverywhere([&](std::span<uint32_t> row) {
             for (uint32_t& pixel : row) pixel += context_.noise.Poisson(dark);
         });
+        CollectHotPixels(dark * hot_pixel_factor);
         if (lit) CollectPhotons(static_cast<float>(context_.flux * seconds));
         return !context_.pump.Stopping();
     }
@@ -151,6 +152,16 @@ class Ccd : public ProgramEffects {
         charge_.Illuminate([&](uint32_t row, std::span<uint32_t> pixels) {
             const uint16_t* light = &image.pixels[size_t{row} * image.columns];
             for (size_t i = 0; i < pixels.size(); ++i) pixels[i] += light[i];
+        });
+    }
+
+    void CollectHotPixels(float electrons) {
+        if (context_.hot_pixels.empty()) return;
+        charge_.Illuminate([&](uint32_t row, std::span<uint32_t> pixels) {
+            for (const HotPixel& hot : HotPixelsOf(context_.hot_pixels, row, row))
+                pixels[hot.column] =
+                    std::min(pixels[hot.column] + context_.noise.Poisson(electrons),
+                             context_.model.physics.full_well);
         });
     }
 

@@ -5,6 +5,7 @@
 #include "engine/sensor.h"
 #include "softcam/faults.h"
 #include "softcam/frame_pump.h"
+#include "softcam/hot_pixels.h"
 #include "softcam/noise.h"
 #include "softcam/scene.h"
 #include "softcam/settings.h"
@@ -29,6 +30,7 @@ struct RunContext {
     FramePump& pump;
     engine::HostSide& host;
     TriggerSource trigger;
+    std::span<const HotPixel> hot_pixels;
     bool ideal = false;
     bool stamp = false;  // frame number in the first and last 4 bytes of every frame
     double flux = 20.0;  // electrons per second and unit of scene brightness

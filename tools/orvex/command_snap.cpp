@@ -34,7 +34,8 @@ nlohmann::ordered_json describe_frames(const Acquisition& acquisition) {
         const Statistics s = measure(acquisition, i);
         rows.push_back({{"frame", i + 1},
                         {"mean", s.mean},
-                        {"noise", s.noise},
+                        {"noise", acquisition.frames > 1 ? nlohmann::ordered_json(s.noise)
+                                                         : nlohmann::ordered_json()},
                         {"deviation", s.deviation},
                         {"min", s.min},
                         {"max", s.max}});
@@ -48,10 +49,14 @@ void print_frames(const Acquisition& acquisition, const nlohmann::ordered_json& 
     std::printf("%6s %10s %10s %10s %7s %7s\n", "frame", "mean", "noise", "deviation", "min",
                 "max");
     for (const auto& row : rows) {
-        std::printf("%6u %10.2f %10.2f %10.2f %7u %7u\n", row["frame"].get<unsigned>(),
-                    row["mean"].get<double>(), row["noise"].get<double>(),
-                    row["deviation"].get<double>(), row["min"].get<unsigned>(),
-                    row["max"].get<unsigned>());
+        // It takes two frames to tell noise from the scene.
+        char noise[16] = "-";
+        if (row["noise"].is_number()) {
+            std::snprintf(noise, sizeof noise, "%.2f", row["noise"].get<double>());
+        }
+        std::printf("%6u %10.2f %10s %10.2f %7u %7u\n", row["frame"].get<unsigned>(),
+                    row["mean"].get<double>(), noise, row["deviation"].get<double>(),
+                    row["min"].get<unsigned>(), row["max"].get<unsigned>());
     }
 }
 
