@@ -110,7 +110,10 @@ uint32_t ContinuousRun::finished_after(uint32_t number) const {
 }
 
 std::optional<uint32_t> ContinuousRun::take(std::vector<uint8_t>* copy) {
-    while (!overran_) {
+    // A camera that laps the ring faster than a frame can be copied is not raced without end: the
+    // caller may have reason to stop.
+    constexpr int attempts = 3;
+    for (int attempt = 1; attempt <= attempts && !overran_; ++attempt) {
         FRAME_INFO info{};
         void* at = nullptr;
         if (!ox_exp_get_oldest_frame_ex(camera_.handle(), &at, &info)) {
@@ -134,8 +137,9 @@ std::optional<uint32_t> ContinuousRun::take(std::vector<uint8_t>* copy) {
             overran_ = true;
             break;
         }
-        // Half of the ring is given up, so that the other half can be taken in peace.
-        skip(after - ring_frames_ / 2 + 1);
+        // Half of the ring is given up, so that the other half can be taken in peace; if that is
+        // not enough, all but the newest frame.
+        skip(attempt == 1 ? after - ring_frames_ / 2 + 1 : after);
     }
     return std::nullopt;
 }
