@@ -61,7 +61,7 @@ std::vector<double> latencies_us(const std::vector<int64_t>& offsets, uint16_t d
     return latencies;
 }
 
-// 512 x 64 pixels take 0.64 ms to read; with 2 ms of exposure there are 380 frames a second.
+// An exposure of 2 ms, read out in 0.64 ms while the next one runs: 500 frames a second.
 std::vector<double> paced_run(const Camera& camera) {
     const rgn_type region = corner(512, 64);
     uns32 frame_bytes = 0;

@@ -76,12 +76,20 @@ class Cmos {
         return program_.Nanoseconds(program_.exposure);
     }
 
+    // Rows expose anew as soon as they are read, unless a clear or a trigger comes in between.
+    bool ExposesDuringReadout(uint64_t index) const {
+        const bool clears = ClearsBeforeExposure() && program_.clear_count > 0;
+        return index > 0 && !clears && !WaitsForTrigger(index);
+    }
+
     bool RunFrame(uint64_t index) {
         if (ClearsBeforeExposure() && !Clear()) return false;
         if (WaitsForTrigger(index) && !WaitForTrigger(context_, clock_)) return false;
         const int64_t exposure_ns = ExposureOf(index);
-        const double at = clock_.Seconds();
-        if (!clock_.Pass(exposure_ns)) return false;
+        const int64_t passed_ns =
+            ExposesDuringReadout(index) ? std::min(exposure_ns, readout_ns_) : 0;
+        const double at = clock_.Seconds() - static_cast<double>(passed_ns) * 1e-9;
+        if (!clock_.Pass(exposure_ns - passed_ns)) return false;
         std::vector<uint8_t>& frame = Rendered(index, exposure_ns, at);
         if (context_.pump.Stopping()) return false;
         if (context_.settings.metadata) Stamp(frame, index, exposure_ns);
