@@ -4,7 +4,6 @@
 #include <array>
 #include <limits>
 
-#include "acquisition/camera_rows.h"
 #include "acquisition/sequence.h"
 #include "acquisition/upcalls.h"
 #include "device/image_transfer.h"
@@ -13,6 +12,7 @@
 #include "messages/texts.h"
 #include "platform/system.h"
 #include "state/call.h"
+#include "state/camera_rows.h"
 
 using bv::arg;
 using bv::Call;

@@ -3,7 +3,6 @@
 #include "orvex/orvex_errors.h"
 
 #include "acquisition/abort.h"
-#include "acquisition/camera_rows.h"
 #include "acquisition/sequence.h"
 #include "acquisition/setup.h"
 #include "acquisition/upcalls.h"
@@ -11,6 +10,7 @@
 #include "log/enum_texts.h"
 #include "messages/host_command_message.h"
 #include "state/call.h"
+#include "state/camera_rows.h"
 
 using bv::arg;
 using bv::Call;

@@ -2,7 +2,7 @@
 
 #include <stdexcept>
 
-#include "acquisition/camera_rows.h"
+#include "state/camera_rows.h"
 
 namespace bv {
 

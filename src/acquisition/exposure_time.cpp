@@ -3,9 +3,9 @@
 
 #include "orvex/orvex_errors.h"
 
-#include "acquisition/camera_rows.h"
 #include "acquisition/sequence.h"
 #include "state/call.h"
+#include "state/camera_rows.h"
 
 using bv::arg;
 using bv::Call;
@@ -39,7 +39,7 @@ bool WaitsForTrigger(int16 exp_mode) {
 
 // In units of the camera's resolution.
 uns32 LongestExposure(int16 hcam) {
-    const acq_cache_type& last = bv::LastSetupOf(hcam);
+    const acq_cache_type& last = bv::CacheOf(hcam);
     if (last.tidal_stream_enabled && !last.tidal_exp_params.empty()) {
         const auto& list = last.tidal_exp_params;
         const size_t used = last.buf_mode != CIRC_NONE
@@ -67,7 +67,7 @@ boolean16 bv_exp_get_exp_time_msec(int16 hcam, flt64* exp_time) {
 
 boolean16 bv_exp_get_img_timeout(int16 hcam, flt64* ptimeout) {
     Call call("bv_exp_get_img_timeout", arg("hcam", hcam), arg("ptimeout", ptimeout));
-    const acq_cache_type& last = bv::LastSetupOf(hcam);
+    const acq_cache_type& last = bv::CacheOf(hcam);
     if (WaitsForPostProcessing(last) || WaitsForTrigger(last.exp_mode)) {
         *ptimeout = never;
         return call.ok(bv::enumerated("*ptimeout", *ptimeout, TextOfNever));

@@ -1,10 +1,10 @@
 #include "orvex/orvex_errors.h"
 
-#include "acquisition/camera_rows.h"
 #include "acquisition/continuous.h"
 #include "acquisition/upcalls.h"
 #include "device/image_transfer.h"
 #include "state/call.h"
+#include "state/camera_rows.h"
 
 using bv::arg;
 using bv::Call;

@@ -8,11 +8,11 @@
 #include "orvex/orvex_params.h"
 #include "orvex/orvex_protocol.h"
 
-#include "acquisition/camera_rows.h"
 #include "acquisition/script.h"
 #include "log/enum_texts.h"
 #include "params/dispatch.h"
 #include "state/call.h"
+#include "state/camera_rows.h"
 
 using bv::arg;
 using bv::Call;
@@ -20,11 +20,6 @@ using bv::Call;
 namespace {
 
 constexpr flt64 dac_steps_per_unit = 1000.0;
-
-template <class T>
-bool Read(int16 hcam, uns32 param_id, T& value, int16 attribute = ATTR_CURRENT) {
-    return bv_get_param(hcam, param_id, attribute, &value) != 0;
-}
 
 // Operations carry 16 bits of the truncated value.
 uns16 ToArgument(flt64 value) {
@@ -48,7 +43,8 @@ boolean16 oz_io_script_control(int16 hcam, uns16 addr, flt64 state, uns32 locati
                          unsigned{ports});
     }
     int32 direction = 0;
-    if (!bv_set_param(hcam, PARAM_IO_ADDR, &addr) || !Read(hcam, PARAM_IO_DIRECTION, direction)) {
+    if (!bv_set_param(hcam, PARAM_IO_ADDR, &addr) ||
+        !bv::ReadParam(hcam, PARAM_IO_DIRECTION, direction)) {
         return call.failed();
     }
     if (direction == IO_DIR_INPUT) {
@@ -57,8 +53,9 @@ boolean16 oz_io_script_control(int16 hcam, uns16 addr, flt64 state, uns32 locati
     int32 type = 0;
     flt64 min = 0;
     flt64 max = 0;
-    if (!Read(hcam, PARAM_IO_TYPE, type) || !Read(hcam, PARAM_IO_STATE, min, ATTR_MIN) ||
-        !Read(hcam, PARAM_IO_STATE, max, ATTR_MAX)) {
+    if (!bv::ReadParam(hcam, PARAM_IO_TYPE, type) ||
+        !bv::ReadParam(hcam, PARAM_IO_STATE, min, ATTR_MIN) ||
+        !bv::ReadParam(hcam, PARAM_IO_STATE, max, ATTR_MAX)) {
         return call.failed();
     }
     const bool in_range = state >= min && state <= max;  // false for what is no number

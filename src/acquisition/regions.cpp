@@ -4,11 +4,11 @@
 
 #include "orvex/orvex_errors.h"
 
-#include "acquisition/camera_rows.h"
 #include "camera/reads.h"
 #include "params/dispatch.h"
 #include "params/io_ports.h"
 #include "state/call.h"
+#include "state/camera_rows.h"
 
 using bv::arg;
 using bv::Call;

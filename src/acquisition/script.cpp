@@ -6,10 +6,10 @@
 
 #include "orvex/orvex_errors.h"
 
-#include "acquisition/camera_rows.h"
 #include "messages/gate.h"
 #include "state/bytes.h"
 #include "state/call.h"
+#include "state/camera_rows.h"
 
 using bv::arg;
 using bv::Call;

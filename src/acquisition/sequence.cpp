@@ -3,7 +3,6 @@
 #include "orvex/orvex_errors.h"
 
 #include "acquisition/abort.h"
-#include "acquisition/camera_rows.h"
 #include "acquisition/exposure_range.h"
 #include "acquisition/setup.h"
 #include "acquisition/upcalls.h"
@@ -11,6 +10,7 @@
 #include "log/enum_texts.h"
 #include "messages/host_command_message.h"
 #include "state/call.h"
+#include "state/camera_rows.h"
 
 using bv::arg;
 using bv::Call;
@@ -27,7 +27,7 @@ boolean16 bv_exp_setup_seq(int16 hcam, uns16 exp_total, uns16 rgn_total, const r
 
     cam_info_type& info = bv::InfoOf(hcam);
     decode_info_type& decode = bv::DecodeOf(hcam);
-    acq_cache_type& last = bv::LastSetupOf(hcam);
+    acq_cache_type& last = bv::CacheOf(hcam);
     info.buf_mode = CIRC_NONE;
     const bv::SetupRequest request{.hcam = hcam,
                                    .exp_total = exp_total,

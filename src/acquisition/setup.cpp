@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "acquisition/camera_rows.h"
 #include "acquisition/generator.h"
+#include "state/camera_rows.h"
 
 namespace {
 
@@ -15,7 +15,7 @@ bool SameRegion(const rgn_type& a, const rgn_type& b) {
 }  // namespace
 
 bool bv::MatchesLastSetup(const SetupRequest& request) {
-    const acq_cache_type& last = bv::LastSetupOf(request.hcam);
+    const acq_cache_type& last = bv::CacheOf(request.hcam);
     return last.valid && request.rgn_array && last.regions.size() == request.rgn_total &&
            std::equal(last.regions.begin(), last.regions.end(), request.rgn_array, SameRegion) &&
            last.exp_mode == request.exp_mode && last.exposure_time == request.exposure_time &&
@@ -23,7 +23,7 @@ bool bv::MatchesLastSetup(const SetupRequest& request) {
 }
 
 void bv::RememberSetup(const SetupRequest& request) {
-    acq_cache_type& last = bv::LastSetupOf(request.hcam);
+    acq_cache_type& last = bv::CacheOf(request.hcam);
     last.valid = 1;
     last.regions.assign(request.rgn_array, request.rgn_array + request.rgn_total);
     last.exp_mode = request.exp_mode;

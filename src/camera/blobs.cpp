@@ -11,6 +11,7 @@
 #include "log/enum_texts.h"
 #include "messages/host_command_message.h"
 #include "state/bytes.h"
+#include "state/camera_rows.h"
 
 namespace {
 
@@ -221,7 +222,7 @@ boolean16 StorePiav(Call& call, std::span<const uns8> blob, cam_reads_type& read
 
 boolean16 bv_cam_get_binary_blob_piav(int16 hcam) {
     bv::Call call("bv_cam_get_binary_blob_piav", bv::arg("hcam", hcam));
-    cam_reads_type& reads = pg_cam_reads[row_of(hcam)];
+    cam_reads_type& reads = bv::ReadsOf(hcam);
     reads.blob_piav.clear();
     if (reads.blob_piav_map) reads.blob_piav_map->clear();
     if (!reads.cap_extended || !(reads.ext_caps_flags & EXT_CAPS_BLOB) ||

@@ -9,6 +9,7 @@
 #include "camera/extended_capabilities.h"
 #include "messages/host_command_message.h"
 #include "state/call.h"
+#include "state/camera_rows.h"
 
 namespace {
 
@@ -98,7 +99,7 @@ boolean16 bv_cam_get_capabilities(int16 hcam) {
     message.RequestReply();
     if (!message.Execute()) return call.failed();
 
-    cam_reads_type& reads = pg_cam_reads[row_of(hcam)];
+    cam_reads_type& reads = bv::ReadsOf(hcam);
     std::array<uns8, capability_bytes> bytes{};
     message.GetReply(SEND_CAPABILITIES, bytes.data());
     bv::SpreadCapabilities(bytes, reads);

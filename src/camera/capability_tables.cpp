@@ -9,7 +9,7 @@
 #include "messages/host_command_message.h"
 #include "state/bytes.h"
 #include "state/call.h"
-#include "state/camera_tables.h"
+#include "state/camera_rows.h"
 
 // The builders of the containers behind enumerated parameters.
 namespace {
@@ -104,7 +104,7 @@ boolean16 AddBinningList(bv::Call& call, cam_reads_type& reads) {
 // open on; applications that keep lists of the first open rely on the order.
 boolean16 oz_cam_set_pmode_capabilities(int16 hcam) {
     bv::Call call("oz_cam_set_pmode_capabilities", bv::arg("hcam", hcam));
-    cam_reads_type& reads = pg_cam_reads[row_of(hcam)];
+    cam_reads_type& reads = bv::ReadsOf(hcam);
     reads.pmode_nvp = {};
     const bool transfer = reads.frame_capable;
     boolean16 added = transfer ? AddAll(reads.pmode_nvp, frame_transfer_pmodes)
@@ -118,7 +118,7 @@ boolean16 oz_cam_set_pmode_capabilities(int16 hcam) {
 
 boolean16 oz_cam_set_timingMode_capabilities(int16 hcam) {
     bv::Call call("oz_cam_set_timingMode_capabilities", bv::arg("hcam", hcam));
-    cam_reads_type& reads = pg_cam_reads[row_of(hcam)];
+    cam_reads_type& reads = bv::ReadsOf(hcam);
     reads.exposure_mode_nvp = {};
     if (HasSection(reads, EXT_CAPS_TRIGGER)) {
         return call.result(oz_cam_append_nvp_container(hcam, &reads.exposure_mode_nvp,
@@ -129,7 +129,7 @@ boolean16 oz_cam_set_timingMode_capabilities(int16 hcam) {
 
 boolean16 oz_cam_set_exposeOutMode_capabilities(int16 hcam) {
     bv::Call call("oz_cam_set_exposeOutMode_capabilities", bv::arg("hcam", hcam));
-    cam_reads_type& reads = pg_cam_reads[row_of(hcam)];
+    cam_reads_type& reads = bv::ReadsOf(hcam);
     reads.expose_out_mode_nvp = {};
     if (!HasSection(reads, EXT_CAPS_TRIGGER)) return call.ok();
     return call.result(
@@ -138,7 +138,7 @@ boolean16 oz_cam_set_exposeOutMode_capabilities(int16 hcam) {
 
 boolean16 oz_cam_set_colorMode_capabilities(int16 hcam) {
     bv::Call call("oz_cam_set_colorMode_capabilities", bv::arg("hcam", hcam));
-    cam_reads_type& reads = pg_cam_reads[row_of(hcam)];
+    cam_reads_type& reads = bv::ReadsOf(hcam);
     nvp_container& colors = reads.color_mode_nvp;
     colors = {};
     if (!AddAll(colors, no_colors)) return call.failed();
@@ -151,7 +151,7 @@ boolean16 oz_cam_set_colorMode_capabilities(int16 hcam) {
 
 boolean16 oz_cam_set_binning_capabilities(int16 hcam) {
     bv::Call call("oz_cam_set_binning_capabilities", bv::arg("hcam", hcam));
-    cam_reads_type& reads = pg_cam_reads[row_of(hcam)];
+    cam_reads_type& reads = bv::ReadsOf(hcam);
     reads.binning_ser_nvp = {};
     reads.binning_par_nvp = {};
     if (!HasSection(reads, EXT_CAPS_BINNING) || reads.ser_bin_type != reads.par_bin_type ||
@@ -165,7 +165,7 @@ boolean16 oz_cam_set_binning_capabilities(int16 hcam) {
 
 boolean16 oz_cam_set_readoutPort_capabilities(int16 hcam) {
     bv::Call call("oz_cam_set_readoutPort_capabilities", bv::arg("hcam", hcam));
-    cam_reads_type& reads = pg_cam_reads[row_of(hcam)];
+    cam_reads_type& reads = bv::ReadsOf(hcam);
     nvp_container& ports = reads.readout_port_nvp;
     ports = {};
     bv::SingleReadHostCommandMessage message(hcam, TOTAL_PORTS);
@@ -210,7 +210,7 @@ boolean16 oz_cam_set_nvpContainers_capabilities(int16 hcam) {
         {NVP_CAPS_FRAME_DELIVERY_MODES, &cam_reads_type::frame_delivery_mode_nvp,
          GET_FRAME_DELIVERY_MODES_SIZE},
     };
-    cam_reads_type& reads = pg_cam_reads[row_of(hcam)];
+    cam_reads_type& reads = bv::ReadsOf(hcam);
     for (const supplied_container& row : supplied) reads.*row.container = {};
     for (const supplied_container& row : supplied) {
         if (HasContainer(reads, row.bit) &&
@@ -228,7 +228,7 @@ boolean16 oz_cam_set_binaryBlobs_capabilities(int16 hcam) {
 
 boolean16 oz_cam_set_clearMode_capabilities(int16 hcam) {
     bv::Call call("oz_cam_set_clearMode_capabilities", bv::arg("hcam", hcam));
-    cam_reads_type& reads = pg_cam_reads[row_of(hcam)];
+    cam_reads_type& reads = bv::ReadsOf(hcam);
     reads.clear_mode_nvp = {};
     if (HasContainer(reads, NVP_CAPS_CLEAR_MODES)) {
         return call.result(

@@ -6,7 +6,7 @@
 #include "camera/open.h"
 #include "camera/upcalls.h"
 #include "state/call.h"
-#include "state/camera_tables.h"
+#include "state/camera_rows.h"
 
 namespace {
 
@@ -52,7 +52,7 @@ boolean16 bv_cam_reset_settings(int16 hcam) {
     for (const uns32 param_id : settings_to_reset) ResetSetting(hcam, param_id);
 
     // The exposure mode word as a setup would be given it.
-    uns16& exp_mode = pg_cam_info[row_of(hcam)].exp_mode;
+    uns16& exp_mode = bv::InfoOf(hcam).exp_mode;
     int32 mode = 0;
     if (bv_get_param(hcam, PARAM_EXPOSURE_MODE, ATTR_DEFAULT, &mode)) {
         exp_mode = static_cast<uns16>(mode);

@@ -9,6 +9,7 @@
 #include "messages/host_command_message.h"
 #include "state/bytes.h"
 #include "state/call.h"
+#include "state/camera_rows.h"
 
 namespace bv {
 namespace {
@@ -48,16 +49,27 @@ constexpr binning_fields binning_directions[] = {
      &cam_reads_type::par_bin_extra},
 };
 
+// Keeps a list, its values high byte first. Without memory for it the camera has none: binning is
+// no reason to fail an open.
+template <class T>
+void KeepList(std::span<const uns8> bytes, std::vector<T>& list) {
+    list.clear();
+    try {
+        list.reserve(bytes.size() / sizeof(T));
+    } catch (const std::bad_alloc&) {
+        return;
+    }
+    BigEndianReader reader(bytes);
+    while (reader.left() >= sizeof(T)) list.push_back(reader.take<T>());
+}
+
 void ParseBinning(BigEndianReader& reader, const binning_fields& fields, cam_reads_type& reads) {
     reads.*fields.type = reader.take<uns8>();
     reads.*fields.bytes = reader.take<uns16>();
-    const std::span<const uns8> list = reader.take_bytes(reads.*fields.bytes);
-    (reads.*fields.list).assign(list.begin(), list.end());
+    KeepList(reader.take_bytes(reads.*fields.bytes), reads.*fields.list);
     reads.*fields.mask = reader.take<uns32>();
     reads.*fields.extra_bytes = reader.take<uns16>();
-    BigEndianReader extra(reader.take_bytes(reads.*fields.extra_bytes));
-    (reads.*fields.extra).clear();
-    while (extra.left() >= sizeof(uns16)) (reads.*fields.extra).push_back(extra.take<uns16>());
+    KeepList(reader.take_bytes(reads.*fields.extra_bytes), reads.*fields.extra);
 }
 
 ExtendedCapabilitiesFault ParseExposureRanges(BigEndianReader& reader, cam_reads_type& reads) {
@@ -169,7 +181,7 @@ boolean16 bv_cam_get_extended_capabilities(int16 hcam) {
                                              static_cast<uns16>(size));
     if (!message.Execute()) return call.failed();
 
-    cam_reads_type& reads = pg_cam_reads[row_of(hcam)];
+    cam_reads_type& reads = bv::ReadsOf(hcam);
     const bv::ExtendedCapabilitiesFault fault =
         bv::ParseExtendedCapabilities(message.ReplyBytes(GET_EXTENDED_CAPABILITIES), reads);
     const boolean16 result = Report(call, fault, reads.ifc_total);
@@ -183,7 +195,7 @@ boolean16 bv_cam_get_extended_capabilities(int16 hcam) {
 
 void bv_cam_release_extended_capabilities(int16 hcam) {
     bv::Call call("bv_cam_release_extended_capabilities", bv::arg("hcam", hcam));
-    cam_reads_type& reads = pg_cam_reads[row_of(hcam)];
+    cam_reads_type& reads = bv::ReadsOf(hcam);
     if (!reads.cap_extended) return;
     reads.ser_bin_list = {};
     reads.ser_bin_extra = {};

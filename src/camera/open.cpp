@@ -11,7 +11,7 @@
 #include "log/enum_texts.h"
 #include "messages/host_command_message.h"
 #include "state/call.h"
-#include "state/camera_tables.h"
+#include "state/camera_rows.h"
 
 namespace {
 
@@ -28,7 +28,7 @@ void CloseKeepingError(int16 hcam, boolean16 (*close)(int16)) {
 }
 
 void FillRow(int16 hcam, int16 o_mode) {
-    cam_info_type& info = pg_cam_info[row_of(hcam)];
+    cam_info_type& info = bv::InfoOf(hcam);
     info.o_mode = o_mode;
     info.open = uns16{1};
     info.script_valid = 0;
@@ -72,14 +72,9 @@ boolean16 bv_cam_open(const char* camera_name, int16* hcam, int16 o_mode) {
     // reaches the camera.
     script_hook = nullptr;
 
-    // The driver module may know more cameras than there are rows.
-    if (camera_name && GetHcam(camera_name) >= total_cams) {
-        return call.fail(C0_CAM_NAME_NOT_FOUND, "Camera is beyond the first %d cameras",
-                         max_cameras);
-    }
     int16 handle = -1;
     if (!dv_cam_open(camera_name, &handle)) return call.failed();
-    cam_info_type& info = pg_cam_info[row_of(handle)];
+    cam_info_type& info = bv::InfoOf(handle);
     if (!info.bridge_caps->Read(handle)) {
         CloseKeepingError(handle, dv_cam_close);
         call.error("Failed to read bridge capabilities");
@@ -117,7 +112,7 @@ boolean16 bv_cam_close(int16 hcam) {
     bv_exp_abort(hcam, CCS_NO_CHANGE);
     bv_cam_release_extended_capabilities(hcam);
     dv_cam_close(hcam);
-    cam_info_type& info = pg_cam_info[row_of(hcam)];
+    cam_info_type& info = bv::InfoOf(hcam);
     info.open = uns16{0};
     info.script_valid = 0;
     info.reads_done = 0;

@@ -1,15 +1,15 @@
 #include <algorithm>
 #include <limits>
-#include <memory>
 
 #include "orvex/orvex_errors.h"
 #include "orvex/orvex_params.h"
 
 #include "camera/open.h"
+#include "camera/tidal_stream_owner.h"
 #include "camera/upcalls.h"
 #include "log/enum_texts.h"
 #include "state/call.h"
-#include "state/camera_tables.h"
+#include "state/camera_rows.h"
 
 namespace {
 
@@ -21,15 +21,11 @@ boolean16 AskAvailable(bv::Call& call, int16 hcam, uns32 param_id, boolean16& av
     return 1;
 }
 
-struct ReleaseStream {
-    void operator()(tidal_stream_type* stream) const { bv_release_tidal_stream_struct(&stream); }
-};
-
 }  // namespace
 
 boolean16 bv_cam_cache_update_all(int16 hcam) {
     bv::Call call("bv_cam_cache_update_all", bv::arg("hcam", hcam));
-    acq_cache_type& cache = acq_cache[row_of(hcam)];
+    acq_cache_type& cache = bv::CacheOf(hcam);
     cache.tidal_stream_mode = 0;
     if (!bv_cam_cache_update_param_uns16(hcam, PARAM_TIDAL_STREAM_MODE, &cache.tidal_stream_mode)) {
         return call.failed();
@@ -78,9 +74,8 @@ boolean16 bv_cam_cache_update_param_tidal_array(int16 hcam, uns32 param_id,
         return call.fail(C2_INDEX_OUT_OF_RANGE, "TIDAL Exposures count is out of uns16 range (%u)",
                          count);
     }
-    tidal_stream_type* created = nullptr;
-    if (!bv_create_tidal_stream_struct(&created, static_cast<uns16>(count))) return call.failed();
-    const std::unique_ptr<tidal_stream_type, ReleaseStream> stream(created);
+    const bv::TidalStreamOwner stream = bv::MakeTidalStream(static_cast<uns16>(count));
+    if (!stream) return call.failed();
     if (!bv_get_param(hcam, param_id, ATTR_CURRENT, stream.get())) return call.failed();
     value_array->assign(stream->params, stream->params + std::min<uns32>(stream->entries, count));
     return call.ok();

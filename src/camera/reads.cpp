@@ -11,7 +11,7 @@
 #include "messages/host_command_message.h"
 #include "state/bytes.h"
 #include "state/call.h"
-#include "state/camera_tables.h"
+#include "state/camera_rows.h"
 
 namespace {
 
@@ -111,11 +111,11 @@ boolean16 ReadOptional(int16 hcam, cam_reads_type& reads) {
 
 boolean16 bv_cam_do_reads(int16 hcam) {
     bv::Call call("bv_cam_do_reads", bv::arg("hcam", hcam));
-    uns16& reads_done = pg_cam_info[row_of(hcam)].reads_done;
+    uns16& reads_done = bv::InfoOf(hcam).reads_done;
     if (reads_done) return call.ok();
     if (!bv_cam_get_capabilities(hcam)) return call.failed();
 
-    cam_reads_type& reads = pg_cam_reads[row_of(hcam)];
+    cam_reads_type& reads = bv::ReadsOf(hcam);
     bv::HostCommandMessage message(hcam);
     message.BeginReply();
     for (const conditional_read& read : fixed_reads) {
@@ -136,7 +136,7 @@ boolean16 bv_cam_get_io_reads(int16 hcam) {
     bv::Call call("bv_cam_get_io_reads", bv::arg("hcam", hcam));
     bv::SingleReadHostCommandMessage message(hcam, SEND_AVA_PORTS);
     if (!message.Execute()) return call.failed();
-    pg_cam_reads[row_of(hcam)].io_total = message.Reply<uns16>(SEND_AVA_PORTS);
+    bv::ReadsOf(hcam).io_total = message.Reply<uns16>(SEND_AVA_PORTS);
     return call.ok();
 }
 
@@ -148,7 +148,7 @@ boolean16 bv_cam_get_fast_exp_reads(int16 hcam) {
     message.AddRead(MIN_RESOLTN);
     message.RequestReply();
     if (!message.Execute()) return call.failed();
-    cam_reads_type& reads = pg_cam_reads[row_of(hcam)];
+    cam_reads_type& reads = bv::ReadsOf(hcam);
     reads.exp_res_total = message.Reply<uns16>(AVL_RESOLTNS);
     reads.exp_min_time = message.Reply<uns16>(MIN_RESOLTN);
     return call.ok();
@@ -156,7 +156,7 @@ boolean16 bv_cam_get_fast_exp_reads(int16 hcam) {
 
 boolean16 bv_cam_do_rws(int16 hcam) {
     bv::Call call("bv_cam_do_rws", bv::arg("hcam", hcam));
-    uns16& rws_done = pg_cam_info[row_of(hcam)].rws_done;
+    uns16& rws_done = bv::InfoOf(hcam).rws_done;
     if (rws_done) return call.ok();
 
     struct size_read {
@@ -173,7 +173,7 @@ boolean16 bv_cam_do_rws(int16 hcam) {
     for (const size_read& read : size_reads) message.AddRead(read.id);
     message.RequestReply();
     if (!message.Execute()) return call.failed();
-    cam_cfg_type& cfg = pg_cam_cfg[row_of(hcam)];
+    cam_cfg_type& cfg = bv::ConfigOf(hcam);
     for (const size_read& read : size_reads) cfg.*read.size = message.Reply<uns16>(read.id);
     rws_done = 1;
     return call.ok();

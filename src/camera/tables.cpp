@@ -8,7 +8,7 @@
 #include "camera/upcalls.h"
 #include "device/ddi.h"
 #include "state/call.h"
-#include "state/camera_tables.h"
+#include "state/camera_rows.h"
 
 namespace {
 
@@ -105,7 +105,7 @@ void oz_cam_uninit_globals() {
     pg_cam_reads.reset();
     if (pg_cam_cfg) {
         for (int16 hcam = 0; hcam < total_cams; ++hcam) {
-            if (pg_cam_cfg[row_of(hcam)].io_script_info) oz_io_clear_script_control(hcam);
+            if (bv::ConfigOf(hcam).io_script_info) oz_io_clear_script_control(hcam);
         }
     }
     pg_cam_cfg.reset();

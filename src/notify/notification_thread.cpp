@@ -140,7 +140,7 @@ uns64 EventNotifier::FrameAddress(const Report& report) const {
         hcam_ >= total_cams)
         return 0;
     const decode_info_type& decode = pg_decode_info[hcam_];
-    const uns32 index = static_cast<uns32>(report.frame_info.FrameNr - 1) % frame_count;
+    const uns32 index = (static_cast<uns32>(report.frame_info.FrameNr) - 1) % frame_count;
     return reinterpret_cast<uintptr_t>(decode.pixel_stream.get()) +
            uns64{index} * decode.frame_bytes;
 }

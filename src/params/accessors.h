@@ -33,7 +33,6 @@
     X(bv_ccd_get_frame_delivery_mode, uns16, mode, GET_FRAME_DELIVERY_MODE_CURRENT) \
     X(bv_ccd_get_actual_gain, uns16, gain, GET_ACTUAL_GAIN)                         \
     X(bv_ccd_get_read_noise, uns16, noise, GET_READ_NOISE)                          \
-    X(bv_ccd_get_cam_ifc_type, uns32, ifc_type, GET_CAM_IFC_TYPE_CURRENT)           \
     X(bv_shtr_get_close_dly, uns16, shtr_close_dly, SH_CLOSE_DELAY)                 \
     X(bv_shtr_get_open_dly, uns16, shtr_open_dly, SH_OPEN_DELAY)                    \
     X(bv_io_get_trigtab_signal, uns16, value, GET_TRIGTAB_SIGNAL)                   \
@@ -104,12 +103,12 @@ boolean16 bv_ccd_set_frame_delivery_mode(int16 hcam, int32 mode);
 boolean16 bv_shtr_set_close_dly(int16 hcam, uns16 shtr_close_dly);
 boolean16 bv_shtr_set_open_dly(int16 hcam, uns16 shtr_open_dly);
 // Also renews the pixel time and the sensor sizes, which belong to the port.
-boolean16 bv_ccd_set_readout_port(int16 hcam, int32 port);
+boolean16 bv_ccd_set_readout_port(int16 hcam, uns16 port);
 
 // Choices that are kept here for the next setup; the camera isn't spoken to.
 boolean16 bv_ccd_set_clear_cycles(int16 hcam, uns16 clear_cycles);
 boolean16 bv_ccd_set_clear_mode(int16 hcam, int32 clear_mode);
-boolean16 bv_ccd_set_pmode(int16 hcam, int32 pmode);
+boolean16 bv_ccd_set_pmode(int16 hcam, int16 pmode);
 boolean16 bv_ccd_set_preamp_off_control(int16 hcam, uns32 preamp_off_control);
 boolean16 bv_ccd_set_premask(int16 hcam, uns16 premask);
 boolean16 bv_ccd_set_prescan(int16 hcam, uns16 prescan);

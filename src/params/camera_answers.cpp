@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "camera/extended_capabilities.h"
 #include "device/command_io.h"
 #include "messages/bridge.h"
 #include "params/accessors.h"
@@ -45,7 +46,7 @@ boolean16 ReadoutPort(Call&, int16 hcam, Value& value) {
 
 boolean16 InterfaceMode(Call& call, int16 hcam, Value& value) {
     uns32 type = 0;
-    if (!bv_ccd_get_cam_ifc_type(hcam, &type)) return OZ_FAIL;
+    if (!bv_cam_get_interface_type_current(hcam, &type)) return OZ_FAIL;
     const cam_reads_type& reads = row<cam_reads_type>(hcam);
     const size_t total = std::min<size_t>(reads.ifc_total, interface_types_max);
     for (size_t i = 0; i < total; ++i) {

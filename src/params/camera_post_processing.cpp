@@ -4,16 +4,13 @@
 #include "params/parameter.h"
 #include "params/post_processing.h"
 #include "platform/system.h"
+#include "state/camera_rows.h"
 
 using bv::arg;
 using bv::Call;
 using bv::HostCommandMessage;
 
 namespace {
-
-cam_cfg_type& ConfigOf(int16 hcam) {
-    return pg_cam_cfg[row_of(hcam)];
-}
 
 // Indices are 16-bit signed at the interface, which bounds a camera that accepts any.
 constexpr uns16 index_end = 32767;
@@ -49,7 +46,7 @@ boolean16 Select(const char* function, const char* word, int16 hcam, orvex_host_
     message.AddWriteAndReadBack(write, index, read);
     if (!message.Execute()) return call.failed();
     const uns16 actual = message.Reply<uns16>(read);
-    ConfigOf(hcam).*kept = actual;
+    bv::ConfigOf(hcam).*kept = actual;
     if (actual != index) {
         return call.fail(C2_FAILED_TO_SET_VALUE, "Value read back from camera differs: %d", actual);
     }
@@ -58,8 +55,8 @@ boolean16 Select(const char* function, const char* word, int16 hcam, orvex_host_
 
 // The selected parameter has this value; one that was never cached is left out.
 void CacheValue(int16 hcam, uns32 value) {
-    const cam_cfg_type& config = ConfigOf(hcam);
-    for (auto& [id, cached] : acq_cache[row_of(hcam)].pp_param_cache) {
+    const cam_cfg_type& config = bv::ConfigOf(hcam);
+    for (auto& [id, cached] : bv::CacheOf(hcam).pp_param_cache) {
         if (cached.feature_index == config.pp_index &&
             cached.param_index == config.pp_param_index) {
             cached.value = value;
@@ -76,8 +73,8 @@ bool CacheParameter(int16 hcam) {
         !bv_get_cam_pp_param_current(hcam, &value)) {
         return false;
     }
-    const cam_cfg_type& config = ConfigOf(hcam);
-    acq_cache[row_of(hcam)].pp_param_cache[static_cast<int32>(id)] = {
+    const cam_cfg_type& config = bv::ConfigOf(hcam);
+    bv::CacheOf(hcam).pp_param_cache[static_cast<int32>(id)] = {
         .name = name,
         .feature_index = config.pp_index,
         .param_index = config.pp_param_index,
@@ -139,7 +136,7 @@ boolean16 bv_cam_pp_reset(int16 hcam) {
 
 boolean16 bv_cam_pp_get_entries(int16 hcam, uns16* entries) {
     Call call("bv_cam_pp_get_entries", arg("hcam", hcam), arg("entries", entries));
-    cam_cfg_type& config = ConfigOf(hcam);
+    cam_cfg_type& config = bv::ConfigOf(hcam);
     if (config.pp_entries == pp_entries_not_counted) {
         uns16 selected = 0;
         if (!bv_cam_pp_get_num(hcam, &selected)) return call.failed();
@@ -175,7 +172,7 @@ boolean16 bv_cam_pp_cache_all_entries(int16 hcam) {
         call.warn("PP caching disabled: Camera does not support PP.");
         return call.ok();
     }
-    acq_cache[row_of(hcam)].pp_param_cache.clear();
+    bv::CacheOf(hcam).pp_param_cache.clear();
     uns16 selected = 0;
     if (!bv_cam_pp_get_num(hcam, &selected)) return call.failed();
     uns16 count = 0;

@@ -18,3 +18,13 @@ boolean16 bv_get_attribute(int16 hcam, uns32 param_id, int16 param_attribute, vo
 // Ticks of light ahead of an exposure, as an attribute getter of TYPE_UNS16. It has no id, so that
 // only the library itself can read it.
 boolean16 bv_get_preflash(int16 hcam, int16 param_attribute, void* param_value);
+
+namespace bv {
+
+// bv_get_param() into a variable of the type that the attribute yields.
+template <class T>
+bool ReadParam(int16 hcam, uns32 param_id, T& value, int16 attribute = ATTR_CURRENT) {
+    return bv_get_param(hcam, param_id, attribute, &value) != 0;
+}
+
+}  // namespace bv

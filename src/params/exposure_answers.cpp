@@ -5,6 +5,7 @@
 #include "device/command_io.h"
 #include "params/accessors.h"
 #include "params/upcalls.h"
+#include "state/camera_rows.h"
 
 namespace bv {
 
@@ -64,7 +65,7 @@ boolean16 ExposureTime(Call& call, int16 hcam, Value& value) {
     const exp_range_type* range = RangeOfResolution(hcam);
     if (!range) return UnknownResolution(call);
     // The maximum holds where a camera tells its bounds the wrong way round.
-    value = std::min(std::max(acq_cache[row_of(hcam)].exposure_time, range->min), range->max);
+    value = std::min(std::max(CacheOf(hcam).exposure_time, range->min), range->max);
     return OZ_OK;
 }
 

@@ -7,6 +7,7 @@
 #include "params/io_answers.h"
 #include "params/parameter.h"
 #include "state/bytes.h"
+#include "state/camera_rows.h"
 
 using bv::arg;
 using bv::Call;
@@ -159,13 +160,13 @@ boolean16 bv_set_io_addr(int16 hcam, uns16 io_addr) {
     if (io_addr >= total) {
         return call.fail(C2_ADDR_OUT_OF_RANGE, "Port address out of range, max. is %u", total);
     }
-    pg_cam_cfg[row_of(hcam)].io_addr = io_addr;
+    bv::ConfigOf(hcam).io_addr = io_addr;
     return call.ok();
 }
 
 boolean16 bv_io_get_headers(int16 hcam, io_script_lists** io_info) {
     Call call("bv_io_get_headers", arg("hcam", hcam), arg("io_info", io_info));
-    *io_info = pg_cam_cfg[row_of(hcam)].io_script_info.get();
+    *io_info = bv::ConfigOf(hcam).io_script_info.get();
     return call.ok(arg("*io_info", *io_info));
 }
 

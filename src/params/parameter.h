@@ -11,7 +11,7 @@
 #include "orvex/orvex_types.h"
 
 #include "state/call.h"
-#include "state/camera_tables.h"
+#include "state/camera_rows.h"
 
 // What a parameter is made of. A parameter is one constexpr row: its id, the name of its getter,
 // a shape, and whatever it answers differently from the shape.
@@ -222,16 +222,16 @@ struct SetBy<boolean16 (*)(int16, T)> {
 };
 
 inline const cam_reads_type& RowOf(int16 hcam, const cam_reads_type*) {
-    return pg_cam_reads[row_of(hcam)];
+    return bv::ReadsOf(hcam);
 }
 inline const cam_cfg_type& RowOf(int16 hcam, const cam_cfg_type*) {
-    return pg_cam_cfg[row_of(hcam)];
+    return bv::ConfigOf(hcam);
 }
 inline const cam_info_type& RowOf(int16 hcam, const cam_info_type*) {
-    return pg_cam_info[row_of(hcam)];
+    return bv::InfoOf(hcam);
 }
 inline const decode_info_type& RowOf(int16 hcam, const decode_info_type*) {
-    return pg_decode_info[row_of(hcam)];
+    return bv::DecodeOf(hcam);
 }
 
 }  // namespace detail

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "camera/extended_capabilities.h"
 #include "device/command_io.h"
 #include "params/accessors.h"
 #include "params/camera_answers.h"
@@ -62,7 +63,7 @@ inline constexpr Parameter driver_parameters[] = {
      .getter = "bv_get_cam_interface_type",
      .available = bit<&cam_reads_type::ifc_caps, 1>,
      .shape = Shape::items,
-     .current = asked<bv_ccd_get_cam_ifc_type>,
+     .current = asked<bv_cam_get_interface_type_current>,
      .entries = {.values = &cam_reads_type::ifc_types,
                  .texts = interface_type_texts,
                  .other = "Unknown"}},

@@ -3,7 +3,7 @@
 #include "log/enum_texts.h"
 #include "params/upcalls.h"
 #include "state/call.h"
-#include "state/camera_tables.h"
+#include "state/camera_rows.h"
 
 using bv::arg;
 using bv::Call;
@@ -21,7 +21,7 @@ Call Traced(const char* function, int16 hcam, int16 param_attribute, void* param
 
 cam_cfg_type& Count(int16 hcam) {
     bv_pp_initialize_counts(hcam);
-    return pg_cam_cfg[row_of(hcam)];
+    return bv::ConfigOf(hcam);
 }
 
 boolean16 Choose(const char* function, Getter plugin, Getter camera, int16 hcam,

@@ -6,6 +6,7 @@
 #include "params/io_ports.h"
 #include "params/parameter.h"
 #include "params/speed_table.h"
+#include "state/camera_rows.h"
 
 using bv::arg;
 using bv::Call;
@@ -42,7 +43,7 @@ boolean16 Set(const Setter& setter, int16 hcam, T value) {
         return call.failed();
     }
     if (!bv::SetWithReadBack(call, hcam, setter.write, setter.read, value)) return call.failed();
-    if (setter.clears_script) pg_cam_info[row_of(hcam)].script_valid = 0;
+    if (setter.clears_script) bv::InfoOf(hcam).script_valid = 0;
     return call.ok();
 }
 
@@ -217,7 +218,7 @@ boolean16 bv_io_set_last_muxed_signal(int16 hcam, uns8 value) {
     return Set(last_muxed_signal, hcam, value);
 }
 
-boolean16 bv_ccd_set_readout_port(int16 hcam, int32 port) {
+boolean16 bv_ccd_set_readout_port(int16 hcam, uns16 port) {
     Call call("bv_ccd_set_readout_port", arg("hcam", hcam), arg("port", port));
     int16 port_total = 1;
     if (!bv_spdtab_get_port_total(hcam, &port_total)) return call.failed();
@@ -236,10 +237,9 @@ boolean16 bv_ccd_set_readout_port(int16 hcam, int32 port) {
         return call.fail(C2_FAILED_TO_SET_VALUE, "Value read back from camera differs: %u", actual);
     }
     // The new port has a pixel time and a geometry of its own.
-    const auto camera = row_of(hcam);
-    pg_cam_cfg[camera].spdtab_time = message.Reply<uns16>(SPD_SPEED);
+    bv::ConfigOf(hcam).spdtab_time = message.Reply<uns16>(SPD_SPEED);
     const boolean16 sent = dv_send_transfer_speed_to_interface(hcam);
-    pg_cam_info[camera].rws_done = 0;
-    pg_cam_info[camera].script_valid = 0;
+    bv::InfoOf(hcam).rws_done = 0;
+    bv::InfoOf(hcam).script_valid = 0;
     return call.result(sent);
 }

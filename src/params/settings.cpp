@@ -1,6 +1,7 @@
 #include "params/accessors.h"
 #include "params/dispatch.h"
 #include "params/parameter.h"
+#include "state/camera_rows.h"
 
 using bv::arg;
 using bv::Call;
@@ -11,16 +12,15 @@ namespace {
 template <auto Field, class T>
 boolean16 Store(const char* function, const char* word, int16 hcam, T value) {
     Call call(function, arg("hcam", hcam), arg(word, value));
-    pg_cam_cfg[row_of(hcam)].*Field = value;
+    bv::ConfigOf(hcam).*Field = value;
     return call.ok();
 }
 
 // The same for a choice that the program in the camera was made from.
 template <auto Field, class T>
 boolean16 StoreForScript(Call& call, int16 hcam, T value) {
-    const auto camera = row_of(hcam);
-    auto& kept = pg_cam_cfg[camera].*Field;
-    if (kept != value) pg_cam_info[camera].script_valid = 0;
+    auto& kept = bv::ConfigOf(hcam).*Field;
+    if (kept != value) bv::InfoOf(hcam).script_valid = 0;
     kept = value;
     return call.ok();
 }
@@ -69,7 +69,7 @@ boolean16 bv_ccd_set_clear_mode(int16 hcam, int32 clear_mode) {
     return StoreForScript<&cam_cfg_type::clear_mode>(call, hcam, static_cast<int16>(clear_mode));
 }
 
-boolean16 bv_ccd_set_pmode(int16 hcam, int32 pmode) {
+boolean16 bv_ccd_set_pmode(int16 hcam, int16 pmode) {
     Call call("bv_ccd_set_pmode", arg("hcam", hcam), arg("pmode", pmode));
     const bool wants_frame_transfer = pmode == PMODE_FT || pmode == PMODE_FT_MPP ||
                                       pmode == PMODE_ALT_FT || pmode == PMODE_ALT_FT_MPP;
@@ -87,7 +87,7 @@ boolean16 bv_ccd_set_pmode(int16 hcam, int32 pmode) {
     if ((mpp_capable == MPP_ALWAYS_OFF || mpp_capable == MPP_ALWAYS_ON) && wants_mpp) {
         return call.fail(C2_NOT_AVAILABLE, "MPP mode not selectable");
     }
-    return StoreForScript<&cam_cfg_type::pmode>(call, hcam, static_cast<int16>(pmode));
+    return StoreForScript<&cam_cfg_type::pmode>(call, hcam, pmode);
 }
 
 boolean16 bv_shtr_set_open_mode(int16 hcam, int32 shtr_open_mode) {

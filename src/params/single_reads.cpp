@@ -4,6 +4,7 @@
 #include "messages/host_command_message.h"
 #include "params/accessors.h"
 #include "state/bytes.h"
+#include "state/camera_rows.h"
 
 using bv::arg;
 using bv::Call;
@@ -103,6 +104,6 @@ boolean16 bv_ccd_get_centroids_count_range(int16 hcam, uns16* min, uns16* max) {
 
 boolean16 bv_ccd_get_accum_capable(int16 hcam, boolean16* accum_capable) {
     Call call("bv_ccd_get_accum_capable", arg("hcam", hcam), arg("accum_capable", accum_capable));
-    *accum_capable = pg_cam_reads[row_of(hcam)].accum_capable;
+    *accum_capable = bv::ReadsOf(hcam).accum_capable;
     return call.ok(arg("*accum_capable", *accum_capable));
 }

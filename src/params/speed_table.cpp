@@ -1,10 +1,12 @@
 #include "params/speed_table.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "device/command_io.h"
 #include "messages/host_command_message.h"
 #include "params/parameter.h"
+#include "state/camera_rows.h"
 
 using bv::arg;
 using bv::Call;
@@ -19,19 +21,19 @@ boolean16 HasSpeeds(Call& call, int16 hcam) {
     return call.fail(C2_NOT_AVAILABLE, "No speed choices available");
 }
 
-// One byte of the current row of the table.
+// One byte of the current row of the table; `least` stands for anything below it.
 boolean16 ReadByte(const char* function, const char* word, const char* result, int16 hcam,
-                   orvex_host_command command, int16* value) {
+                   orvex_host_command command, int16* value, int16 least = 0) {
     Call call(function, arg("hcam", hcam), arg(word, value));
     if (!HasSpeeds(call, hcam)) return bv::OZ_FAIL;
     SingleReadHostCommandMessage message(hcam, command);
     if (!message.Execute()) return call.failed();
-    *value = message.Reply<int16>(command);
+    *value = std::max(message.Reply<int16>(command), least);
     return call.ok(arg(result, *value));
 }
 
 void KeepPixelTime(int16 hcam, uns16 time) {
-    pg_cam_cfg[row_of(hcam)].spdtab_time = time;
+    bv::ConfigOf(hcam).spdtab_time = time;
 }
 
 }  // namespace
@@ -57,13 +59,9 @@ boolean16 bv_spdtab_get_port(int16 hcam, int16* spdtab_port) {
 }
 
 boolean16 bv_spdtab_get_port_total(int16 hcam, int16* total_ports) {
-    if (!ReadByte("bv_spdtab_get_port_total", "total_ports", "*total_ports", hcam, TOTAL_PORTS,
-                  total_ports)) {
-        return bv::OZ_FAIL;
-    }
     // Cameras with a single port may count none.
-    if (*total_ports == 0) *total_ports = 1;
-    return bv::OZ_OK;
+    return ReadByte("bv_spdtab_get_port_total", "total_ports", "*total_ports", hcam, TOTAL_PORTS,
+                    total_ports, 1);
 }
 
 boolean16 bv_spdtab_get_gain_name(int16 hcam, char* gain_name, uns32* len) {
@@ -137,6 +135,6 @@ boolean16 bv_spdtab_set_num(int16 hcam, int16 spdtab_num) {
         return call.fail(C2_FAILED_TO_SET_VALUE, "Value read back from camera differs: %d", actual);
     }
     KeepPixelTime(hcam, message.Reply<uns16>(SPD_SPEED));
-    pg_cam_info[row_of(hcam)].script_valid = 0;
+    bv::InfoOf(hcam).script_valid = 0;
     return call.result(dv_send_transfer_speed_to_interface(hcam));
 }

@@ -5,11 +5,13 @@
 #include <new>
 #include <span>
 
+#include "camera/tidal_stream_owner.h"
 #include "messages/host_command_message.h"
 #include "params/accessors.h"
 #include "params/parameter.h"
 #include "params/tidal_answers.h"
 #include "state/bytes.h"
+#include "state/camera_rows.h"
 
 using bv::arg;
 using bv::Call;
@@ -17,10 +19,6 @@ using bv::HostCommandMessage;
 using bv::SingleReadHostCommandMessage;
 
 namespace {
-
-acq_cache_type& CacheOf(int16 hcam) {
-    return acq_cache[row_of(hcam)];
-}
 
 // One of the two lists that the camera cycles through.
 struct List {
@@ -69,10 +67,6 @@ Reply Decode(std::span<const uns8> bytes, std::span<uns32> values) {
     return reply;
 }
 
-struct ReleaseRecord {
-    void operator()(tidal_stream_type* record) const { bv_release_tidal_stream_struct(&record); }
-};
-
 boolean16 Write(Call& call, const List& list, int16 hcam, const tidal_stream_type* array) {
     if (!array) return call.fail(C0_NULL_POINTER, "Given null pointer");
     if (!array->params && array->entries != 0) {
@@ -96,11 +90,10 @@ boolean16 Write(Call& call, const List& list, int16 hcam, const tidal_stream_typ
     message.RequestReply();
     if (!message.Execute()) return call.failed();
 
-    tidal_stream_type* record = nullptr;
-    if (!bv_create_tidal_stream_struct(&record, array->entries)) return call.failed();
-    const std::unique_ptr<tidal_stream_type, ReleaseRecord> actual(record);
+    const bv::TidalStreamOwner actual = bv::MakeTidalStream(array->entries);
+    if (!actual) return call.failed();
     // Timing is computed from what was asked for, even if the camera corrects it.
-    (CacheOf(hcam).*list.mirror).assign(wanted.begin(), wanted.end());
+    (bv::CacheOf(hcam).*list.mirror).assign(wanted.begin(), wanted.end());
     const std::span<uns32> values(actual->params, actual->entries);
     const Reply reply = Decode(message.ReplyBytes(list.read), values);
     if (reply.count != array->entries) {
@@ -191,7 +184,7 @@ boolean16 bv_set_tidal_stream_mode_id(int16 hcam, uns16 param) {
     if (!WriteMirrored(call, hcam, SET_TIDAL_STREAM_MODE, GET_TIDAL_STREAM_MODE, param, actual)) {
         return bv::OZ_FAIL;
     }
-    CacheOf(hcam).tidal_stream_mode = actual;
+    bv::CacheOf(hcam).tidal_stream_mode = actual;
     return Compare(call, actual, param);
 }
 
@@ -202,8 +195,8 @@ boolean16 bv_set_tidal_stream_enabled_mode(int16 hcam, boolean16 value) {
                        actual)) {
         return bv::OZ_FAIL;
     }
-    CacheOf(hcam).tidal_stream_enabled = actual != 0;
-    if (actual == value) pg_cam_info[row_of(hcam)].script_valid = 0;
+    bv::CacheOf(hcam).tidal_stream_enabled = actual != 0;
+    if (actual == value) bv::InfoOf(hcam).script_valid = 0;
     return Compare(call, actual, value);
 }
 

@@ -6,7 +6,7 @@
 #include "platform/system.h"
 #include "plugins/post_processing_host.h"
 #include "state/call.h"
-#include "state/camera_tables.h"
+#include "state/camera_rows.h"
 
 // Frames on their way through the plug-in. In a continuous run the camera writes into a private
 // ring and the plug-in moves each frame from there into the application's ring.
@@ -15,10 +15,6 @@ using bv::arg;
 using bv::Call;
 
 namespace {
-
-cam_cfg_type& Config(int16 hcam) {
-    return pg_cam_cfg[static_cast<size_t>(hcam)];
-}
 
 bool Process(int16 hcam, void* input, void* output, uns16 ser_pixels, uns16 par_pixels,
              int16 flag) {
@@ -29,7 +25,7 @@ bool Process(int16 hcam, void* input, void* output, uns16 ser_pixels, uns16 par_
 // Processes the pixels of the first region of a metadata frame where they lie.
 bool ProcessFirstRegion(Call& call, int16 hcam, void* source, uns16 ser_pixels, uns16 par_pixels,
                         int16 flag) {
-    const uns32 frame_bytes = pg_decode_info[static_cast<size_t>(hcam)].frame_bytes;
+    const uns32 frame_bytes = bv::DecodeOf(hcam).frame_bytes;
     md_frame* frame = nullptr;
     if (!bv_md_create_frame_struct_for(call, &frame, source, frame_bytes)) return false;
     bool done = bv_md_frame_decode(call, frame, source, frame_bytes) && frame->roiCount > 0 &&
@@ -45,12 +41,12 @@ bool ProcessFirstRegion(Call& call, int16 hcam, void* source, uns16 ser_pixels, 
 bool ProcessFromRing(Call& call, int16 hcam, void* output, uns32 offset, uns16 ser_pixels,
                      uns16 par_pixels) {
     constexpr int16 flag = 1;
-    uns8* source = Config(hcam).alt_buffer.get() + offset;
-    if (!Config(hcam).md_frames) {
+    uns8* source = bv::ConfigOf(hcam).alt_buffer.get() + offset;
+    if (!bv::ConfigOf(hcam).md_frames) {
         return Process(hcam, source, output, ser_pixels, par_pixels, flag);
     }
     const bool done = ProcessFirstRegion(call, hcam, source, ser_pixels, par_pixels, flag);
-    std::memcpy(output, source, pg_decode_info[static_cast<size_t>(hcam)].frame_bytes);
+    std::memcpy(output, source, bv::DecodeOf(hcam).frame_bytes);
     return done;
 }
 
@@ -81,7 +77,7 @@ boolean16 bv_pop_setup_alt_buffer(int16 hcam, void** driver_buffer, uns32 num_bu
         call.error("KELMO module not available");
         return call.failed();
     }
-    cam_cfg_type& cfg = Config(hcam);
+    cam_cfg_type& cfg = bv::ConfigOf(hcam);
     const size_t bytes = size_t{num_buffers} * exp_bytes;
     cfg.alt_buffer.reset();
     cfg.alt_buffer.reset(new (std::nothrow) uns8[bytes]());
@@ -100,12 +96,12 @@ boolean16 bv_pop_setup_alt_buffer(int16 hcam, void** driver_buffer, uns32 num_bu
 
 boolean16 bv_pop_clear_alt_buffer(int16 hcam, void* user_buffer) {
     Call call("bv_pop_clear_alt_buffer", arg("hcam", hcam), arg("user_buffer", user_buffer));
-    cam_cfg_type& cfg = Config(hcam);
+    cam_cfg_type& cfg = bv::ConfigOf(hcam);
     cfg.user_buffer = static_cast<uns8*>(user_buffer);
     cfg.alt_frame_bytes = 0;
     cfg.alt_frame_count = 0;
     cfg.alt_frame_index = 0;
-    decode_info_type& decode = pg_decode_info[static_cast<size_t>(hcam)];
+    decode_info_type& decode = bv::DecodeOf(hcam);
     if (cfg.alt_buffer && decode.pixel_stream == cfg.alt_buffer.get()) {
         // When the library shuts down in the middle of a run, the camera still writes into it.
         uns32 byte_cnt = 0;
@@ -121,7 +117,7 @@ boolean16 bv_pop_clear_alt_buffer(int16 hcam, void* user_buffer) {
 boolean16 bv_pop_retrieve_user_buffer(int16 hcam, void** frame, uns32 frame_count) {
     Call call("bv_pop_retrieve_user_buffer", arg("hcam", hcam), arg("frame", frame),
               arg("frame_count", frame_count));
-    cam_cfg_type& cfg = Config(hcam);
+    cam_cfg_type& cfg = bv::ConfigOf(hcam);
     const bool is_new = frame_count > cfg.last_frame_nr;
     if (is_new) {
         // The application's ring runs on its own count, whatever frames were skipped.
@@ -143,9 +139,9 @@ boolean16 bv_pop_process(int16 hcam, void* input, void* output, uns32 offset, un
     if (!bv_pop_ismoduleavailable(hcam) || !input || !output) {
         return call.fail_silently(C2_NOT_AVAILABLE);
     }
-    const cam_cfg_type& cfg = Config(hcam);
+    const cam_cfg_type& cfg = bv::ConfigOf(hcam);
     bool done = true;
-    if (pg_cam_info[static_cast<size_t>(hcam)].buf_mode != CIRC_NONE) {
+    if (bv::InfoOf(hcam).buf_mode != CIRC_NONE) {
         // A run that was armed while the module was off has no private ring: nothing to move.
         if (cfg.alt_buffer) {
             done = ProcessFromRing(call, hcam, output, offset, ser_pixels, par_pixels);
@@ -160,14 +156,14 @@ boolean16 bv_pop_process(int16 hcam, void* input, void* output, uns32 offset, un
 
 boolean16 bv_pop_start_kelmo_processing(int16 hcam) {
     Call call("bv_pop_start_kelmo_processing", arg("hcam", hcam));
-    Config(hcam).kelmo_processing = 1;
+    bv::ConfigOf(hcam).kelmo_processing = 1;
     platform::DebugOutput("Start kelmo plug in processing");
     return call.ok();
 }
 
 boolean16 bv_pop_stop_kelmo_processing(int16 hcam) {
     Call call("bv_pop_stop_kelmo_processing", arg("hcam", hcam));
-    Config(hcam).kelmo_processing = 0;
+    bv::ConfigOf(hcam).kelmo_processing = 0;
     platform::DebugOutput("Stop kelmo plug in processing");
     return call.ok();
 }

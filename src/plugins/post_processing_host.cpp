@@ -5,7 +5,7 @@
 
 #include "plugins/plugin_contract.h"
 #include "state/call.h"
-#include "state/camera_tables.h"
+#include "state/camera_rows.h"
 
 using bv::arg;
 using bv::Call;
@@ -124,7 +124,7 @@ boolean16 bv_pop_reset(int16 hcam) {
     Call call("bv_pop_reset", arg("hcam", hcam));
     bv_pop_clear_alt_buffer(hcam, nullptr);
     bv_pop_deregister_callback(hcam);
-    cam_cfg_type& cfg = pg_cam_cfg[static_cast<size_t>(hcam)];
+    cam_cfg_type& cfg = bv::ConfigOf(hcam);
     cfg.callback_registered = 0;
     cfg.pp_use_plugin = 0;
     cfg.pp_initialized = 0;
@@ -145,17 +145,17 @@ boolean16 bv_pop_reset(int16 hcam) {
 
 void bv_pop_register_callback(int16 hcam) {
     Call call("bv_pop_register_callback", arg("hcam", hcam));
-    pg_cam_cfg[static_cast<size_t>(hcam)].callback_registered = 1;
+    bv::ConfigOf(hcam).callback_registered = 1;
 }
 
 void bv_pop_deregister_callback(int16 hcam) {
     Call call("bv_pop_deregister_callback", arg("hcam", hcam));
-    pg_cam_cfg[static_cast<size_t>(hcam)].callback_registered = 0;
+    bv::ConfigOf(hcam).callback_registered = 0;
 }
 
 boolean16 bv_pop_check_callback(int16 hcam) {
     Call call("bv_pop_check_callback", arg("hcam", hcam));
-    const boolean16 registered = pg_cam_cfg[static_cast<size_t>(hcam)].callback_registered;
+    const boolean16 registered = bv::ConfigOf(hcam).callback_registered;
     call.returns(bv::words(registered ? "TRUE" : "FALSE"));
     return registered;
 }

@@ -9,7 +9,7 @@
 #include "params/post_processing.h"
 #include "plugins/post_processing_host.h"
 #include "state/call.h"
-#include "state/camera_tables.h"
+#include "state/camera_rows.h"
 
 // The plug-in's modules and their parameters as post-processing features, numbered behind the
 // features of the camera.
@@ -19,10 +19,6 @@ using bv::Call;
 using bv::LoadedPostProcessing;
 
 namespace {
-
-cam_cfg_type& Config(int16 hcam) {
-    return pg_cam_cfg[static_cast<size_t>(hcam)];
-}
 
 struct Answer {
     int64 number = 0;
@@ -95,7 +91,7 @@ struct ModuleParameter {
 
 boolean16 ReadModuleName(Call& call, int16 hcam, std::string& name) {
     std::array<char, ORVEX_PLUGIN_TEXT_ROOM> text{};
-    if (!LoadedPostProcessing().get_module_info(hcam, Config(hcam).module_index,
+    if (!LoadedPostProcessing().get_module_info(hcam, bv::ConfigOf(hcam).module_index,
                                                 ORVEX_PLUGIN_KEY_NAME, text.data())) {
         return call.fail(C2_NOT_AVAILABLE, "i_get_module_info function call failed");
     }
@@ -106,7 +102,7 @@ boolean16 ReadModuleName(Call& call, int16 hcam, std::string& name) {
 
 boolean16 ReadParameter(Call& call, int16 hcam, ModuleParameter& parameter) {
     std::array<char, ORVEX_PLUGIN_TEXT_ROOM> name{};
-    const cam_cfg_type& cfg = Config(hcam);
+    const cam_cfg_type& cfg = bv::ConfigOf(hcam);
     if (!LoadedPostProcessing().get_module_parameter(
             hcam, cfg.module_index, cfg.parameter_index, &parameter.minimum, &parameter.maximum,
             &parameter.standard, &parameter.current, name.data())) {
@@ -157,13 +153,13 @@ boolean16 AnswerIndex(Call& call, orvex_attribute attribute, int64 current, int6
 }
 
 boolean16 AnswerModuleIndex(Call& call, int16 hcam, orvex_attribute attribute, Answer& answer) {
-    const cam_cfg_type& cfg = Config(hcam);
+    const cam_cfg_type& cfg = bv::ConfigOf(hcam);
     return AnswerIndex(call, attribute, int64{cfg.module_index} + cfg.pp_entries,
                        int64{cfg.pp_entries} + cfg.module_count, answer);
 }
 
 boolean16 AnswerParameterIndex(Call& call, int16 hcam, orvex_attribute attribute, Answer& answer) {
-    const cam_cfg_type& cfg = Config(hcam);
+    const cam_cfg_type& cfg = bv::ConfigOf(hcam);
     return AnswerIndex(call, attribute, cfg.parameter_index,
                        LoadedPostProcessing().get_module_parameter_count(hcam, cfg.module_index),
                        answer);
@@ -254,9 +250,9 @@ boolean16 TellCommonParameters(Call& call, int16 hcam,
 
 boolean16 bv_pp_initialize_counts(int16 hcam) {
     Call call("bv_pp_initialize_counts", arg("hcam", hcam));
-    cam_cfg_type& cfg = Config(hcam);
+    cam_cfg_type& cfg = bv::ConfigOf(hcam);
     if (cfg.pp_initialized) return call.ok();
-    if (pg_cam_reads[static_cast<size_t>(hcam)].cap_pp) {
+    if (bv::ReadsOf(hcam).cap_pp) {
         uns16 entries = 0;
         if (!bv_cam_pp_get_entries(hcam, &entries)) {
             // A list that was found empty still leaves the features of the plug-in.
@@ -303,7 +299,7 @@ boolean16 bv_set_pop_module_index(int16 hcam, int16 module_index) {
     if (!bv_pop_ismoduleavailable(hcam)) {
         return call.fail(C2_NOT_AVAILABLE, "Parameter not available");
     }
-    cam_cfg_type& cfg = Config(hcam);
+    cam_cfg_type& cfg = bv::ConfigOf(hcam);
     cfg.module_index = static_cast<uns32>(module_index - cfg.pp_entries);
     return call.ok();
 }
@@ -313,7 +309,7 @@ boolean16 bv_set_pop_param_index(int16 hcam, int16 parameter_index) {
     if (!bv_pop_ismoduleavailable(hcam)) {
         return call.fail(C2_NOT_AVAILABLE, "Parameter not available");
     }
-    Config(hcam).parameter_index = static_cast<uns32>(parameter_index);
+    bv::ConfigOf(hcam).parameter_index = static_cast<uns32>(parameter_index);
     return call.ok();
 }
 
@@ -322,7 +318,7 @@ boolean16 bv_set_pop_param(int16 hcam, uns32 param) {
     if (!bv_pop_ismoduleavailable(hcam)) {
         return call.fail(C2_NOT_AVAILABLE, "Parameter not available");
     }
-    const cam_cfg_type& cfg = Config(hcam);
+    const cam_cfg_type& cfg = bv::ConfigOf(hcam);
     const flt64 value = param;
     return call.result(LoadedPostProcessing().set_module_parameter(hcam, cfg.module_index,
                                                                    cfg.parameter_index, &value) == 1

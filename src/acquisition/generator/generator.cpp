@@ -2,11 +2,11 @@
 
 #include "orvex/orvex_errors.h"
 
-#include "acquisition/camera_rows.h"
 #include "acquisition/generator/setup_checks.h"
 #include "log/enum_texts.h"
 #include "messages/host_command_message.h"
 #include "state/call.h"
+#include "state/camera_rows.h"
 
 using bv::arg;
 using bv::Call;

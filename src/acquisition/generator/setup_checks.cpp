@@ -1,17 +1,17 @@
 #include "acquisition/generator/setup_checks.h"
 
 #include <algorithm>
-#include <memory>
 
 #include "orvex/orvex_errors.h"
 #include "orvex/orvex_params.h"
 
-#include "acquisition/camera_rows.h"
 #include "acquisition/exposure_range.h"
+#include "camera/tidal_stream_owner.h"
 #include "log/enum_texts.h"
 #include "params/accessors.h"
 #include "params/dispatch.h"
 #include "params/tidal_stream.h"
+#include "state/camera_rows.h"
 
 namespace {
 
@@ -22,11 +22,6 @@ using bv::CheckedSetup;
 // Sizes of the two headers of a metadata frame.
 constexpr uns32 frame_md_bytes = sizeof(md_frame_header);
 constexpr uns32 roi_md_bytes = sizeof(md_frame_roi_header);
-
-template <class T>
-bool Read(int16 hcam, uns32 param_id, T& value, int16 attribute = ATTR_CURRENT) {
-    return bv_get_param(hcam, param_id, attribute, &value) != 0;
-}
 
 // Codes without a line of their own.
 bool Refuse(Call& call, int16 code) {
@@ -42,15 +37,15 @@ bool Failed(Call& call) {
 
 bool ReadCentroids(int16 hcam, CentroidSettings& centroids) {
     if (!bv::ReadsOf(hcam).cap_centroids) return true;
-    if (!Read(hcam, PARAM_CENTROIDS_ENABLED, centroids.enabled)) return false;
+    if (!bv::ReadParam(hcam, PARAM_CENTROIDS_ENABLED, centroids.enabled)) return false;
     if (centroids.enabled != 1) return true;
     uns16 has_mode = 0;
-    if (!Read(hcam, PARAM_CENTROIDS_COUNT, centroids.count) ||
-        !Read(hcam, PARAM_CENTROIDS_RADIUS, centroids.radius) ||
-        !Read(hcam, PARAM_CENTROIDS_MODE, has_mode, ATTR_AVAIL)) {
+    if (!bv::ReadParam(hcam, PARAM_CENTROIDS_COUNT, centroids.count) ||
+        !bv::ReadParam(hcam, PARAM_CENTROIDS_RADIUS, centroids.radius) ||
+        !bv::ReadParam(hcam, PARAM_CENTROIDS_MODE, has_mode, ATTR_AVAIL)) {
         return false;
     }
-    return has_mode != 1 || Read(hcam, PARAM_CENTROIDS_MODE, centroids.mode);
+    return has_mode != 1 || bv::ReadParam(hcam, PARAM_CENTROIDS_MODE, centroids.mode);
 }
 
 // Several regions always arrive with metadata around them, and so do centroids.
@@ -58,10 +53,11 @@ bool CheckRegionCount(Call& call, int16 hcam, size_t regions, bool centroids,
                       boolean16& metadata_enabled) {
     if (centroids && regions >= 2) return Refuse(call, C3_RGN_INVALID);
     uns16 max_regions = 1;
-    if (!Read(hcam, PARAM_ROI_COUNT, max_regions, ATTR_MAX) || regions > max_regions) {
+    if (!bv::ReadParam(hcam, PARAM_ROI_COUNT, max_regions, ATTR_MAX) || regions > max_regions) {
         return Refuse(call, C3_RGN_INVALID);
     }
-    if (bv::ReadsOf(hcam).cap_metadata && !Read(hcam, PARAM_METADATA_ENABLED, metadata_enabled)) {
+    if (bv::ReadsOf(hcam).cap_metadata &&
+        !bv::ReadParam(hcam, PARAM_METADATA_ENABLED, metadata_enabled)) {
         return Failed(call);
     }
     if (!metadata_enabled && (centroids || regions > 1)) return Refuse(call, C2_NOT_AVAILABLE);
@@ -93,17 +89,12 @@ bool MeasureMetadata(Call& call, int16 hcam, CheckedSetup& setup) {
     return true;
 }
 
-struct ReleaseTidalStream {
-    void operator()(tidal_stream_type* stream) const { bv_release_tidal_stream_struct(&stream); }
-};
-
 // All exposures of the list that the camera cycles through.
 bool CheckTidalExposures(Call& call, int16 hcam, const exp_range_type& range) {
     uns16 max_entries = 0;
     if (!bv_get_tidal_stream_exp_mode_params_max(hcam, &max_entries)) return Failed(call);
-    tidal_stream_type* created = nullptr;
-    if (!bv_create_tidal_stream_struct(&created, max_entries)) return Failed(call);
-    const std::unique_ptr<tidal_stream_type, ReleaseTidalStream> stream(created);
+    const bv::TidalStreamOwner stream = bv::MakeTidalStream(max_entries);
+    if (!stream) return Failed(call);
     if (!bv_get_tidal_stream_exp_mode_params(hcam, stream.get())) return Failed(call);
     const bool all_in_range =
         std::all_of(stream->params, stream->params + stream->entries,

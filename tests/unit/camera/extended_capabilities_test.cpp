@@ -220,3 +220,20 @@ TEST_F(ExtendedCapabilitiesRead, CurrentInterface) {
 }
 
 }  // namespace
+
+TEST(ExtendedCapabilities, BinningListWithoutMemoryIsNone) {
+    if (!support::address_space_can_be_limited) GTEST_SKIP();
+    Bytes block = hex("00000002 04 EA60");
+    block.resize(block.size() + 60000);
+    const Bytes rest = hex("00000000 0000 04 0002 0100 00000000 0000");
+    block.insert(block.end(), rest.begin(), rest.end());
+    Reads reads;
+    ExtendedCapabilitiesFault fault{};
+    {
+        const support::ExhaustedMemory exhausted(20000);
+        fault = bv::ParseExtendedCapabilities(block, reads);
+    }
+    EXPECT_EQ(fault, ExtendedCapabilitiesFault::none);
+    EXPECT_THAT(reads.ser_bin_list, IsEmpty());
+    EXPECT_EQ(reads.par_bin_list.size(), 2u);
+}

@@ -210,7 +210,7 @@ TEST(Choices, ParallelModesOfACamera) {
     struct ModeCase {
         uns16 frame_capable;
         uns16 mpp_capable;
-        int32 pmode;
+        int16 pmode;
         const char* refusal;  // null where the mode is taken
     };
     const char* no_transfer = "Frame transfer mode not available";
@@ -295,4 +295,14 @@ TEST(PairReads, OrderOnTheWire) {
     EXPECT_EQ(bv_ccd_get_centroids_radius_range(0, &first, &second), 1);
     EXPECT_EQ(first, 2);
     EXPECT_EQ(second, 15);
+}
+
+// What lies above must neither pass a check nor part the camera from what is kept of it.
+TEST(Setters16Bit, TakeTheLowHalfOfAValue) {
+    RichCamera camera;
+    camera.reads().frame_capable = 0;
+    EXPECT_EQ(Write(PARAM_PMODE, 0x10000 | PMODE_FT), 0);
+    camera.firmware().reply(TOTAL_PORTS, 1, 2);
+    EXPECT_EQ(Write(PARAM_READOUT_PORT, 0x10000), 1);
+    EXPECT_EQ(camera.cam_info().script_valid, 0);
 }

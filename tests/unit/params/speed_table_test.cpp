@@ -77,3 +77,12 @@ TEST(SpeedTable, NegativeIndexIsTheCamerasToRefuse) {
     EXPECT_TRUE(
         trace.failed_with(C2_FAILED_TO_SET_VALUE, "Value read back from camera differs: 1"));
 }
+
+TEST(SpeedTable, TraceTellsThePortsThatCount) {
+    RichCamera camera;
+    TraceCapture trace;
+    camera.firmware().reply(TOTAL_PORTS, 1, 0);
+    int16 ports = 0;
+    EXPECT_EQ(bv_spdtab_get_port_total(0, &ports), 1);
+    EXPECT_TRUE(trace.contains("bv_spdtab_get_port_total: RETURN (OZ_OK, *total_ports=1)"));
+}
