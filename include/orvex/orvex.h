@@ -11,7 +11,9 @@
  * outside of ox_orvex_init() and ox_orvex_uninit(), and with C0_INVALID_HANDLE when the handle is
  * not one of an open camera; both failures leave the outputs alone and the call is not made.
  * Whatever says that it talks to the camera can also fail with C7_DRIVER_COM_ERROR, when the
- * driver refuses, the camera does not answer within 3 seconds or has been unplugged.
+ * driver refuses, the camera does not answer within 3 seconds or has been unplugged. It also ends a
+ * running acquisition of either kind, except for the raw access of the Service group; what asks the
+ * driver alone does not.
  *
  * Threads: every function may be called from any thread.
  * - Camera functions hold the mutex of their camera for the whole call: calls on one camera take
@@ -153,8 +155,8 @@ ORVEX_API boolean16 ox_error_message(int16 err_code, char* msg);
  * Value or attribute of a parameter. May talk to the camera.
  * @param param_id a PARAM_ id
  * @param param_attribute ATTR_CURRENT to ATTR_AVAIL
- * @param[out] param_value for ATTR_COUNT an #uns32, for ATTR_TYPE, ATTR_ACCESS and ATTR_AVAIL an
- * #uns16, otherwise a value of the parameter's type; a text has at most ATTR_COUNT bytes
+ * @param[out] param_value for ATTR_COUNT an uns32, for ATTR_TYPE, ATTR_ACCESS and ATTR_AVAIL an
+ * uns16, otherwise a value of the parameter's type; a text has at most ATTR_COUNT bytes
  * @return 0 with C2_NOT_AVAILABLE, or C0_ACQ_NOT_CONFIGURED for what exists after a set-up only
  */
 ORVEX_API boolean16 ox_get_param(int16 hcam, uns32 param_id, int16 param_attribute,
@@ -171,6 +173,7 @@ ORVEX_API boolean16 ox_set_param(int16 hcam, uns32 param_id, void* param_value);
 
 /**
  * One entry of an enumerated parameter. May talk to the camera.
+ * @param param_id a PARAM_ id
  * @param index 0 to ATTR_COUNT minus 1
  * @param[out] value what ox_set_param() takes; differs from the index in general
  * @param[out] desc display text, cut to the length and terminated; may be null
@@ -302,7 +305,7 @@ ORVEX_API boolean16 ox_exp_start_cont(int16 hcam, void* pixel_stream, uns32 size
 ORVEX_API boolean16 ox_exp_check_cont_status(int16 hcam, int16* status, uns32* byte_cnt,
                                              uns32* buffer_cnt);
 
-/** As ox_exp_check_cont_status(). @param[out] frame_info the newest frame */
+/** As ox_exp_check_cont_status(). @param[out] frame_info what is known of the newest frame */
 ORVEX_API boolean16 ox_exp_check_cont_status_ex(int16 hcam, int16* status, uns32* byte_cnt,
                                                 uns32* buffer_cnt, FRAME_INFO* frame_info);
 
@@ -314,20 +317,21 @@ ORVEX_API boolean16 ox_exp_check_cont_status_ex(int16 hcam, int16* status, uns32
  */
 ORVEX_API boolean16 ox_exp_get_latest_frame(int16 hcam, void** frame);
 
-/** As ox_exp_get_latest_frame(). @param[out] frame_info the newest frame */
+/** As ox_exp_get_latest_frame(). @param[out] frame_info what is known of the newest frame */
 ORVEX_API boolean16 ox_exp_get_latest_frame_ex(int16 hcam, void** frame, FRAME_INFO* frame_info);
 
 /**
- * Oldest frame not yet taken; ox_exp_unlock_oldest_frame() takes it. Errors as of
- * ox_exp_get_latest_frame().
+ * Oldest frame not yet taken; ox_exp_unlock_oldest_frame() takes it. Whether there is one,
+ * ox_exp_check_cont_status() tells: with all frames taken this gives the place of the next one.
+ * Errors as of ox_exp_get_latest_frame().
  * @param[out] frame address in the ring
  */
 ORVEX_API boolean16 ox_exp_get_oldest_frame(int16 hcam, void** frame);
 
-/** As ox_exp_get_oldest_frame(). @param[out] frame_info the newest frame */
+/** As ox_exp_get_oldest_frame(). @param[out] frame_info what is known of the newest frame, too */
 ORVEX_API boolean16 ox_exp_get_oldest_frame_ex(int16 hcam, void** frame, FRAME_INFO* frame_info);
 
-/** Counts the oldest frame as taken. Does not talk to the camera. */
+/** Counts the oldest frame as taken, untested whether there is one. Does not talk to the camera. */
 ORVEX_API boolean16 ox_exp_unlock_oldest_frame(int16 hcam);
 
 /** Stops a continuous acquisition; the same as ox_exp_abort(). Talks to the camera. */
@@ -358,12 +362,15 @@ ORVEX_API boolean16 ox_io_clear_script_control(int16 hcam);
 /**
  * Makes a record with room for a number of regions, to decode frames into again and again.
  * @param[out] pFrame the record
+ * @param roiCount most regions of a frame
  * @return 0 with C2_CANNOT_ALLOCATE_MEMORY
  */
 ORVEX_API boolean16 ox_md_create_frame_struct_cont(md_frame** pFrame, uns16 roiCount);
 
 /**
- * Makes a record that fits a frame.
+ * Makes a record that fits a frame; decodes nothing yet.
+ * @param[out] pFrame the record
+ * @param pSrcBuf the frame
  * @param srcBufSize bytes of the frame
  * @return 0 with C0_BUFFER_TOO_SMALL, C0_INVALID_DATA or C2_CANNOT_ALLOCATE_MEMORY
  */
@@ -375,6 +382,7 @@ ORVEX_API boolean16 ox_md_release_frame_struct(md_frame* pFrame);
 /**
  * Finds headers, regions and pixels in a frame, copying none.
  * @param[out] pDstFrame empty, with roiCount 0, after a failure in the regions
+ * @param pSrcBuf the frame; the record points into it
  * @param srcBufSize bytes of the frame
  * @return 0 with C0_BUFFER_TOO_SMALL or C0_INVALID_DATA
  */
@@ -382,8 +390,10 @@ ORVEX_API boolean16 ox_md_frame_decode(md_frame* pDstFrame, void* pSrcBuf, uns32
 
 /**
  * Paints the regions of a decoded frame into an image of 16-bit pixels; the rest of it stays.
+ * @param[in,out] pDstBuf the image, dstWidth times dstHeight pixels
  * @param offX,offY place of the regions' bounding box in the image, in binned pixels
  * @param dstWidth,dstHeight size of the image in pixels
+ * @param pSrcFrame the decoded frame
  * @return 0 with C0_BUFFER_TOO_SMALL or C0_INVALID_DATA
  */
 ORVEX_API boolean16 ox_md_frame_recompose(void* pDstBuf, uns16 offX, uns16 offY, uns16 dstWidth,
@@ -391,6 +401,8 @@ ORVEX_API boolean16 ox_md_frame_recompose(void* pDstBuf, uns16 offX, uns16 offY,
 
 /**
  * Reads the tagged values of a frame's or region's extended metadata.
+ * @param[out] pOutput the values; the record is 6 KiB large
+ * @param pExtMdData the metadata, extMdData of a decoded frame or region
  * @param extMdDataSize bytes of the metadata
  * @return 0 with C2_INDEX_OUT_OF_RANGE (unknown tag) or C0_INVALID_DATA
  */
@@ -404,7 +416,12 @@ ORVEX_API boolean16 ox_md_read_extended(md_ext_item_collection* pOutput, void* p
  * @{ */
 
 /**
- * One exchange of a complete frame; answers are awaited for 15 seconds each.
+ * One exchange of a complete frame; answers are awaited for 15 seconds each. A running acquisition
+ * goes on.
+ * @param write_bytes bytes of write_array: class, length and payload
+ * @param write_array the frame
+ * @param read_bytes bytes of the reply; 0 for none
+ * @param[out] read_array receives the reply
  * @return 0 with C7_DRIVER_COM_ERROR
  */
 ORVEX_API boolean16 ox_internal_cam_write_read_passthrough(int16 hcam, uns16 write_bytes,
@@ -414,7 +431,11 @@ ORVEX_API boolean16 ox_internal_cam_write_read_passthrough(int16 hcam, uns16 wri
 /**
  * One command to the bridge between host and camera.
  * @param node_id node on the bus, 0 is the interface
- * @param bridge_command code of the command
+ * @param bridge_command code of the command, OZ_DATA_ or OZ_CAM_
+ * @param send_data_length bytes of send_data
+ * @param send_data data of the command
+ * @param recv_data_length bytes of the reply
+ * @param[out] recv_data receives the reply
  * @return 0 with C7_DRIVER_COM_ERROR, or with a status of the bridge (orvex_bridge_status), whose
  * text ox_error_message() gives until the next call
  */

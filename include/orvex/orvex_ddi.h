@@ -22,6 +22,7 @@ typedef struct orvex_ddi orvex_ddi;
 #define ORVEX_DDI_MAX_DEVICES 21
 /** Characters of a camera name that are compared. */
 #define ORVEX_DEVICE_NAME_LEN 32
+/** Bytes of a device path, terminator included. */
 #define ORVEX_DEVICE_PATH_LEN 256
 
 /** An event as the library keeps it: the handle to use with orvex_event.h, and its name. */
@@ -110,93 +111,94 @@ typedef struct dv_event {
     X(NOTIFICATION_FLUSH, 0x80000000u) \
     X(NOTIFICATION_STATUS_CANCELLED, 0xC0000001u)
 
+/** Makes one enumerator of a list row. */
 #define ORVEX_DDI_ENUMERATOR(name, value) name = value,
 enum { ORVEX_DEVICE_STATES(ORVEX_DDI_ENUMERATOR) };
 enum { ORVEX_DRIVER_TYPES(ORVEX_DDI_ENUMERATOR) };
 enum { ORVEX_DV_CODES(ORVEX_DDI_ENUMERATOR) };
 enum { ORVEX_DRIVER_STATUSES(ORVEX_DDI_ENUMERATOR) };
-/* C enumerators are ints, too narrow for the two highest values. */
+/** Makes one constant of a row: C enumerators are ints, too narrow for the two highest values. */
 #define ORVEX_NOTIFICATION_CONSTANT(name, value) static const uint32_t name = value;
 ORVEX_NOTIFICATIONS(ORVEX_NOTIFICATION_CONSTANT)
 
 /** Arguments of one control operation, 48 bytes. */
 typedef struct dv_ioctl_args {
-    void* lpInBuffer;
-    uint32_t nInBufferSize;
-    uint32_t reserved1;
-    void* lpOutBuffer;
-    uint32_t nOutBufferSize;
-    uint32_t reserved2;
-    uint32_t* lpBytesReturned; /**< never null */
-    void* lpOverlapped;
+    void* lpInBuffer;          /**< input of the operation; null for none */
+    uint32_t nInBufferSize;    /**< bytes of it */
+    uint32_t reserved1;        /**< 0 */
+    void* lpOutBuffer;         /**< room for the output, or the application's buffer; may be null */
+    uint32_t nOutBufferSize;   /**< bytes of it */
+    uint32_t reserved2;        /**< 0 */
+    uint32_t* lpBytesReturned; /**< receives the bytes of the output; never null */
+    void* lpOverlapped;        /**< not used by an operation that the library waits for */
 } dv_ioctl_args;
 
 /** Input of DV_CAM_OPEN, 48 bytes: handles of the events that the driver signals; -1 is none. */
 typedef struct dv_open_record {
-    int16_t hcam;
-    uint8_t reserved[6];
-    int64_t write_ack;
-    int64_t read_ack;
-    int64_t bof;
-    int64_t eof;
-    int64_t abort_ack;
+    int16_t hcam;        /**< handle of the camera */
+    uint8_t reserved[6]; /**< 0 */
+    int64_t write_ack;   /**< the camera has taken a frame of commands */
+    int64_t read_ack;    /**< a reply can be read */
+    int64_t bof;         /**< a frame has begun */
+    int64_t eof;         /**< a frame has ended */
+    int64_t abort_ack;   /**< a transfer has been stopped */
 } dv_open_record;
 
 /** Output of DV_GET_IMAGE_DATA_STATUS, 40 bytes. */
 typedef struct dv_status_record {
-    uint32_t status; /**< DRIVER_STATUS_ code */
-    uint32_t bytes;  /**< received so far */
-    uint8_t reserved[32];
+    uint32_t status;      /**< DRIVER_STATUS_ code */
+    uint32_t bytes;       /**< received so far */
+    uint8_t reserved[32]; /**< not read */
 } dv_status_record;
 
 /** Input of DV_SEND_IMAGE_PARMS and DV_FIX_TABLE, 16 bytes. */
 typedef struct dv_image_parameters {
-    uint32_t frame_bytes;
-    uint32_t total_bytes;
-    uint32_t circular; /**< 1 continuous, 0 sequence */
-    uint32_t reserved;
+    uint32_t frame_bytes; /**< of one frame */
+    uint32_t total_bytes; /**< of the whole buffer */
+    uint32_t circular;    /**< 1 continuous, 0 sequence */
+    uint32_t reserved;    /**< 0 */
 } dv_image_parameters;
 
 /** Input of DV_RECEIVE_IMAGE_DATA, 20 bytes. */
 typedef struct dv_receive_parameters {
-    uint32_t frame_bytes;
-    uint32_t total_bytes;
-    uint32_t circular; /**< 1 continuous, 0 sequence */
-    uint32_t reserved;
-    uint32_t timeout_ms; /**< after which the driver may give up on a frame */
+    uint32_t frame_bytes; /**< of one frame */
+    uint32_t total_bytes; /**< of the whole buffer */
+    uint32_t circular;    /**< 1 continuous, 0 sequence */
+    uint32_t reserved;    /**< 0 */
+    uint32_t timeout_ms;  /**< after which the driver may give up on a frame */
 } dv_receive_parameters;
 
 /** Output of DV_GET_VER. */
 typedef struct dv_version_record {
-    uint16_t version;
+    uint16_t version;      /**< PARAM_DD_VERSION */
     uint16_t capabilities; /**< bit 0: needs DV_FIX_TABLE; frame interrupts can be counted */
-    uint16_t reserved;
+    uint16_t reserved;     /**< not read */
 } dv_version_record;
 
 /** Output of DV_GET_IRQCOUNT. */
 typedef struct dv_irq_counts {
-    uint32_t bof;
-    uint32_t eof;
+    uint32_t bof; /**< begins of frames since DV_CLEAR_IRQS */
+    uint32_t eof; /**< ends of frames */
 } dv_irq_counts;
 
 /** Input of DV_EVENT_NOTIFICATION_REQUEST, 48 bytes. */
 typedef struct dv_notification_request {
-    uint32_t mask; /**< NOTIFICATION_ bits that complete this request */
-    uint8_t reserved[44];
+    uint32_t mask;        /**< NOTIFICATION_ bits that complete this request */
+    uint8_t reserved[44]; /**< 0 */
 } dv_notification_request;
 
 /** Output of DV_EVENT_NOTIFICATION_REQUEST, 48 bytes: one report of a driver. */
 typedef struct dv_notification_report {
-    uint32_t reserved1;
-    uint32_t status; /**< NOTIFICATION_STATUS_ code */
-    uint32_t flags;  /**< NOTIFICATION_ bits */
-    uint32_t reserved2;
-    uint32_t frame_number_eof;
-    uint32_t frame_number_bof;
-    int64_t time_stamp_eof;
-    uint32_t readout_time;
-    uint32_t reserved3;
-    int64_t time_stamp_bof;
+    uint32_t reserved1;        /**< not read */
+    uint32_t status;           /**< NOTIFICATION_STATUS_ code */
+    uint32_t flags;            /**< NOTIFICATION_ bits */
+    uint32_t reserved2;        /**< not read */
+    uint32_t frame_number_eof; /**< of the frame that ended, from 1 */
+    uint32_t frame_number_bof; /**< of the frame that began, from 1 */
+    int64_t time_stamp_eof;    /**< of the end, in a unit of the driver's choice */
+    uint32_t readout_time;     /**< FRAME_INFO.ReadoutTime */
+    uint32_t reserved3;        /**< not read */
+    int64_t time_stamp_bof;    /**< of the begin */
 } dv_notification_report;
 
 /* The device file. orvex_device.path names a Unix SOCK_SEQPACKET socket on which the driver listens
@@ -208,27 +210,27 @@ enum { DV_FILE_SUBMIT = 1, DV_FILE_CANCEL_ALL = 2 };
 
 /** Library to driver, 72 bytes. */
 typedef struct dv_file_request {
-    uint32_t operation; /**< DV_FILE_SUBMIT or DV_FILE_CANCEL_ALL */
-    uint32_t code;      /**< control code, DV_EVENT_NOTIFICATION_REQUEST */
-    uint64_t id;        /**< chosen by the library, given back with the completion */
-    uint32_t in_size;
-    uint32_t out_size;
-    dv_notification_request in;
+    uint32_t operation;         /**< DV_FILE_SUBMIT or DV_FILE_CANCEL_ALL */
+    uint32_t code;              /**< control code, DV_EVENT_NOTIFICATION_REQUEST */
+    uint64_t id;                /**< chosen by the library, given back with the completion */
+    uint32_t in_size;           /**< bytes of `in` that count */
+    uint32_t out_size;          /**< bytes that the output may have */
+    dv_notification_request in; /**< input of the operation */
 } dv_file_request;
 
 /** Driver to library, 64 bytes. */
 typedef struct dv_file_completion {
-    uint64_t id;
-    uint32_t result; /**< 0 success */
-    uint32_t bytes;
-    dv_notification_report out;
+    uint64_t id;                /**< of the request */
+    uint32_t result;            /**< 0 success */
+    uint32_t bytes;             /**< bytes of `out` that count */
+    dv_notification_report out; /**< output of the operation */
 } dv_file_completion;
 
 /** Belongs to the module. The library reads `delivery` and calls `driver_type`, nothing else. */
 typedef struct orvex_driver_desc {
-    uint8_t module_data1[264];
+    uint8_t module_data1[264]; /**< the module's own */
     uint32_t delivery; /**< 1: notification requests on the device file; other: orvex_delivery */
-    uint8_t module_data2[28];
+    uint8_t module_data2[28];      /**< the module's own */
     uint32_t (*driver_type)(void); /**< a DRIVER_TYPE_ value */
 } orvex_driver_desc;
 
@@ -246,21 +248,22 @@ typedef struct orvex_delivery {
 
 /** One camera, 416 bytes; allocated and freed by the module, valid from init to uninit. */
 struct orvex_device {
-    int16_t hcam; /**< library: camera handle, -1 after close */
-    uint8_t reserved1[6];
-    dv_event* write_ack; /**< library: manual reset; the driver resets it */
-    dv_event* read_ack;  /**< library: manual reset; the driver resets it */
-    dv_event* bof;
-    dv_event* eof;
-    dv_event* abort_ack;
-    dv_event* flush_ack;
-    void* callbacks;           /**< library: begins with an orvex_delivery; null when closed */
-    void* notifier;            /**< library */
-    orvex_driver_desc* driver; /**< module */
+    int16_t hcam;         /**< library: camera handle, -1 after close */
+    uint8_t reserved1[6]; /**< 0 */
+    dv_event* write_ack;  /**< library: manual reset; the driver resets it */
+    dv_event* read_ack;   /**< library: manual reset; the driver resets it */
+    dv_event* bof;        /**< library: a frame has begun */
+    dv_event* eof;        /**< library: a frame has ended */
+    dv_event* abort_ack;  /**< library: a transfer has been stopped */
+    dv_event*
+        flush_ack;   /**< library: all events are delivered, for a module that delivers itself */
+    void* callbacks; /**< library: begins with an orvex_delivery; null when closed */
+    void* notifier;  /**< library */
+    orvex_driver_desc* driver;        /**< module */
     char path[ORVEX_DEVICE_PATH_LEN]; /**< module: device file, zero-terminated */
     char name[ORVEX_DEVICE_NAME_LEN]; /**< module: camera name */
     uint32_t state;                   /**< both: a DEVICE_ value */
-    uint32_t reserved2;
+    uint32_t reserved2;               /**< 0 */
     /** Module: opens the device; the six events exist, no control operation came before. */
     uint16_t (*open)(orvex_device* device);
     /** Module: closes it, after DV_CAM_CLOSE. */
@@ -275,9 +278,9 @@ struct orvex_device {
 
 /** The record that library and module share, 208 bytes. */
 struct orvex_ddi {
-    uint32_t reserved1;
-    int16_t camCount; /**< module: cameras found by init */
-    uint16_t reserved2;
+    uint32_t reserved1;                           /**< 0 */
+    int16_t camCount;                             /**< module: cameras found by init */
+    uint16_t reserved2;                           /**< 0 */
     orvex_device* devices[ORVEX_DDI_MAX_DEVICES]; /**< module: the camera with handle i at i */
     void* module;                                 /**< library: the loaded module */
     void* version;                                /**< library: orvex_ddi_version */

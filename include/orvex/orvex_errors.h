@@ -5,7 +5,8 @@
 #ifndef ORVEX_ERRORS_H
 #define ORVEX_ERRORS_H
 
-/** Errors of the library, X(name, code, text); the message is the text and the name in parentheses.
+/**
+ * Errors of the library, X(name, code, text); the message is the text and the name in parentheses.
  */
 #define ORVEX_ERRORS(X)                                                                      \
     X(C0_UNKNOWN_ERROR, 1, "Unexpected, unanticipated, or undocumented")                     \
@@ -59,8 +60,10 @@
     X(C0_ACQ_NOT_CONFIGURED, 49, "Camera has not been configured for acquisition")           \
     X(C0_RESOURCE_ALLOCATION_FAILED, 50, "Resource allocation failed")
 
-/** Statuses of a camera's bridge, X(name, code, text); the message is the name, blanks up to column
- * 30, and the text. */
+/**
+ * Statuses of a camera's bridge, X(name, code, text); the message is the name, blanks up to column
+ * 30, and the text.
+ */
 #define ORVEX_BRIDGE_STATUSES(X)                                                          \
     X(BC_STATUS_INVALID_BLOCK_NUM, 1, "Trying to upload/download invalid block index")    \
     X(BC_UNSUPPORTED_TARGET, 2, "Trying to communicate with an invalid target")           \
@@ -81,6 +84,7 @@
     X(BC_PROGRAMMING_FAILED, 17, "Upload of payload has failed")                          \
     X(BC_PARAMETER_PERMISSION, 18, "Parameter permission does not allow that operation")
 
+/** Makes one enumerator of a list row. */
 #define ORVEX_ERROR_CONSTANT(name, code, text) name = code,
 enum orvex_error { ORVEX_ERRORS(ORVEX_ERROR_CONSTANT) };
 enum orvex_bridge_status { BC_STATUS_SUCCESS = 0, ORVEX_BRIDGE_STATUSES(ORVEX_ERROR_CONSTANT) };

@@ -40,9 +40,9 @@ ORVEX_API boolean16 ox_cam_get_diags(int16 hcam);
  */
 ORVEX_API boolean16 ox_subsys_get_id(int16 hcam, uns8 subsys_address, uns16* subsys_id,
                                      uns8* subsys_minor_version);
-/** Name of a board. Talks to the camera. @param[out] subsys_name room for 128 bytes */
+/** Name of a board, from 0. Talks to the camera. @param[out] subsys_name room for 128 bytes */
 ORVEX_API boolean16 ox_subsys_get_name(int16 hcam, uns8 subsys_address, char* subsys_name);
-/** Self-test of a board. Talks to the camera. @param[out] err_code 0 for a healthy board */
+/** Self-test of a board, from 0. Talks to the camera. @param[out] err_code 0 for a healthy one */
 ORVEX_API boolean16 ox_subsys_do_diag(int16 hcam, uns8 subsys_address, uns16* err_code);
 /** @} */
 
@@ -200,7 +200,7 @@ ORVEX_API boolean16 ox_shtr_get_status(int16 hcam, int16* shtr_status);
 ORVEX_API boolean16 ox_exp_init_seq(void);
 /** Does nothing and succeeds. No camera function. */
 ORVEX_API boolean16 ox_exp_uninit_seq(void);
-/** Exposure time of VARIABLE_TIMED_MODE. Talks to the camera. */
+/** Exposure time of VARIABLE_TIMED_MODE, in the unit of PARAM_EXP_RES. Talks to the camera. */
 ORVEX_API boolean16 ox_exp_get_time_seq(int16 hcam, uns16* exp_time);
 /** Exposure time of VARIABLE_TIMED_MODE for the next start. Does not talk to the camera. */
 ORVEX_API boolean16 ox_exp_set_time_seq(int16 hcam, uns16 exp_time);
@@ -214,6 +214,8 @@ ORVEX_API boolean16 ox_exp_get_driver_buffer(int16 hcam, void** pixel_stream, un
  * Copies the regions of a frame, which lie one behind the other, into an array each. No traffic.
  * @param exposure index of the wanted region, 65535 for all
  * @param pixel_stream the frame, of 16-bit pixels
+ * @param rgn_total number of regions
+ * @param rgn_array the regions of the set-up
  * @param array_list one array per region, where null skips it; a single one when `exposure` asks
  * for one region
  * @return 0 with C3_RGN_INVALID or C2_CANNOT_ALLOCATE_MEMORY
@@ -284,7 +286,8 @@ ORVEX_API boolean16 oz_cam_send_debug(int16 hcam, char* debug_str, uns16 reply_l
 /**
  * One framed message. Stops a running acquisition and talks to the camera.
  * @param c_class class byte of the message
- * @param write_bytes bytes of write_array
+ * @param write_bytes bytes of write_array, 1 to 32768
+ * @param write_array the payload; SEND_STAT_BUF and a length end it when a reply is wanted
  * @param[out] read_array room for the reply that the message asks for; null for none
  */
 ORVEX_API boolean16 oz_cam_write_read(int16 hcam, uns8 c_class, uns16 write_bytes,
@@ -311,7 +314,7 @@ ORVEX_API boolean16 oz_exp_set_frames(int16 hcam, uns32 exp_frames);
 ORVEX_API boolean16 oz_exp_get_script(int16 hcam, boolean16* script_valid);
 /** Declares the camera's program good or bad. No traffic. */
 ORVEX_API boolean16 oz_exp_set_script(int16 hcam, boolean16 script_valid);
-/** As ox_exp_check_status(). @param[out] frame_cnt number of the last frame */
+/** As ox_exp_check_status(). @param[out] frame_cnt number of the newest frame */
 ORVEX_API boolean16 oz_exp_get_status(int16 hcam, int16* status, uns32* byte_cnt, uns32* frame_cnt);
 /** Does nothing and succeeds. */
 ORVEX_API boolean16 oz_exp_set_no_readout_timeout(int16 hcam);
@@ -327,7 +330,7 @@ ORVEX_API boolean16 oz_script_set_hook(void* pfn);
  * No lock, no traffic; `heap` is not used.
  * @{ */
 
-/** Sets the error state. @param omode table that err_code belongs to, EXT_OPEN_ */
+/** Sets the error state to a code. @param omode table that the code belongs to, EXT_OPEN_ */
 ORVEX_API boolean16 oz_set_error_code(int16 omode, int16 err_code);
 /** Zeroed memory. @return null with C2_CANNOT_ALLOCATE_MEMORY */
 ORVEX_API void* oz_malloc(uns32 size, uns16 heap);

@@ -31,14 +31,15 @@ extern "C" {
 
 /** A text padded with zeros, passed by value. */
 typedef struct orvex_plugin_name {
-    char text[256];
+    char text[256]; /**< zero-terminated */
 } orvex_plugin_name;
 
 /** A value of any kind, passed by value; what it begins with, an orvex_plugin_value_type says. */
 typedef struct orvex_plugin_value {
-    uns8 bytes[256];
+    uns8 bytes[256]; /**< the value, then zeros */
 } orvex_plugin_value;
 
+/** What an orvex_plugin_value begins with. */
 enum orvex_plugin_value_type {
     PLUGIN_VALUE_INTEGER = 0, /**< int32 */
     PLUGIN_VALUE_TEXT = 3     /**< zero-terminated text */
@@ -77,6 +78,8 @@ ORVEX_PLUGIN_API boolean16 dll_process(int16 hcam, void* input, void* output, un
 ORVEX_PLUGIN_API uns32 dll_get_module_count(int16 hcam);
 
 /**
+ * Tells of a module.
+ * @param module_index number of the module, from 0
  * @param key what is asked for, ORVEX_PLUGIN_KEY_NAME
  * @param text receives the answer, ORVEX_PLUGIN_TEXT_ROOM bytes at most
  * @return 1 on success
@@ -88,6 +91,9 @@ ORVEX_PLUGIN_API boolean16 dll_get_module_info(int16 hcam, uns32 module_index, c
 ORVEX_PLUGIN_API uns32 dll_get_module_parameter_count(int16 hcam, uns32 module_index);
 
 /**
+ * Tells of a parameter of a module.
+ * @param module_index,parameter_index numbers from 0
+ * @param minimum,maximum,current receive bounds and value
  * @param standard receives the default, to which ox_pp_reset() and every open set the parameter
  * @param name receives the name, ORVEX_PLUGIN_TEXT_ROOM bytes at most
  * @return 1 on success
@@ -121,12 +127,19 @@ ORVEX_PLUGIN_API boolean16 dll_set_common_parameter(int16 hcam, orvex_plugin_nam
 ORVEX_PLUGIN_API void ox_ff_init_plugin(void);
 /** Before unloading; with the handle of the module. */
 ORVEX_PLUGIN_API void ox_ff_uninit_plugin(void* module);
+/** PARAM_ACCUM_CAPABLE: 1 when frames of this camera can be accumulated. */
 ORVEX_PLUGIN_API void ox_ff_get_accum_capable(int16 hcam, uns16* accum_capable);
+/** PARAM_PAIRED_FLAG is set to 0 or 1. */
 ORVEX_PLUGIN_API void ox_ff_set_paired_mode(int16 hcam, uns16 flag);
+/** PARAM_PAIRED_FLAG is read. */
 ORVEX_PLUGIN_API void ox_ff_get_paired_mode(int16 hcam, uns16* flag);
+/** PARAM_ACCUM_FLAG is set to 0 or 1. */
 ORVEX_PLUGIN_API void ox_ff_set_accum_mode(int16 hcam, uns16 flag);
+/** PARAM_ACCUM_FLAG is read. */
 ORVEX_PLUGIN_API void ox_ff_get_accum_mode(int16 hcam, uns16* flag);
+/** PARAM_ACCUM_NUMBER is set: frames that become one. */
 ORVEX_PLUGIN_API void ox_ff_set_accum_num(int16 hcam, uns32 number);
+/** PARAM_ACCUM_NUMBER is read. */
 ORVEX_PLUGIN_API void ox_ff_get_accum_num(int16 hcam, uns32* number);
 /** @} */
 

@@ -321,11 +321,14 @@ enum orvex_hc_size { HC_VARIABLE = -1, HC_UNSENT = -2 };
     X(OZ_CAM_BRIDGE_SET_TRANSFER_SPEED, 30)       \
     X(OZ_CAM_BRIDGE_ENABLE_PIXEL_TRANSFER, 31)
 
-/** First bytes of the bridge's capability block, and the flags in the byte behind them. */
+/** First bytes of the bridge's capability block. */
 #define ORVEX_BRIDGE_CAPS_SIGNATURE 0xBA, 0xAD, 0xBA, 0xFE
+/** Flags in the byte behind them. */
 enum orvex_bridge_caps_flag { BRIDGE_CAPS_REPLY_STATUS = 1, BRIDGE_CAPS_BOOT_STATUS = 2 };
 
+/** Makes one enumerator of a row of two. */
 #define ORVEX_PROTOCOL_ENUMERATOR(name, value) name = value,
+/** Makes one enumerator of a row of ORVEX_HOST_COMMANDS. */
 #define ORVEX_HOST_COMMAND_ENUMERATOR(name, id, wb, we, rb, re) name = id,
 enum orvex_message_class { ORVEX_MESSAGE_CLASSES(ORVEX_PROTOCOL_ENUMERATOR) };
 enum orvex_host_command { ORVEX_HOST_COMMANDS(ORVEX_HOST_COMMAND_ENUMERATOR) };

@@ -14,16 +14,16 @@
 extern "C" {
 #endif
 
-typedef int8_t int8;
-typedef uint8_t uns8;
-typedef int16_t int16;
-typedef uint16_t uns16;
-typedef int32_t int32;
-typedef uint32_t uns32;
-typedef int64_t int64;
-typedef uint64_t uns64;
-typedef float flt32;
-typedef double flt64;
+typedef int8_t int8;    /**< 1 byte, signed */
+typedef uint8_t uns8;   /**< 1 byte */
+typedef int16_t int16;  /**< 2 bytes, signed */
+typedef uint16_t uns16; /**< 2 bytes */
+typedef int32_t int32;  /**< 4 bytes, signed */
+typedef uint32_t uns32; /**< 4 bytes */
+typedef int64_t int64;  /**< 8 bytes, signed */
+typedef uint64_t uns64; /**< 8 bytes */
+typedef float flt32;    /**< 4 bytes */
+typedef double flt64;   /**< 8 bytes */
 /** 0 is false or failed, 1 is true or succeeded. */
 typedef uint16_t boolean16;
 
@@ -44,17 +44,17 @@ typedef struct rgn_type {
 
 /** Leading identifier of a FRAME_INFO; created zero and never written. */
 typedef struct FRAME_INFO_TAG {
-    uns8 bytes[16];
+    uns8 bytes[16]; /**< all zero */
 } FRAME_INFO_TAG;
 
 /** What is known of one delivered frame. Time stamps are in the unit of the driver. */
 typedef struct FRAME_INFO {
-    FRAME_INFO_TAG FrameInfoTag;
-    int16 hCam;         /**< camera that delivered the frame */
-    int32 FrameNr;      /**< number of the frame, from 1; 0 is no frame yet */
-    int64 TimeStampEOF; /**< end of the frame */
-    int32 ReadoutTime;  /**< end minus begin, cut to 32 bits */
-    int64 TimeStampBOF; /**< begin of the frame */
+    FRAME_INFO_TAG FrameInfoTag; /**< kept by the library */
+    int16 hCam;                  /**< camera that delivered the frame */
+    int32 FrameNr;               /**< number of the frame, from 1; 0 is no frame yet */
+    int64 TimeStampEOF;          /**< end of the frame */
+    int32 ReadoutTime;           /**< end minus begin, cut to 32 bits */
+    int64 TimeStampBOF;          /**< begin of the frame */
 } FRAME_INFO;
 
 /** A counted list of exposure or delay times. */
@@ -67,70 +67,70 @@ typedef struct tidal_stream_type {
 #define ORVEX_ENUMERATOR(name, value) name = value,
 
 /** Types of parameter values; the upper byte of a parameter id. */
-#define ORVEX_TYPES(X)                \
-    X(TYPE_INT16, 1)                  \
-    X(TYPE_INT32, 2)                  \
-    X(TYPE_FLT64, 4)                  \
-    X(TYPE_UNS8, 5)                   \
-    X(TYPE_UNS16, 6)                  \
-    X(TYPE_UNS32, 7)                  \
-    X(TYPE_UNS64, 8)                  \
-    X(TYPE_ENUM, 9)                   \
-    X(TYPE_BOOLEAN, 11)               \
-    X(TYPE_INT8, 12)                  \
-    X(TYPE_CHAR_PTR, 13)              \
-    X(TYPE_VOID_PTR, 14)              \
-    X(TYPE_VOID_PTR_PTR, 15)          \
-    X(TYPE_INT64, 16)                 \
-    X(TYPE_TIDAL_STREAM_TYPE, 17)     \
-    X(TYPE_TIDAL_STREAM_TYPE_PTR, 18) \
-    X(TYPE_FLT32, 19)
+#define ORVEX_TYPES(X)                                            \
+    X(TYPE_INT16, 1)                  /* 2 bytes */               \
+    X(TYPE_INT32, 2)                  /* 4 bytes */               \
+    X(TYPE_FLT64, 4)                  /* 8 bytes */               \
+    X(TYPE_UNS8, 5)                   /* 1 byte */                \
+    X(TYPE_UNS16, 6)                  /* 2 bytes */               \
+    X(TYPE_UNS32, 7)                  /* 4 bytes */               \
+    X(TYPE_UNS64, 8)                  /* 8 bytes */               \
+    X(TYPE_ENUM, 9)                   /* 4 bytes */               \
+    X(TYPE_BOOLEAN, 11)               /* 2 bytes, 0 or 1 */       \
+    X(TYPE_INT8, 12)                  /* 1 byte */                \
+    X(TYPE_CHAR_PTR, 13)              /* text with terminator */  \
+    X(TYPE_VOID_PTR, 14)              /* address */               \
+    X(TYPE_VOID_PTR_PTR, 15)          /* address of an address */ \
+    X(TYPE_INT64, 16)                 /* 8 bytes */               \
+    X(TYPE_TIDAL_STREAM_TYPE, 17)     /* record */                \
+    X(TYPE_TIDAL_STREAM_TYPE_PTR, 18) /* address of a record */   \
+    X(TYPE_FLT32, 19)                 /* 4 bytes */
 enum orvex_type { ORVEX_TYPES(ORVEX_ENUMERATOR) };
 
 /** Ways of opening a camera; also selects the table that an error code is read with. */
-#define ORVEX_OPEN_MODES(X)  \
-    X(EXT_OPEN_EXCLUSIVE, 0) \
-    X(EXT_OPEN_FW_UPDATE, 1)
+#define ORVEX_OPEN_MODES(X)                    \
+    X(EXT_OPEN_EXCLUSIVE, 0) /* for all use */ \
+    X(EXT_OPEN_FW_UPDATE, 1) /* for the bridge alone */
 enum orvex_open_mode { ORVEX_OPEN_MODES(ORVEX_ENUMERATOR) };
 
 /** What ox_get_param() is asked about a parameter. */
-#define ORVEX_ATTRIBUTES(X) \
-    X(ATTR_CURRENT, 0)      \
-    X(ATTR_COUNT, 1)        \
-    X(ATTR_TYPE, 2)         \
-    X(ATTR_MIN, 3)          \
-    X(ATTR_MAX, 4)          \
-    X(ATTR_DEFAULT, 5)      \
-    X(ATTR_INCREMENT, 6)    \
-    X(ATTR_ACCESS, 7)       \
-    X(ATTR_AVAIL, 8)
+#define ORVEX_ATTRIBUTES(X)                                                  \
+    X(ATTR_CURRENT, 0)   /* the value */                                     \
+    X(ATTR_COUNT, 1)     /* entries, bytes of a text, 1, or 0 for a range */ \
+    X(ATTR_TYPE, 2)      /* TYPE_ code */                                    \
+    X(ATTR_MIN, 3)       /* lowest value */                                  \
+    X(ATTR_MAX, 4)       /* highest value */                                 \
+    X(ATTR_DEFAULT, 5)   /* the default */                                   \
+    X(ATTR_INCREMENT, 6) /* step, 0 for none */                              \
+    X(ATTR_ACCESS, 7)    /* ACC_ code */                                     \
+    X(ATTR_AVAIL, 8)     /* 1 when the camera has the parameter */
 enum orvex_attribute { ORVEX_ATTRIBUTES(ORVEX_ENUMERATOR) };
 
 /** Answers of ATTR_ACCESS. */
-#define ORVEX_ACCESSES(X)      \
-    X(ACC_READ_ONLY, 1)        \
-    X(ACC_READ_WRITE, 2)       \
-    X(ACC_EXIST_CHECK_ONLY, 3) \
-    X(ACC_WRITE_ONLY, 4)
+#define ORVEX_ACCESSES(X)                                 \
+    X(ACC_READ_ONLY, 1)        /* can't be set */         \
+    X(ACC_READ_WRITE, 2)       /* can be set */           \
+    X(ACC_EXIST_CHECK_ONLY, 3) /* a fact, can't be set */ \
+    X(ACC_WRITE_ONLY, 4)       /* an action, done by setting */
 enum orvex_access { ORVEX_ACCESSES(ORVEX_ENUMERATOR) };
 
 /** When the sensor is cleared of charge. */
-#define ORVEX_CLEAR_MODES(X)      \
-    X(CLEAR_NEVER, 0)             \
-    X(CLEAR_PRE_EXPOSURE, 1)      \
-    X(CLEAR_PRE_SEQUENCE, 2)      \
-    X(CLEAR_POST_SEQUENCE, 3)     \
-    X(CLEAR_PRE_POST_SEQUENCE, 4) \
-    X(CLEAR_PRE_EXPOSURE_POST_SEQ, 5)
+#define ORVEX_CLEAR_MODES(X)                                                    \
+    X(CLEAR_NEVER, 0)                 /* not at all */                          \
+    X(CLEAR_PRE_EXPOSURE, 1)          /* before each exposure */                \
+    X(CLEAR_PRE_SEQUENCE, 2)          /* once, before the first */              \
+    X(CLEAR_POST_SEQUENCE, 3)         /* once, after the last */                \
+    X(CLEAR_PRE_POST_SEQUENCE, 4)     /* before the first and after the last */ \
+    X(CLEAR_PRE_EXPOSURE_POST_SEQ, 5) /* before each and after the last */
 enum orvex_clear_mode { ORVEX_CLEAR_MODES(ORVEX_ENUMERATOR) };
 
 /** When the shutter opens. */
-#define ORVEX_SHUTTER_OPEN_MODES(X) \
-    X(OPEN_NEVER, 0)                \
-    X(OPEN_PRE_EXPOSURE, 1)         \
-    X(OPEN_PRE_SEQUENCE, 2)         \
-    X(OPEN_PRE_TRIGGER, 3)          \
-    X(OPEN_NO_CHANGE, 4)
+#define ORVEX_SHUTTER_OPEN_MODES(X)                      \
+    X(OPEN_NEVER, 0)        /* stays closed */           \
+    X(OPEN_PRE_EXPOSURE, 1) /* for each exposure */      \
+    X(OPEN_PRE_SEQUENCE, 2) /* for the whole sequence */ \
+    X(OPEN_PRE_TRIGGER, 3)  /* before the trigger */     \
+    X(OPEN_NO_CHANGE, 4)    /* stays as it is */
 enum orvex_shutter_open_mode { ORVEX_SHUTTER_OPEN_MODES(ORVEX_ENUMERATOR) };
 
 /** State of the shutter. */
@@ -200,24 +200,24 @@ enum orvex_io_direction { ORVEX_IO_DIRECTIONS(ORVEX_ENUMERATOR) };
 enum orvex_io_direction_attribute { ORVEX_IO_DIRECTION_ATTRIBUTES(ORVEX_ENUMERATOR) };
 
 /** Progress of an acquisition. FRAME_AVAILABLE is the name of value 3 in a continuous run. */
-#define ORVEX_READ_STATUSES(X) \
-    X(READOUT_NOT_ACTIVE, 0)   \
-    X(EXPOSURE_IN_PROGRESS, 1) \
-    X(READOUT_IN_PROGRESS, 2)  \
-    X(READOUT_COMPLETE, 3)     \
-    X(READOUT_FAILED, 4)       \
-    X(ACQUISITION_IN_PROGRESS, 5)
+#define ORVEX_READ_STATUSES(X)                               \
+    X(READOUT_NOT_ACTIVE, 0)      /* nothing runs */         \
+    X(EXPOSURE_IN_PROGRESS, 1)    /* no byte yet */          \
+    X(READOUT_IN_PROGRESS, 2)     /* bytes arrive */         \
+    X(READOUT_COMPLETE, 3)        /* all frames are there */ \
+    X(READOUT_FAILED, 4)          /* the driver gave up */   \
+    X(ACQUISITION_IN_PROGRESS, 5) /* not used by the library */
 enum orvex_read_status { ORVEX_READ_STATUSES(ORVEX_ENUMERATOR) FRAME_AVAILABLE = READOUT_COMPLETE };
 
 /** What becomes of the camera when a run is aborted. */
-#define ORVEX_CAMERA_STATES(X) \
-    X(CCS_NO_CHANGE, 0)        \
-    X(CCS_HALT, 1)             \
-    X(CCS_HALT_CLOSE_SHTR, 2)  \
-    X(CCS_CLEAR, 3)            \
-    X(CCS_CLEAR_CLOSE_SHTR, 4) \
-    X(CCS_OPEN_SHTR, 5)        \
-    X(CCS_CLEAR_OPEN_SHTR, 6)
+#define ORVEX_CAMERA_STATES(X)                                      \
+    X(CCS_NO_CHANGE, 0)        /* goes on */                        \
+    X(CCS_HALT, 1)             /* halts */                          \
+    X(CCS_HALT_CLOSE_SHTR, 2)  /* halts, shutter closed */          \
+    X(CCS_CLEAR, 3)            /* clears the sensor continuously */ \
+    X(CCS_CLEAR_CLOSE_SHTR, 4) /* clears, shutter closed */         \
+    X(CCS_OPEN_SHTR, 5)        /* halts, shutter open */            \
+    X(CCS_CLEAR_OPEN_SHTR, 6)  /* clears, shutter open */
 enum orvex_camera_state { ORVEX_CAMERA_STATES(ORVEX_ENUMERATOR) };
 
 /** Which frame interrupts the driver counts. */
@@ -229,17 +229,17 @@ enum orvex_camera_state { ORVEX_CAMERA_STATES(ORVEX_ENUMERATOR) };
 enum orvex_frame_irqs { ORVEX_FRAME_IRQS(ORVEX_ENUMERATOR) };
 
 /** Continuous runs: whether new frames may replace unread ones. */
-#define ORVEX_CIRCULAR_MODES(X) \
-    X(CIRC_NONE, 0)             \
-    X(CIRC_OVERWRITE, 1)        \
-    X(CIRC_NO_OVERWRITE, 2)
+#define ORVEX_CIRCULAR_MODES(X)                     \
+    X(CIRC_NONE, 0)         /* no continuous run */ \
+    X(CIRC_OVERWRITE, 1)    /* they may */          \
+    X(CIRC_NO_OVERWRITE, 2) /* C3_BUFFER_OVERRUN tells when they did */
 enum orvex_circular_mode { ORVEX_CIRCULAR_MODES(ORVEX_ENUMERATOR) };
 
 /** Unit of exposure times. */
-#define ORVEX_EXPOSURE_RESOLUTIONS(X) \
-    X(EXP_RES_ONE_MILLISEC, 0)        \
-    X(EXP_RES_ONE_MICROSEC, 1)        \
-    X(EXP_RES_ONE_SEC, 2)
+#define ORVEX_EXPOSURE_RESOLUTIONS(X)             \
+    X(EXP_RES_ONE_MILLISEC, 0) /* milliseconds */ \
+    X(EXP_RES_ONE_MICROSEC, 1) /* microseconds */ \
+    X(EXP_RES_ONE_SEC, 2)      /* seconds */
 enum orvex_exposure_resolution { ORVEX_EXPOSURE_RESOLUTIONS(ORVEX_ENUMERATOR) };
 
 /** Points in the life of a frame at which I/O ports can be driven. */
@@ -257,34 +257,34 @@ enum orvex_exposure_resolution { ORVEX_EXPOSURE_RESOLUTIONS(ORVEX_ENUMERATOR) };
 enum orvex_script_location { ORVEX_SCRIPT_LOCATIONS(ORVEX_ENUMERATOR) };
 
 /** Events that an application can be called back on. */
-#define ORVEX_CALLBACK_EVENTS(X)  \
-    X(OX_CALLBACK_BOF, 0)         \
-    X(OX_CALLBACK_EOF, 1)         \
-    X(OX_CALLBACK_CHECK_CAMS, 2)  \
-    X(OX_CALLBACK_CAM_REMOVED, 3) \
-    X(OX_CALLBACK_CAM_RESUMED, 4)
+#define ORVEX_CALLBACK_EVENTS(X)                                                 \
+    X(OX_CALLBACK_BOF, 0)         /* begin of a frame */                         \
+    X(OX_CALLBACK_EOF, 1)         /* end of a frame */                           \
+    X(OX_CALLBACK_CHECK_CAMS, 2)  /* bus reset: cameras may have come or gone */ \
+    X(OX_CALLBACK_CAM_REMOVED, 3) /* the camera is gone */                       \
+    X(OX_CALLBACK_CAM_RESUMED, 4) /* back after a suspend of the system */
 enum orvex_callback_event { ORVEX_CALLBACK_EVENTS(ORVEX_ENUMERATOR) OX_CALLBACK_MAX = 5 };
 
 /** Forms of a callback, by the operation that registered it. */
-#define ORVEX_CALLBACK_TYPES(X) \
-    X(CB_TYPE_ORIG, 0)          \
-    X(CB_TYPE_EX, 1)            \
-    X(CB_TYPE_EX2, 2)           \
-    X(CB_TYPE_EX3, 3)
+#define ORVEX_CALLBACK_TYPES(X)                            \
+    X(CB_TYPE_ORIG, 0) /* `void (*)(void)` */              \
+    X(CB_TYPE_EX, 1)   /* `void (*)(void* context)` */     \
+    X(CB_TYPE_EX2, 2)  /* `void (*)(const FRAME_INFO*)` */ \
+    X(CB_TYPE_EX3, 3)  /* `void (*)(const FRAME_INFO*, void* context)` */
 enum orvex_callback_type { ORVEX_CALLBACK_TYPES(ORVEX_ENUMERATOR) };
 
 /** Exposure modes. From 256 on, the low byte is an expose-out mode. */
-#define ORVEX_EXPOSURE_MODES(X)  \
-    X(TIMED_MODE, 0)             \
-    X(STROBED_MODE, 1)           \
-    X(BULB_MODE, 2)              \
-    X(TRIGGER_FIRST_MODE, 3)     \
-    X(FLASH_MODE, 4)             \
-    X(VARIABLE_TIMED_MODE, 5)    \
-    X(INT_STROBE_MODE, 6)        \
-    X(EXT_TRIG_INTERNAL, 1792)   \
-    X(EXT_TRIG_TRIG_FIRST, 2048) \
-    X(EXT_TRIG_EDGE_RISING, 2304)
+#define ORVEX_EXPOSURE_MODES(X)                                                  \
+    X(TIMED_MODE, 0)              /* exposures follow one another */             \
+    X(STROBED_MODE, 1)            /* a trigger starts each exposure */           \
+    X(BULB_MODE, 2)               /* an exposure lasts as long as the trigger */ \
+    X(TRIGGER_FIRST_MODE, 3)      /* a trigger starts the first exposure */      \
+    X(FLASH_MODE, 4)              /* a flash in place of an exposure   */        \
+    X(VARIABLE_TIMED_MODE, 5)     /* time of PARAM_EXP_TIME at each start */     \
+    X(INT_STROBE_MODE, 6)         /* internal strobe */                          \
+    X(EXT_TRIG_INTERNAL, 1792)    /* no trigger */                               \
+    X(EXT_TRIG_TRIG_FIRST, 2048)  /* a trigger starts the first exposure */      \
+    X(EXT_TRIG_EDGE_RISING, 2304) /* a rising edge starts each exposure */
 enum orvex_exposure_mode { ORVEX_EXPOSURE_MODES(ORVEX_ENUMERATOR) };
 
 /** Behaviour of the expose-out signal. */
@@ -361,56 +361,56 @@ enum orvex_blob_id { ORVEX_BLOB_IDS(ORVEX_ENUMERATOR) };
 #pragma pack(push, 1)
 /** Header of a metadata frame, as it lies in the buffer, little-endian, 48 bytes. */
 typedef struct md_frame_header {
-    uns32 signature; /**< 0x005A4E4C, "LNZ" and a zero byte */
-    uns8 reserved1[5];
-    uns16 roiCount; /**< region blocks that follow */
-    uns8 reserved2[27];
-    uns16 extMdSize; /**< bytes of extended metadata behind the header */
-    uns8 reserved3[8];
+    uns32 signature;    /**< 0x005A4E4C, "LNZ" and a zero byte */
+    uns8 reserved1[5];  /**< the camera's own */
+    uns16 roiCount;     /**< region blocks that follow */
+    uns8 reserved2[27]; /**< the camera's own */
+    uns16 extMdSize;    /**< bytes of extended metadata behind the header */
+    uns8 reserved3[8];  /**< the camera's own */
 } md_frame_header;
 
 /** Header of one region of a metadata frame, as it lies in the buffer, 32 bytes. */
 typedef struct md_frame_roi_header {
-    uns8 reserved1[10];
-    rgn_type roi;    /**< the region, in sensor coordinates */
-    uns8 flags;      /**< bit 0: the list ends here; bit 1: no pixels follow */
-    uns16 extMdSize; /**< bytes of extended metadata behind the header */
-    uns8 reserved2[7];
+    uns8 reserved1[10]; /**< the camera's own */
+    rgn_type roi;       /**< the region, in sensor coordinates */
+    uns8 flags;         /**< bit 0: the list ends here; bit 1: no pixels follow */
+    uns16 extMdSize;    /**< bytes of extended metadata behind the header */
+    uns8 reserved2[7];  /**< the camera's own */
 } md_frame_roi_header;
 #pragma pack(pop)
 
 /** One decoded region. */
 typedef struct md_frame_roi {
-    md_frame_roi_header* header;
-    void* data;     /**< 16-bit pixels, row after row, or null */
-    uns32 dataSize; /**< bytes of pixels */
-    void* extMdData;
-    uns16 extMdDataSize;
+    md_frame_roi_header* header; /**< in the buffer, not aligned */
+    void* data;                  /**< 16-bit pixels, row after row, or null */
+    uns32 dataSize;              /**< bytes of pixels */
+    void* extMdData;             /**< extended metadata of the region, or null */
+    uns16 extMdDataSize;         /**< bytes of it */
 } md_frame_roi;
 
 /** A decoded frame. */
 typedef struct md_frame {
-    md_frame_header* header;
-    void* extMdData;
-    uns16 extMdDataSize;
-    rgn_type impliedRoi; /**< bounding box of all regions */
-    md_frame_roi* roiArray;
-    uns16 roiCapacity; /**< entries that roiArray has room for */
-    uns16 roiCount;    /**< regions decoded */
+    md_frame_header* header; /**< in the buffer, not aligned */
+    void* extMdData;         /**< extended metadata of the frame, or null */
+    uns16 extMdDataSize;     /**< bytes of it */
+    rgn_type impliedRoi;     /**< bounding box of all regions, with the binning of the first */
+    md_frame_roi* roiArray;  /**< the regions, in the order of the buffer */
+    uns16 roiCapacity;       /**< entries that roiArray has room for */
+    uns16 roiCount;          /**< regions decoded */
 } md_frame;
 
 /** What one tag of extended metadata holds. */
 typedef struct md_ext_item_info {
-    int32 tag;
-    uns16 type; /**< a TYPE_ code */
-    uns16 size; /**< bytes of the value */
-    const char* name;
+    int32 tag;        /**< number of the tag: 0 to 2 */
+    uns16 type;       /**< a TYPE_ code */
+    uns16 size;       /**< bytes of the value */
+    const char* name; /**< "Particle ID", "Particle M0" or "Particle M2" */
 } md_ext_item_info;
 
 /** One tagged value. */
 typedef struct md_ext_item {
-    const md_ext_item_info* tagInfo;
-    void* value; /**< into the buffer, not aligned */
+    const md_ext_item_info* tagInfo; /**< belongs to the library */
+    void* value;                     /**< in the buffer, not aligned, little-endian */
 } md_ext_item;
 
 /** Most tagged values that a collection holds. */
@@ -420,7 +420,7 @@ typedef struct md_ext_item {
 typedef struct md_ext_item_collection {
     md_ext_item list[MD_EXT_ITEMS_MAX]; /**< in the order of the buffer */
     md_ext_item* map[MD_EXT_ITEMS_MAX]; /**< by tag; the last occurrence */
-    uns16 count;
+    uns16 count;                        /**< values in list */
 } md_ext_item_collection;
 
 #ifdef __cplusplus

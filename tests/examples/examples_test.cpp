@@ -1,0 +1,291 @@
+// The programs of examples/ as a reader of the guide runs them, and the guide against the programs.
+#include <csignal>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <memory>
+#include <numeric>
+#include <sstream>
+#include <string>
+#include <sys/wait.h>
+#include <vector>
+
+#include "orvex/orvex.h"
+
+#include "support/environment.h"
+#include "support/temp_dir.h"
+
+namespace {
+
+using testing::HasSubstr;
+using Lines = std::vector<std::string>;
+
+// One camera that looks at a ramp.
+std::string Configuration(const std::string& model, const std::string& keys) {
+    return R"({"time_scale": 0, "scene": {"kind": "ramp"}, )" + keys +
+           R"(, "cameras": [{"model": ")" + model + R"(", "name": "Example"}]})";
+}
+const std::string ideal = R"("noise": false)";
+
+// Runs a program of examples/ in a folder of its own.
+class Example {
+  public:
+    Example(const std::string& program, const std::string& configuration) {
+        const auto cameras = folder_.write("cameras.json", configuration);
+        const std::string command = "cd '" + folder_.path().string() + "' && echo $$ && " +
+                                    "ORVEX_SOFTCAM='" + cameras.string() + "' exec '" +
+                                    ORVEX_BIN_DIR "/../examples/'" + program + " 2>&1";
+        output_ = popen(command.c_str(), "r");
+        process_ = std::stoi(ReadLine());
+    }
+    ~Example() {
+        if (output_) Finish();
+    }
+    Example(const Example&) = delete;
+    Example& operator=(const Example&) = delete;
+
+    // Empty at the end.
+    std::string ReadLine() {
+        char line[512] = "";
+        return fgets(line, sizeof line, output_) ? line : "";
+    }
+    std::string ReadAll() {
+        std::string text;
+        for (std::string line; !(line = ReadLine()).empty();) text += line;
+        return text;
+    }
+    void Interrupt() const { kill(process_, SIGINT); }
+    // The exit status.
+    int Finish() {
+        const int status = pclose(output_);
+        output_ = nullptr;
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+    std::string File(const std::string& name) const {
+        std::ifstream file(folder_ / name, std::ios::binary);
+        std::ostringstream content;
+        content << file.rdbuf();
+        return content.str();
+    }
+
+  private:
+    support::TempDir folder_;
+    FILE* output_ = nullptr;
+    pid_t process_ = -1;
+};
+
+// The sum of the ramp over a pixel of so many columns and rows.
+uns32 Ramp(uns32 x, uns32 y, uns32 binning = 1) {
+    uns32 sum = 0;
+    for (uns32 j = y; j < y + binning; ++j) {
+        for (uns32 i = x; i < x + binning; ++i) {
+            sum += (3 * i + 5 * j + 7 * (i / 16) * (j / 16)) % 4096;
+        }
+    }
+    return sum;
+}
+
+struct Picture {
+    uns32 width = 0;
+    uns32 height = 0;
+    std::vector<uns32> pixels;
+};
+
+// A PGM file of 16 bits.
+Picture ReadPicture(const std::string& file) {
+    Picture picture;
+    int header = 0;
+    EXPECT_EQ(
+        std::sscanf(file.c_str(), "P5\n%u %u\n65535%n", &picture.width, &picture.height, &header),
+        2);
+    const auto* bytes = reinterpret_cast<const unsigned char*>(file.data()) + header + 1;
+    for (size_t at = 0; at + 1 < file.size() - static_cast<size_t>(header) - 1; at += 2) {
+        picture.pixels.push_back(bytes[at] * 256u + bytes[at + 1]);
+    }
+    return picture;
+}
+
+TEST(Examples, FirstFrameShowsTheSceneOfAnyCamera) {
+    const std::pair<const char*, uns32> models[] = {
+        {"ccd", 1024}, {"cmos", 2048}, {"plain", 512}, {"em", 512}};
+    for (const auto& [model, side] : models) {
+        Example run("first_frame", Configuration(model, ideal));
+        EXPECT_EQ(run.ReadAll(), "");
+        ASSERT_EQ(run.Finish(), 0) << model;
+        const Picture picture = ReadPicture(run.File("first_frame.pgm"));
+        ASSERT_EQ(picture.width, side);
+        ASSERT_EQ(picture.height, side);
+        ASSERT_EQ(picture.pixels.size(), size_t{side} * side);
+        uns64 sum = 0, expected_sum = 0;
+        for (uns32 i = 0; i < picture.pixels.size(); ++i) {
+            ASSERT_EQ(picture.pixels[i], Ramp(i % side, i / side)) << model << ", pixel " << i;
+            sum += picture.pixels[i];
+            expected_sum += Ramp(i % side, i / side);
+        }
+        EXPECT_EQ(sum, expected_sum);
+    }
+}
+
+TEST(Examples, RefusedCallsAreTold) {
+    Example run("first_frame", R"({"cameras": []})");
+    EXPECT_EQ(run.ReadAll(),
+              "cannot find a camera: The number must be in the range 0<=num<totl_cams "
+              "(C0_CAM_NAME_OUT_OF_RNG)\n");
+    EXPECT_EQ(run.Finish(), 1);
+}
+
+// The camera halts after 20 frames, so that none is lost however slow the machine is. Frames begin
+// and end with their numbers, which the means show.
+TEST(Examples, ContinuousTakesEachFrameOnceAndStopsCleanly) {
+    Example run("continuous 40 32", Configuration("cmos", ideal + R"(, "stamp": true,
+                    "faults": [{"fault": "stuck_transfer", "after": 20}])"));
+    constexpr uns32 side = 64, stamped = 4;
+    double scene = 0;
+    for (uns32 i = 0; i < side * side; ++i) {
+        if (i >= stamped / 2 && i < side * side - stamped / 2) {
+            scene += Ramp(16 + i % side, 32 + i / side);
+        }
+    }
+    for (uns32 n = 1; n <= 20; ++n) {
+        char expected[64];
+        std::snprintf(expected, sizeof expected, "frame %u: mean %.3f\n", n,
+                      (scene + 2 * n) / (side * side));
+        ASSERT_EQ(run.ReadLine(), expected);
+    }
+    run.Interrupt();
+    EXPECT_EQ(run.ReadAll(), "20 frames, interrupted\n");
+    EXPECT_EQ(run.Finish(), 0);
+}
+
+TEST(Examples, MetadataPutsRegionsInTheirPlaces) {
+    Example run("metadata", Configuration("cmos", ideal));
+    EXPECT_EQ(run.ReadAll(),
+              "region 100..163 x 200..247 binned 2 x 2: 1536 bytes\n"
+              "region 300..331 x 220..283 binned 2 x 2: 1024 bytes\n"
+              "region 40..139 x 400..419 binned 2 x 2: 1000 bytes\n");
+    ASSERT_EQ(run.Finish(), 0);
+    const Picture picture = ReadPicture(run.File("metadata.pgm"));
+    ASSERT_EQ(picture.width, 146u);
+    ASSERT_EQ(picture.height, 110u);
+    ASSERT_EQ(picture.pixels.size(), 146u * 110);
+    const auto inside = [](uns32 x, uns32 y, const rgn_type& r) {
+        return x >= r.s1 && x <= r.s2 && y >= r.p1 && y <= r.p2;
+    };
+    for (uns32 i = 0; i < picture.pixels.size(); ++i) {
+        const uns32 x = 40 + 2 * (i % 146), y = 200 + 2 * (i / 146);
+        const bool seen = inside(x, y, {100, 163, 2, 200, 247, 2}) ||
+                          inside(x, y, {300, 331, 2, 220, 283, 2}) ||
+                          inside(x, y, {40, 139, 2, 400, 419, 2});
+        ASSERT_EQ(picture.pixels[i], seen ? Ramp(x, y, 2) : 0) << x << ", " << y;
+    }
+}
+
+template <class T>
+void Set(int16 hcam, uns32 id, T value) {
+    EXPECT_EQ(ox_set_param(hcam, id, &value), 1) << id << ": error " << ox_error_code();
+}
+
+// With noise, which depends on exposure, speed, gain and all that went before: the frames are equal
+// only when every old call did what its successor does.
+TEST(Examples, OldestStyleTakesTheFramesOfTheModernCalls) {
+    const std::string noisy = Configuration("ccd", R"("noise": true, "seed": 3)");
+    Example run("oldest_style", noisy);
+    EXPECT_EQ(run.ReadAll(), "SFT-1024-FT, 1024 x 1024, 2 speeds, 14 bits, 200 ns a pixel\n");
+    ASSERT_EQ(run.Finish(), 0);
+
+    const support::TempDir folder;
+    const support::Environment cameras("ORVEX_SOFTCAM", folder.write("c.json", noisy).string());
+    std::string name = "Example";
+    int16 hcam = -1;
+    ASSERT_EQ(ox_orvex_init(), 1);
+    ASSERT_EQ(ox_cam_open(name.data(), &hcam, EXT_OPEN_EXCLUSIVE), 1);
+    Set(hcam, PARAM_SPDTAB_INDEX, int16{1});
+    Set(hcam, PARAM_GAIN_INDEX, int16{2});
+    Set(hcam, PARAM_CLEAR_MODE, int32{CLEAR_PRE_EXPOSURE});
+    Set(hcam, PARAM_CLEAR_CYCLES, uns16{3});
+    Set(hcam, PARAM_PMODE, int32{PMODE_NORMAL});
+    Set(hcam, PARAM_SHTR_OPEN_MODE, int32{OPEN_PRE_EXPOSURE});
+    Set(hcam, PARAM_SHTR_OPEN_DELAY, uns16{15});
+    Set(hcam, PARAM_ADC_OFFSET, int16{300});
+    const rgn_type region{10, 89, 2, 20, 79, 2};
+    uns32 bytes = 0, arrived = 0;
+    ASSERT_EQ(ox_exp_setup_seq(hcam, 2, 1, &region, TIMED_MODE, 25, &bytes), 1);
+    std::string pixels(bytes, '\0');
+    ASSERT_EQ(ox_exp_start_seq(hcam, pixels.data()), 1);
+    for (int16 status = EXPOSURE_IN_PROGRESS; status != READOUT_COMPLETE;) {
+        ASSERT_EQ(ox_exp_check_status(hcam, &status, &arrived), 1);
+        ASSERT_NE(status, READOUT_NOT_ACTIVE);
+    }
+    EXPECT_EQ(ox_exp_finish_seq(hcam, pixels.data(), 0), 1);
+    EXPECT_EQ(ox_orvex_uninit(), 1);
+    EXPECT_EQ(pixels.size(), 2u * 40 * 30 * 2);
+    EXPECT_TRUE(run.File("oldest_style.raw") == pixels);
+    EXPECT_NE(pixels.substr(0, bytes / 2), pixels.substr(bytes / 2)) << "no noise to tell them by";
+}
+
+TEST(Examples, TourMeetsWhatTheGuideTells) {
+    Example run("tour", Configuration("cmos", ideal + R"(, "trigger": {"manual": true})"));
+    EXPECT_EQ(run.ReadAll(),
+              "camera 0: Example\n"
+              "error 22: The camera did not accept the new setting (C2_FAILED_TO_SET_VALUE)\n"
+              "then: 22, after a call that works: 0\n"
+              "cooling to -10.0, possible are -15.0 to 25.0\n"
+              "chip SCM-2048-BSI\n"
+              "Low is entry 2, value 2\n"
+              "run 1: the first pixels are 2720 2720 2720 of 5000\n"
+              "run 2: the first pixels are 2720 2720 2720 of 5000\n"
+              "two regions of 1024 pixels in all need 2192 bytes\n"
+              "no trigger: status 1, 0 bytes\n"
+              "asked for the temperature: status 0\n"
+              "Background Subtraction: Enabled = 0 Level = 100\n"
+              "Despeckle Bright: Enabled = 0 Threshold Percent = 200\n"
+              "Median Filter: Enabled = 0\n"
+              "Rolling Average: Frames = 0\n"
+              "temperature: error 42\n"
+              "but what was learnt at open is there: 2048 columns\n");
+    EXPECT_EQ(run.Finish(), 0);
+    EXPECT_EQ(Ramp(100, 50, 2), 2720u);
+}
+
+std::string ReadText(const std::filesystem::path& path) {
+    std::ifstream file(path);
+    EXPECT_TRUE(file) << path;
+    std::ostringstream content;
+    content << file.rdbuf();
+    return content.str();
+}
+
+// Without the blanks in front of the lines.
+std::string Dedent(const std::string& text) {
+    std::string out;
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) {
+        const size_t first = line.find_first_not_of(' ');
+        if (first != std::string::npos) out += line.substr(first);
+        out += '\n';
+    }
+    return out;
+}
+
+TEST(Guide, ShowsWhatIsCompiledAndRun) {
+    const std::filesystem::path source = ORVEX_SOURCE_DIR;
+    const std::string guide = ReadText(source / "docs/guide.md");
+    std::string programs;
+    for (const char* program : {"first_frame", "continuous", "metadata", "tour"}) {
+        programs += Dedent(ReadText(source / "examples" / (std::string(program) + ".c")));
+    }
+    EXPECT_THAT(guide, HasSubstr("```c\n" + ReadText(source / "examples/first_frame.c") + "```\n"));
+    int blocks = 0;
+    for (size_t at = 0; (at = guide.find("```c\n", at)) != std::string::npos; ++blocks) {
+        const size_t end = guide.find("```\n", at += 5);
+        ASSERT_NE(end, std::string::npos);
+        const std::string block = guide.substr(at, end - at);
+        EXPECT_NE(programs.find(Dedent(block)), std::string::npos) << "in no program:\n" << block;
+        at = end + 4;
+    }
+    EXPECT_GE(blocks, 10);
+}
+
+}  // namespace
