@@ -89,7 +89,7 @@ bool Device::Close() {
 
 bool Device::Write(Bytes frame, uint16_t& count) {
     const std::lock_guard hold(exchange_);
-    if (!open_ || !present_) return false;
+    if (!open_ || !present_ || frame.data() == nullptr) return false;
     // The library waits for these and never takes them back: a new exchange does.
     events_.write_ack.Reset();
     events_.read_ack.Reset();

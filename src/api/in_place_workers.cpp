@@ -16,7 +16,7 @@ boolean16 cam_get_name(bv::Call& call, int16 cam_num, char* cam_name) {
     if (cam_num < 0 || cam_num >= count) {
         return call.fail(C0_CAM_NAME_OUT_OF_RNG, "Camera index out of range for %d cameras", count);
     }
-    std::strncpy(cam_name, pg_cam_info[static_cast<size_t>(cam_num)].name, CAM_NAME_LEN);
+    std::strncpy(cam_name, pg_cam_info[row_of(cam_num)].name, CAM_NAME_LEN);
     return bv::OZ_OK;
 }
 

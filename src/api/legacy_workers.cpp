@@ -14,11 +14,11 @@
 namespace {
 
 cam_info_type& CamInfo(int16 hcam) {
-    return pg_cam_info[static_cast<size_t>(hcam)];
+    return pg_cam_info[row_of(hcam)];
 }
 
 decode_info_type& DecodeInfo(int16 hcam) {
-    return pg_decode_info[static_cast<size_t>(hcam)];
+    return pg_decode_info[row_of(hcam)];
 }
 
 }  // namespace

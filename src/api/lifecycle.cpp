@@ -14,7 +14,7 @@ namespace {
 
 void CloseAllCameras() {
     for (int16 hcam = 0; hcam < total_cams; ++hcam) {
-        if (pg_cam_info[static_cast<size_t>(hcam)].open) bv_cam_close(hcam);
+        if (pg_cam_info[row_of(hcam)].open) bv_cam_close(hcam);
     }
 }
 

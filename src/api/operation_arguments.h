@@ -63,10 +63,10 @@ Pointer<T> pointer(const char* word, T value) {
     return {{word, value}};
 }
 
-// An input that prints without a sign.
+// An input that prints without a sign, as wide as %u prints it.
 template <class T>
 auto unsigned_in(const char* word, T value) {
-    return in(word, static_cast<std::make_unsigned_t<T>>(value));
+    return in(word, static_cast<unsigned>(value));
 }
 
 // An input that prints as text and number.

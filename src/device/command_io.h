@@ -7,9 +7,6 @@
 // that was unplugged is refused here, so that no layer above looks at its state. Nothing is
 // repeated, and callers keep to one exchange at a time on a camera.
 
-// Largest payload of a framed command.
-constexpr uns32 command_bytes_max = 32768;
-
 // One control operation of the driver. `returned` may be null.
 boolean16 dv_ioctl(int16 hcam, uns32 code, const void* in, uns32 in_size, void* out, uns32 out_size,
                    uns32* returned, void* overlapped);

@@ -108,8 +108,7 @@ boolean16 dv_exp_get_ints(int16 hcam, uns32* ints) {
     if (!dv_ioctl(hcam, DV_GET_IRQCOUNT, nullptr, 0, &counts, sizeof counts, nullptr, nullptr))
         return call.failed();
 
-    const bool has_row = pg_cam_info && hcam < total_cams;
-    const int16 mode = has_row ? pg_cam_info[static_cast<size_t>(hcam)].irq_mask : int16{0};
+    const int16 mode = has_row(hcam) ? pg_cam_info[row_of(hcam)].irq_mask : int16{0};
     switch (static_cast<orvex_frame_irqs>(mode)) {
         case NO_FRAME_IRQS: break;
         case BEGIN_FRAME_IRQS: *ints = counts.bof; break;

@@ -30,10 +30,10 @@ struct Run {
 };
 
 Run current_run(int16 hcam) {
-    if (!pg_decode_info || !pg_cam_info || hcam < 0 || hcam >= total_cams) return {};
-    const auto row = static_cast<size_t>(hcam);
-    return {pg_decode_info[row].frame_bytes, pg_decode_info[row].frame_count,
-            pg_cam_info[row].buf_mode != CIRC_NONE};
+    if (!has_row(hcam)) return {};
+    const decode_info_type& decode = pg_decode_info[row_of(hcam)];
+    return {decode.frame_bytes, decode.frame_count,
+            pg_cam_info[row_of(hcam)].buf_mode != CIRC_NONE};
 }
 
 dv_image_parameters image_parameters(int16 hcam, uns32 total_bytes, uns32 fourth_word) {

@@ -12,7 +12,7 @@ namespace bv {
 namespace {
 
 bool ReplyHasStatusByte(int16 hcam) {
-    if (!pg_cam_info || hcam < 0 || hcam >= total_cams) return false;
+    if (!has_row(hcam)) return false;
     const cam_info_type& info = pg_cam_info[row_of(hcam)];
     return info.bridge_caps && info.bridge_caps->HasReplyStatusByte();
 }

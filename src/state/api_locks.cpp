@@ -8,11 +8,11 @@ constinit std::array<platform::ErrorCheckingMutex, max_cameras> api_camera_mutex
 
 platform::ErrorCheckingMutex* api_select_camera_mutex(int16 hcam) {
     if (!oz_cam_check(hcam)) return nullptr;
-    return &api_camera_mutexes[static_cast<size_t>(hcam)];
+    return &api_camera_mutexes[row_of(hcam)];
 }
 
 bool api_camera_still_open(int16 hcam) {
-    const bool open = orvex_initialized.load(std::memory_order_relaxed) && hcam < total_cams &&
-                      pg_cam_info[static_cast<size_t>(hcam)].open;
+    const bool open = orvex_initialized.load(std::memory_order_relaxed) && has_row(hcam) &&
+                      pg_cam_info[row_of(hcam)].open;
     return open || oz_cam_check(hcam);
 }

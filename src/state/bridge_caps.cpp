@@ -1,5 +1,7 @@
 #include "state/bridge_caps.h"
 
+#include "orvex/orvex_protocol.h"
+
 #include "state/call.h"
 
 namespace bv {
@@ -9,18 +11,16 @@ namespace {
 // Layout of the block.
 constexpr size_t flags_offset = 4;
 constexpr size_t boot_status_offset = 5;
-constexpr uns8 flag_reply_status_byte = 1;
-constexpr uns8 flag_boot_status = 2;
 
 }  // namespace
 
 // A valid block reaches past its flags.
 bool BridgeCaps::HasReplyStatusByte() const {
-    return valid_ && (data_[flags_offset] & flag_reply_status_byte) != 0;
+    return valid_ && (data_[flags_offset] & BRIDGE_CAPS_REPLY_STATUS) != 0;
 }
 
 bool BridgeCaps::HasBootStatus() const {
-    return valid_ && (data_[flags_offset] & flag_boot_status) != 0;
+    return valid_ && (data_[flags_offset] & BRIDGE_CAPS_BOOT_STATUS) != 0;
 }
 
 FirmwareBootStatus BridgeCaps::BootStatus() const {

@@ -27,7 +27,7 @@ boolean16 oz_cam_check(int16 hcam) {
     if (!orvex_initialized.load(std::memory_order_relaxed)) {
         return call.fail(C2_ORVEX_NOT_INITED, "ORVEX is not initialized");
     }
-    if (hcam < 0 || hcam >= total_cams || !pg_cam_info[static_cast<size_t>(hcam)].open) {
+    if (!has_row(hcam) || !pg_cam_info[row_of(hcam)].open) {
         return call.fail(C0_INVALID_HANDLE, "Invalid camera handle or camera not open");
     }
     return call.ok();

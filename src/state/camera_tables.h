@@ -312,5 +312,10 @@ extern std::unique_ptr<cam_reads_type[]>& pg_cam_reads;
 extern std::array<acq_cache_type, max_cameras>& acq_cache;
 extern bv::Word<int16> total_cams;
 
+// The tables exist and reach that far; what comes from the driver may ask for other rows.
+inline bool has_row(int16 hcam) {
+    return pg_cam_info && hcam >= 0 && hcam < total_cams;
+}
+
 // 1 when the handle may be used: initialised, in range and open.
 boolean16 oz_cam_check(int16 hcam);

@@ -209,4 +209,11 @@ TEST(Traces, ExecLayerHasItsOwnWriteRead) {
                   Address(text) + ", read_array=" + Address(nullptr) + ")");
 }
 
+// A handle that prints without a sign is as wide as any other such number.
+TEST(Traces, ShowABadHandleOfABridgeCommandInFull) {
+    support::TraceCapture trace;
+    EXPECT_FALSE(ox_internal_bridge_command(-1, 0, 0, 0, nullptr, 0, nullptr));
+    EXPECT_THAT(LayerRecords(trace)[0], HasSubstr("ENTER (hcam=4294967295, node_id=0, "));
+}
+
 }  // namespace

@@ -5,9 +5,11 @@
 #include <string>
 
 #include "camera/open.h"
+#include "platform/module.h"
 #include "state/api_global.h"
 #include "state/camera_tables.h"
 #include "support/core/trace_capture.h"
+#include "support/exhausted_memory.h"
 #include "support/scripted_driver.h"
 
 using testing::Contains;
@@ -113,6 +115,25 @@ TEST_F(TablesTest, CamerasBeyondTheSixteenthAreLeftOut) {
     EXPECT_EQ(bv_cam_open("Cam 15", &hcam, EXT_OPEN_FW_UPDATE), 1);
     EXPECT_EQ(hcam, 15);
     bv_cam_close(hcam);
+}
+
+// What was made and loaded before is given back, so that a second attempt works.
+TEST_F(TablesTest, TableWithoutMemory) {
+    if (!support::address_space_can_be_limited) GTEST_SKIP();
+    Publish(16);
+    // Loading it takes memory too.
+    platform::ModuleHandle driver = platform::LoadModule("orvexDDI.dll");
+    boolean16 result = 1;
+    {
+        const support::ExhaustedMemory exhausted;
+        result = oz_cam_init_globals();
+    }
+    platform::ReleaseModule(driver);
+    EXPECT_EQ(result, 0);
+    EXPECT_TRUE(trace_.failed_with(C2_CANNOT_ALLOCATE_MEMORY, "Cannot allocate pg_cam_reads"));
+    EXPECT_FALSE(pg_cam_info || pg_decode_info || pg_cam_cfg || pg_cam_reads);
+    EXPECT_EQ(total_cams, 0);
+    EXPECT_EQ(oz_cam_init_globals(), 1);
 }
 
 }  // namespace

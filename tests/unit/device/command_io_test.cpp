@@ -50,7 +50,7 @@ TEST_F(CommandIo, FramesThePayload) {
     EXPECT_EQ(dv_cam_write_read(hcam, 63, 1, &one, 0, nullptr), 1);
     EXPECT_EQ(camera().writes().back(), hex("3F 00 01 26"));
 
-    const Bytes largest(command_bytes_max, 0xA5);
+    const Bytes largest(32768, 0xA5);
     EXPECT_EQ(dv_cam_write_read(hcam, 61, 32768, largest.data(), 0, nullptr), 1);
     const Bytes frame = camera().writes().back();
     ASSERT_EQ(frame.size(), largest.size() + 3);

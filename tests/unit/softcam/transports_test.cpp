@@ -189,4 +189,12 @@ TEST_F(Transports, InitAndUninitComeInAnyOrder) {
     EXPECT_FALSE(std::filesystem::exists(std::filesystem::path(second).parent_path()));
 }
 
+TEST_F(Transports, NullBuffersAreRefused) {
+    ASSERT_TRUE(Configure(One(R"("name": "A")")));
+    orvex_device* device = Camera().Device();
+    uint16_t count = 0;
+    EXPECT_EQ(device->write(device, nullptr, 5, &count), 0);
+    EXPECT_EQ(device->read(device, nullptr, 5, &count), 0);
+}
+
 }  // namespace

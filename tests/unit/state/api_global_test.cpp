@@ -66,6 +66,7 @@ INSTANTIATE_TEST_SUITE_P(
         MessageCase{2, 1, 0, "Unknown error"}, MessageCase{-1, 1, 0, "Unknown error"}));
 
 TEST(ErrorState, IsOnePair) {
+    ApiGlobal::ClearErrorCode(EXT_OPEN_EXCLUSIVE);
     EXPECT_FALSE(ApiGlobal::IsErrorCodeSet());
     ApiGlobal::SetErrorCode(EXT_OPEN_FW_UPDATE, 5);
     EXPECT_TRUE(ApiGlobal::IsErrorCodeSet());
@@ -101,6 +102,7 @@ TEST(ErrorState, IsTraced) {
 }
 
 TEST(ErrorState, MessageTellsWhyItIsUnknown) {
+    ApiGlobal::ClearErrorCode(EXT_OPEN_EXCLUSIVE);
     tests::Trace trace;
     char message[ERROR_MSG_LEN];
     const std::string address = bv::FormatPointer(message);

@@ -14,6 +14,7 @@ namespace {
 class CameraCheck : public testing::Test {
   protected:
     CameraCheck() {
+        bv::ApiGlobal::ClearErrorCode(EXT_OPEN_EXCLUSIVE);
         orvex_initialized = 1;
         total_cams = 2;
         pg_cam_info = std::make_unique<cam_info_type[]>(2);
