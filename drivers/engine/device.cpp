@@ -162,6 +162,10 @@ void Device::RunEnds() {
     transfer_.Finish();
 }
 
+void Device::RunStopped() {
+    channel_.ForgetFrames();
+}
+
 void Device::FrameFails() {
     transfer_.Fail();
 }
@@ -191,6 +195,10 @@ void Device::BusReset() {
 void Device::DriverDied() {
     present_ = false;
     channel_.Die();
+}
+
+void Device::RequestsCancelled() {
+    channel_.CancelPending();
 }
 
 void Device::Tell(uint32_t flags, uint32_t callback_event) {

@@ -53,11 +53,13 @@ class Device : private HostSide {
     bool FrameData(Bytes frame) override;
     void FrameEnds(int64_t time_stamp) override;
     void RunEnds() override;
+    void RunStopped() override;
     void FrameFails() override;
     void Unplugged() override;
     void Suspended() override;
     void BusReset() override;
     void DriverDied() override;
+    void RequestsCancelled() override;
 
     // An event other than frames, told in the way of the device's delivery mode.
     void Tell(uint32_t flags, uint32_t callback_event);

@@ -69,6 +69,7 @@ void NotificationChannel::Close() {
     CloseDescriptor(wake_);
     const std::lock_guard hold(lock_);
     kept_ = {};
+    owed_flushes_ = 0;
 }
 
 void NotificationChannel::Die() {
@@ -148,7 +149,11 @@ bool NotificationChannel::Receive() {
 }
 
 void NotificationChannel::TakeRequest(const dv_file_request& message) {
-    if (message.operation == DV_FILE_CANCEL_ALL) return CancelAll();
+    if (message.operation == DV_FILE_CANCEL_ALL) {
+        // What comes behind it is none of the requests that a flush was meant for.
+        owed_flushes_ = 0;
+        return CancelAll();
+    }
     if (message.operation != DV_FILE_SUBMIT) return;
     if (message.code != DV_EVENT_NOTIFICATION_REQUEST) {
         outgoing_.Push({.id = message.id, .result = 1, .bytes = 0, .out = {}});
@@ -209,11 +214,13 @@ void NotificationChannel::Report(const dv_notification_report& report) {
 
 void NotificationChannel::FlushOne() {
     const std::lock_guard hold(lock_);
-    // What was submitted before this call lies in the socket at least.
+    // What was sent before this call lies in the socket at least, a cancellation too, which does
+    // not concern this flush.
     if (peer_ < 0) Accept();
+    const bool alive = Receive();
     ++owed_flushes_;
     // Only the thread may change from a dead connection to the next.
-    if (Receive()) SettleFlushes();
+    if (alive) SettleFlushes();
     if (owed_flushes_ > 0 || !outgoing_.Empty()) Wake();
 }
 
@@ -227,15 +234,26 @@ void NotificationChannel::SettleFlushes() {
     }
 }
 
+void NotificationChannel::CancelPending() {
+    const std::lock_guard hold(lock_);
+    CancelAll();
+    Wake();
+}
+
 void NotificationChannel::CancelAll() {
     dv_notification_report report{};
     report.status = NOTIFICATION_STATUS_CANCELLED;
     while (!pending_.Empty()) Complete(0, report);
 }
 
-void NotificationChannel::DropFrames() {
-    std::unique_lock hold(lock_);
+void NotificationChannel::ForgetFrames() {
+    const std::lock_guard hold(lock_);
     kept_.flags &= ~uint32_t{NOTIFICATION_BOF_EOF};
+}
+
+void NotificationChannel::DropFrames() {
+    ForgetFrames();
+    std::unique_lock hold(lock_);
     sent_.wait_for(hold, drain_limit,
                    [this] { return (outgoing_.Empty() && sending_ == 0) || peer_ < 0; });
 }

@@ -71,7 +71,11 @@ class NotificationChannel {
     }
     // Gives back the oldest request, marked as flushed.
     void FlushOne();
-    // Forgets frames that were not reported, and waits until the reported ones are on their way.
+    // Gives everything back as cancelled, though the host did not ask for it.
+    void CancelPending();
+    // Forgets frames that were not reported; events of other kinds stay.
+    void ForgetFrames();
+    // The same, and waits until the reported ones are on their way.
     void DropFrames();
     // Closes the device file without a word, as the death of a driver does.
     void Die();

@@ -28,6 +28,9 @@ class HostSide {
     virtual bool FrameData(Bytes frame) = 0;
     virtual void FrameEnds(int64_t time_stamp) = 0;
     virtual void RunEnds() = 0;
+    // The run was ended from outside, or the next one is about to begin: frames that nobody has
+    // heard of yet are of no use any more.
+    virtual void RunStopped() = 0;
     // The frame that began cannot be completed.
     virtual void FrameFails() = 0;
 
@@ -37,6 +40,8 @@ class HostSide {
     virtual void BusReset() = 0;
     // The kernel side is gone: the device file closes without a word.
     virtual void DriverDied() = 0;
+    // The kernel side cancels every notification request that it has.
+    virtual void RequestsCancelled() = 0;
 };
 
 // What a driver knows of a camera before it speaks to it.

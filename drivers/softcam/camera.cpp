@@ -75,8 +75,14 @@ void Camera::Disconnect() {
     host_ = nullptr;
 }
 
-void Camera::Reset() {
+// Stops what runs; nobody is told any more of its frames.
+void Camera::StopRun() {
     pump_.Stop();
+    if (host_ != nullptr) host_->RunStopped();
+}
+
+void Camera::Reset() {
+    StopRun();
     full_program_.clear();
     simplified_program_.reset();
 }
@@ -97,7 +103,7 @@ Outcome Camera::LoadProgram(uint8_t message_class, engine::Bytes program) {
     const Model& model = *options_.model;
     const bool full = message_class == CLASS_CCL_SCRIPT;
     if (full != (model.dialect == Dialect::full)) return Outcome::refused;
-    pump_.Stop();
+    StopRun();
     if (full) {
         full_program_.clear();
         if (CheckProgram(program) != ProgramEnd::terminated) return Outcome::refused;
@@ -111,6 +117,7 @@ Outcome Camera::LoadProgram(uint8_t message_class, engine::Bytes program) {
 bool Camera::Execute() {
     if (host_ == nullptr || (full_program_.empty() && !simplified_program_)) return false;
     live_.clearing = false;
+    StopRun();
     pump_.Start([this] { Run(); });
     return true;
 }
@@ -143,7 +150,7 @@ void Camera::Run() {
 }
 
 void Camera::Stop(uint16_t options) {
-    pump_.Stop();
+    StopRun();
     live_.clearing = (options & HC_CCS_CONT_CLEAR) != 0;
     if (!options_.model->shutter) return;
     if ((options & HC_CCS_CLOSE_SHTR) != 0) live_.shutter_open = false;
@@ -173,7 +180,7 @@ bool Camera::SetScene(const SceneChoice& choice, std::string& message) {
     const Geometry& geometry = options_.model->geometry;
     auto scene = MakeScene(choice, geometry.columns, geometry.rows, options_.seed, message);
     if (!scene) return false;
-    pump_.Stop();
+    StopRun();
     scene_ = std::move(scene);
     options_.scene = choice;
     return true;

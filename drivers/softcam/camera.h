@@ -44,6 +44,7 @@ class Camera : public engine::Sensor, private CameraActions {
 
     void Describe();
     void Run();
+    void StopRun();
     bool SetScene(const SceneChoice& choice, std::string& message);
     // Answers of the console by topic; false for a word of another topic.
     bool AskConsole(const std::string& word, std::string& answer);

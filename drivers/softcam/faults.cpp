@@ -6,8 +6,9 @@ namespace softcam {
 namespace {
 
 constexpr std::array<const char*, fault_count> names = {
-    "lost_write_ack", "lost_read_ack",   "short_reply",     "garbled_reply", "refused_command",
-    "stuck_transfer", "failed_transfer", "late_completion", "unplug",        "driver_death"};
+    "lost_write_ack",  "lost_read_ack",  "short_reply",       "garbled_reply",
+    "refused_command", "stuck_transfer", "failed_transfer",   "late_completion",
+    "unplug",          "driver_death",   "cancelled_requests"};
 
 }  // namespace
 

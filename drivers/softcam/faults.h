@@ -13,18 +13,19 @@ namespace softcam {
 
 // Ways in which a camera can be made to fail, for tests.
 enum class Fault : uint8_t {
-    lost_write_ack,   // a message is not acknowledged
-    lost_read_ack,    // its reply is not announced
-    short_reply,      // a reply loses its second half
-    garbled_reply,    // bits of a reply are flipped
-    refused_command,  // a command is refused
-    stuck_transfer,   // a frame never comes
-    failed_transfer,  // the readout fails
-    late_completion,  // a frame is reported 50 ms after its pixels
-    unplug,           // the camera disappears after a frame
-    driver_death      // the device file closes after a frame
+    lost_write_ack,     // a message is not acknowledged
+    lost_read_ack,      // its reply is not announced
+    short_reply,        // a reply loses its second half
+    garbled_reply,      // bits of a reply are flipped
+    refused_command,    // a command is refused
+    stuck_transfer,     // a frame never comes
+    failed_transfer,    // the readout fails
+    late_completion,    // a frame is reported 50 ms after its pixels
+    unplug,             // the camera disappears after a frame
+    driver_death,       // the device file closes after a frame
+    cancelled_requests  // the driver cancels all notification requests after a frame
 };
-constexpr size_t fault_count = 10;
+constexpr size_t fault_count = 11;
 
 const char* NameOf(Fault fault);
 bool ParseFault(const std::string& name, Fault& fault);

@@ -34,6 +34,7 @@ bool DeliverFrame(RunContext& context, CameraClock& clock, int64_t readout_ns,
         host.Unplugged();
         return false;
     }
+    if (context.faults.Strikes(Fault::cancelled_requests)) host.RequestsCancelled();
     if (context.faults.Strikes(Fault::driver_death)) {
         host.DriverDied();
         return false;

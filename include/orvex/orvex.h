@@ -288,7 +288,9 @@ ORVEX_API boolean16 ox_exp_setup_cont(int16 hcam, uns16 rgn_total, const rgn_typ
                                       int16 buffer_mode);
 
 /**
- * Starts a continuous acquisition. Talks to the camera.
+ * Starts a continuous acquisition. Talks to the camera. While a run is on, like every message it
+ * ends that run, and with it the transfer into the new ring: it reports success and leaves the
+ * camera stopped. Stop a run before the next start.
  * @param pixel_stream the ring; belongs to the camera until the run is stopped
  * @param size bytes of the ring, a multiple of a frame
  * @return 0 with C3_CIRC_NOT_ENABLED, C3_INVALID_SCRIPT or C3_ILLEGAL_BUFFER_SIZE

@@ -204,7 +204,8 @@ typedef struct dv_notification_report {
 /* The device file. orvex_device.path names a Unix SOCK_SEQPACKET socket on which the driver listens
  * (or a character device with the same messages). All fields little-endian. Requests may still be
  * on their way when a DV_EVENT_NOTIFICATION_FLUSH arrives: each flush gives back one request with
- * NOTIFICATION_FLUSH, and one that finds none pending gives back the next to arrive. */
+ * NOTIFICATION_FLUSH, and one that finds none pending gives back the next to arrive, unless a
+ * DV_FILE_CANCEL_ALL comes before it. */
 
 enum { DV_FILE_SUBMIT = 1, DV_FILE_CANCEL_ALL = 2 };
 

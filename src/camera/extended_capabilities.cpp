@@ -84,16 +84,16 @@ ExtendedCapabilitiesFault ParseExposureRanges(BigEndianReader& reader, cam_reads
     if (reads.exp_range_total == 0) return ExtendedCapabilitiesFault::no_exposure_ranges;
     try {
         reads.exp_ranges.reserve(reads.exp_range_total);
+        for (uns16 i = 0; i < reads.exp_range_total; ++i) {
+            exp_range_type& range = reads.exp_ranges.emplace_back();
+            range.resolution = reader.take<uns32>();
+            range.min = reader.take<uns32>();
+            range.max = reader.take<uns32>();
+            if (!reads.exp_range_map) continue;
+            (*reads.exp_range_map)[static_cast<int32>(range.resolution)] = range;
+        }
     } catch (const std::bad_alloc&) {
         return ExtendedCapabilitiesFault::no_memory;
-    }
-    for (uns16 i = 0; i < reads.exp_range_total; ++i) {
-        exp_range_type& range = reads.exp_ranges.emplace_back();
-        range.resolution = reader.take<uns32>();
-        range.min = reader.take<uns32>();
-        range.max = reader.take<uns32>();
-        if (!reads.exp_range_map) continue;
-        (*reads.exp_range_map)[static_cast<int32>(range.resolution)] = range;
     }
     return ExtendedCapabilitiesFault::none;
 }

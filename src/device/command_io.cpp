@@ -53,6 +53,9 @@ boolean16 exchange(Call& call, orvex_device* device, const void* frame, uns16 fr
         return call.fail(C7_DRIVER_COM_ERROR, "Read ack event not signalled within %u ms",
                          limit_ms);
     call.debug("Got read ack");
+    // A reply shorter than asked is taken, and its buffer often held the message: what the driver
+    // leaves out reads as zeros. Done ahead of the read, as not every driver gives a true count.
+    if (reply) std::memset(reply, 0, reply_bytes);
     count = 0;
     if (device->read(device, reply, reply_bytes, &count) != 1)
         return call.fail(C7_DRIVER_COM_ERROR, "Failed to read data, read %u out of %u bytes",

@@ -95,6 +95,9 @@ boolean16 EventNotifier::Flush() {
     if (pending_ == 0u) return call.ok();
     if (dv_device_state(device_) == DEVICE_REMOVED)
         return call.fail(C7_DRIVER_COM_ERROR, "Device removed");
+    // After a cancelled request there is nobody to take what comes back.
+    if (life_->ended && !OnOwnThread())
+        return call.fail(C7_DRIVER_COM_ERROR, "Notification thread has ended");
     flush_done_event_.Reset();
     uns32 count = 0;
     {
@@ -148,8 +151,10 @@ boolean16 EventNotifier::Configure(uns32 frame_count, boolean16 is_sequence, boo
 bool EventNotifier::MakePool(uns32 count) {
     const std::lock_guard guard(pool_lock_);
     ++pool_;
-    // A late completion must not find the memory of a request that is gone.
+    // A late completion must not find the memory of a request that is gone, nor a flush that was
+    // too late for one find another in its place.
     device_file_.Forget();
+    device_file_.CancelAll();
     pending_ = 0;
     requests_.clear();
     requests_by_overlapped_.clear();

@@ -67,7 +67,7 @@ class EventNotifier : public std::enable_shared_from_this<EventNotifier> {
     struct Life {
         // The thread was left to itself; it touches nothing any more and ends.
         std::atomic<bool> abandoned{false};
-        // An end mark was met while a callback did the thread's work.
+        // An end mark or a cancelled request was met.
         std::atomic<bool> ended{false};
         // The application knows that the camera is gone. Only the thread uses it.
         bool removal_told = false;

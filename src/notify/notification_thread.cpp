@@ -28,7 +28,7 @@ void EventNotifier::Run(Life& life) {
         // A flush that began within the batch has kept requests from going back.
         if (flushing_ != 0u) FinishDrain();
         if (complete_mode_ != 1) ready_event_.Set();
-        if (next == Next::end_thread) break;
+        if (next == Next::end_thread) life.ended = true;
     }
     call.returns();
 }

@@ -172,6 +172,19 @@ TEST_F(Notifications, AFlushWaitsForItsRequest) {
     Settle(host);
 }
 
+// Requests that were completed when the flush came leave it without one.
+TEST_F(Notifications, ACancellationEndsAFlushThatFoundNothing) {
+    Host host(path_);
+    channel_.FlushOne();
+    host.Send(DV_FILE_CANCEL_ALL, 0, 0);
+    host.Submit(1);
+    host.Submit(2);
+    channel_.FlushOne();
+    EXPECT_EQ(host.Take().out.flags, NOTIFICATION_FLUSH);
+    channel_.Report(EndOfFrame(7));
+    EXPECT_EQ(host.Take().out.flags, NOTIFICATION_EOF);
+}
+
 TEST_F(Notifications, CancellingGivesEverythingBack) {
     Host host(path_);
     host.Submit(1);
