@@ -121,7 +121,9 @@ uint32_t ImageTransfer::CountFrame() {
 void ImageTransfer::Finish() {
     const std::lock_guard hold(lock_);
     if (!armed_ || status_ == status_failed) return;
-    status_ = frame_bytes_ != 0 && Complete() ? DRIVER_STATUS_COMPLETE : DRIVER_STATUS_INACTIVE;
+    // A ring is never complete, however often it was filled.
+    const bool complete = kind_ != RunKind::circular && frame_bytes_ != 0 && Complete();
+    status_ = complete ? DRIVER_STATUS_COMPLETE : DRIVER_STATUS_INACTIVE;
 }
 
 void ImageTransfer::Fail() {

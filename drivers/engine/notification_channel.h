@@ -92,6 +92,7 @@ class NotificationChannel {
     bool Receive();
     void TakeRequest(const dv_file_request& message);
     bool Send();
+    bool SendAtOnce();
     void Complete(size_t index, const dv_notification_report& report);
     bool CompleteMatching(const dv_notification_report& report);
     dv_notification_report Merged(const dv_notification_report& report) const;

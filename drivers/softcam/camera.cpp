@@ -118,13 +118,14 @@ bool Camera::Execute() {
     if (host_ == nullptr || (full_program_.empty() && !simplified_program_)) return false;
     live_.clearing = false;
     StopRun();
+    // Here and not in the run, which may be stopped before it begins.
+    live_.frames_written = 0;
     pump_.Start([this] { Run(); });
     return true;
 }
 
 void Camera::Run() {
     live_.running = true;
-    live_.frames_written = 0;
     RunContext context{
         .model = *options_.model,
         .settings = firmware_.settings,

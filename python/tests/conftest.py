@@ -1,0 +1,30 @@
+"""Cameras for all tests: without noise, as fast as possible, frames with their numbers in them."""
+
+import json
+import os
+import pathlib
+import tempfile
+
+import pytest
+
+_folder = tempfile.TemporaryDirectory()
+_file = pathlib.Path(_folder.name) / "cameras.json"
+_file.write_text(json.dumps({
+    "noise": False, "time_scale": 0, "stamp": True, "scene": {"kind": "ramp"},
+    "cameras": [
+        {"model": "cmos", "name": "SoftCMOS-2048", "stamp": False},
+        {"model": "cmos", "name": "Fast"},
+        {"model": "ccd", "name": "Full"},
+        {"model": "plain", "name": "Plain"},
+        {"model": "ccd", "name": "Loose", "faults": [{"fault": "unplug", "after": 3}]},
+    ]}))
+# The driver module reads it when the library starts.
+os.environ["ORVEX_SOFTCAM"] = str(_file)
+
+
+@pytest.fixture
+def camera(request):
+    import orvex
+
+    with orvex.Camera(getattr(request, "param", "Fast")) as opened:
+        yield opened
