@@ -14,6 +14,8 @@ inline constexpr bool address_space_can_be_limited = false;
 #else
 inline constexpr bool address_space_can_be_limited = true;
 #endif
+inline constexpr const char* no_memory_limit =
+    "the sanitizer needs more address space than a limit leaves";
 
 // No blocks of this size any more for the life of this object: what the heap still has is taken,
 // and the system gives nothing.

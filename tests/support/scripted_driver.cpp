@@ -95,18 +95,6 @@ ScriptedCamera& ScriptedCamera::kernel_mode() {
     return *this;
 }
 
-ScriptedCamera& ScriptedCamera::bridge_caps(Bytes block) {
-    std::lock_guard lock(mutex_);
-    bridge_caps_ = std::move(block);
-    return *this;
-}
-
-ScriptedCamera& ScriptedCamera::on_write(FrameHandler handler) {
-    std::lock_guard lock(mutex_);
-    frame_handler_ = std::move(handler);
-    return *this;
-}
-
 ScriptedCamera& ScriptedCamera::queue_reply(Bytes reply) {
     std::lock_guard lock(mutex_);
     queued_replies_.push_back(std::move(reply));
@@ -133,12 +121,6 @@ ScriptedCamera& ScriptedCamera::driver_status(uint32_t status, uint32_t bytes) {
     return *this;
 }
 
-ScriptedCamera& ScriptedCamera::open_status(uint16_t status) {
-    std::lock_guard lock(mutex_);
-    open_status_ = status;
-    return *this;
-}
-
 ScriptedCamera& ScriptedCamera::refuse(uint32_t code, bool refused) {
     std::lock_guard lock(mutex_);
     if (refused)
@@ -148,52 +130,12 @@ ScriptedCamera& ScriptedCamera::refuse(uint32_t code, bool refused) {
     return *this;
 }
 
-ScriptedCamera& ScriptedCamera::fail_open(bool failing) {
-    return set(&Faults::open, failing);
-}
-
-ScriptedCamera& ScriptedCamera::fail_close(bool failing) {
-    return set(&Faults::close, failing);
-}
-
 ScriptedCamera& ScriptedCamera::fail_write(bool failing, uint16_t count) {
-    std::lock_guard lock(mutex_);
-    faults_.write_count = count;
-    return set(&Faults::write, failing);
+    return set(faults_.write_count, count).set(faults_.write, failing);
 }
 
 ScriptedCamera& ScriptedCamera::fail_read(bool failing, uint16_t count) {
-    std::lock_guard lock(mutex_);
-    faults_.read_count = count;
-    return set(&Faults::read, failing);
-}
-
-ScriptedCamera& ScriptedCamera::lose_write_ack(bool lost) {
-    return set(&Faults::write_ack, lost);
-}
-
-ScriptedCamera& ScriptedCamera::lose_read_ack(bool lost) {
-    return set(&Faults::read_ack, lost);
-}
-
-ScriptedCamera& ScriptedCamera::lose_abort_ack(bool lost) {
-    return set(&Faults::abort_ack, lost);
-}
-
-ScriptedCamera& ScriptedCamera::lose_flush_ack(bool lost) {
-    return set(&Faults::flush_ack, lost);
-}
-
-ScriptedCamera& ScriptedCamera::truncate_replies(std::optional<size_t> bytes) {
-    std::lock_guard lock(mutex_);
-    reply_limit_ = bytes;
-    return *this;
-}
-
-ScriptedCamera& ScriptedCamera::set(bool Faults::* fault, bool present) {
-    std::lock_guard lock(mutex_);
-    faults_.*fault = present;
-    return *this;
+    return set(faults_.read_count, count).set(faults_.read, failing);
 }
 
 void ScriptedCamera::set_state(uint32_t state) {
@@ -204,41 +146,11 @@ uint32_t ScriptedCamera::state() {
     return std::atomic_ref<uint32_t>(record_.state).load(std::memory_order_relaxed);
 }
 
-std::vector<Bytes> ScriptedCamera::writes() const {
-    std::lock_guard lock(mutex_);
-    return writes_;
-}
-
-std::vector<Ioctl> ScriptedCamera::ioctls() const {
-    std::lock_guard lock(mutex_);
-    return ioctls_;
-}
-
 std::vector<uint32_t> ScriptedCamera::ioctl_codes() const {
     std::lock_guard lock(mutex_);
     std::vector<uint32_t> codes;
     for (const Ioctl& ioctl : ioctls_) codes.push_back(ioctl.code);
     return codes;
-}
-
-size_t ScriptedCamera::reads() const {
-    std::lock_guard lock(mutex_);
-    return reads_;
-}
-
-unsigned ScriptedCamera::opens() const {
-    std::lock_guard lock(mutex_);
-    return opens_;
-}
-
-unsigned ScriptedCamera::closes() const {
-    std::lock_guard lock(mutex_);
-    return closes_;
-}
-
-std::optional<dv_open_record> ScriptedCamera::open_record() const {
-    std::lock_guard lock(mutex_);
-    return open_record_;
 }
 
 void ScriptedCamera::forget() {
@@ -333,7 +245,6 @@ std::optional<Bytes> ScriptedCamera::reply_to(std::span<const uint8_t> frame) {
     } else {
         reply = frame_handler_ ? frame_handler_(frame) : firmware_.answer(frame);
     }
-    if (reply && reply_limit_ && reply->size() > *reply_limit_) reply->resize(*reply_limit_);
     return reply;
 }
 
@@ -385,7 +296,7 @@ bool ScriptedCamera::perform(const Ioctl& ioctl, Bytes& out) {
         case DV_SET_IMAGE_DATA_IDLE:
         case DV_STOP_DATA_TRANSFER:
             out = Bytes(2);
-            if (!faults_.abort_ack) signal(Ack::abort);
+            signal(Ack::abort);
             break;
         case DV_CLEANUP_IMAGE_DATA_IDLE: out = Bytes(2); break;
         case DV_EVENT_NOTIFICATION_FLUSH: return flush();
@@ -423,7 +334,6 @@ void ScriptedCamera::map_events(const Bytes& record) {
 
 // In kernel mode the driver gives back one request; a module signals the event in the record.
 bool ScriptedCamera::flush() {
-    if (faults_.flush_ack) return true;
     if (notifications_) {
         notifications_->flush_one();
         return true;
@@ -468,16 +378,11 @@ uint32_t ScriptedDriver::init(orvex_ddi* ddi) {
 
 uint32_t ScriptedDriver::uninit(orvex_ddi*) {
     ++uninits_;
-    return uninit_result_;
+    return 1;
 }
 
 ScriptedDriver& ScriptedDriver::init_result(uint32_t result) {
     init_result_ = result;
-    return *this;
-}
-
-ScriptedDriver& ScriptedDriver::uninit_result(uint32_t result) {
-    uninit_result_ = result;
     return *this;
 }
 

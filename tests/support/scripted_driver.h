@@ -81,44 +81,42 @@ class ScriptedCamera {
     // --- how it is built; before it is opened
     ScriptedCamera& transport(uint32_t driver_type);  // 0 to 7
     ScriptedCamera& kernel_mode();                    // serves the device file
-    ScriptedCamera& bridge_caps(Bytes block);         // empty: the driver knows nothing of them
+    // Empty: the driver knows nothing of them.
+    ScriptedCamera& bridge_caps(Bytes block) { return set(bridge_caps_, std::move(block)); }
 
     // --- answers
     // Takes the place of the firmware for frames of all classes; null gives it back.
-    ScriptedCamera& on_write(FrameHandler handler);
+    ScriptedCamera& on_write(FrameHandler handler) { return set(frame_handler_, handler); }
     // Replies of the next frames, one each, in front of handler and firmware.
     ScriptedCamera& queue_reply(Bytes reply);
     ScriptedCamera& answer(uint32_t code, Bytes out);
     ScriptedCamera& on_ioctl(uint32_t code, IoctlHandler handler);
     ScriptedCamera& driver_status(uint32_t status, uint32_t bytes);
-    ScriptedCamera& open_status(uint16_t status);  // output of DV_CAM_OPEN
+    // Output of DV_CAM_OPEN.
+    ScriptedCamera& open_status(uint16_t status) { return set(open_status_, status); }
 
     // --- faults
     ScriptedCamera& refuse(uint32_t code, bool refused = true);
-    ScriptedCamera& fail_open(bool failing = true);
-    ScriptedCamera& fail_close(bool failing = true);
+    ScriptedCamera& fail_open(bool failing = true) { return set(faults_.open, failing); }
+    ScriptedCamera& fail_close(bool failing = true) { return set(faults_.close, failing); }
     // Result of write and read operations, and the count that they report.
     ScriptedCamera& fail_write(bool failing = true, uint16_t count = 0);
     ScriptedCamera& fail_read(bool failing = true, uint16_t count = 0);
-    ScriptedCamera& lose_write_ack(bool lost = true);
-    ScriptedCamera& lose_read_ack(bool lost = true);
-    ScriptedCamera& lose_abort_ack(bool lost = true);
-    ScriptedCamera& lose_flush_ack(bool lost = true);
-    // Replies are cut to this many bytes.
-    ScriptedCamera& truncate_replies(std::optional<size_t> bytes);
+    ScriptedCamera& lose_write_ack(bool lost = true) { return set(faults_.write_ack, lost); }
+    ScriptedCamera& lose_read_ack(bool lost = true) { return set(faults_.read_ack, lost); }
     // Writes the state word, as the notification thread would.
     void set_state(uint32_t state);
     uint32_t state();
 
     // --- what happened
-    std::vector<Bytes> writes() const;
-    std::vector<Ioctl> ioctls() const;
+    std::vector<Bytes> writes() const { return copy_of(writes_); }
+    std::vector<Ioctl> ioctls() const { return copy_of(ioctls_); }
     std::vector<uint32_t> ioctl_codes() const;
-    size_t reads() const;  // calls of the read operation
-    unsigned opens() const;
-    unsigned closes() const;
+    size_t reads() const { return copy_of(reads_); }  // calls of the read operation
+    unsigned opens() const { return copy_of(opens_); }
+    unsigned closes() const { return copy_of(closes_); }
     // Handles of the last DV_CAM_OPEN.
-    std::optional<dv_open_record> open_record() const;
+    std::optional<dv_open_record> open_record() const { return copy_of(open_record_); }
     void forget();  // writes, ioctls and reads so far; commands of the firmware too
 
     // --- signals of the driver
@@ -144,13 +142,24 @@ class ScriptedCamera {
     };
     struct Faults {
         bool open = false, close = false, write = false, read = false;
-        bool write_ack = false, read_ack = false, abort_ack = false, flush_ack = false;
+        bool write_ack = false, read_ack = false;
         uint16_t write_count = 0, read_count = 0;
     };
     class AckEvent;
 
     static ScriptedCamera& From(orvex_device* device);
-    ScriptedCamera& set(bool Faults::* fault, bool present);
+    // Calls come from the test and from threads of the library.
+    template <class T>
+    ScriptedCamera& set(T& member, const T& value) {
+        std::lock_guard lock(mutex_);
+        member = value;
+        return *this;
+    }
+    template <class T>
+    T copy_of(const T& member) const {
+        std::lock_guard lock(mutex_);
+        return member;
+    }
     std::optional<Bytes> reply_to(std::span<const uint8_t> frame);
     // What a driver does of itself with a control operation.
     bool perform(const Ioctl& ioctl, Bytes& out);
@@ -178,7 +187,6 @@ class ScriptedCamera {
     uint16_t retries_ = 0;
     uint16_t timeout_ = 0;
     Faults faults_;
-    std::optional<size_t> reply_limit_;
     std::vector<Bytes> writes_;
     std::vector<Ioctl> ioctls_;
     size_t reads_ = 0;
@@ -205,7 +213,6 @@ class ScriptedDriver {
     uint32_t init(orvex_ddi* ddi);
     uint32_t uninit(orvex_ddi* ddi);
     ScriptedDriver& init_result(uint32_t result);
-    ScriptedDriver& uninit_result(uint32_t result);
     unsigned inits() const { return inits_; }
     unsigned uninits() const { return uninits_; }
 
@@ -222,7 +229,7 @@ class ScriptedDriver {
     bool count_call();
 
     std::vector<std::unique_ptr<ScriptedCamera>> cameras_;
-    uint32_t init_result_ = 1, uninit_result_ = 1;
+    uint32_t init_result_ = 1;
     unsigned inits_ = 0, uninits_ = 0;
     mutable std::mutex mutex_;
     unsigned calls_ = 0;

@@ -171,21 +171,6 @@ ScriptedFirmware& ScriptedFirmware::pairs(
     return reply(static_cast<uint8_t>(size_id + 1), std::move(table));
 }
 
-ScriptedFirmware& ScriptedFirmware::ignore(uint8_t set_id) {
-    ignored_.insert(set_id);
-    return *this;
-}
-
-ScriptedFirmware& ScriptedFirmware::status_byte(bool present) {
-    has_status_ = present;
-    return *this;
-}
-
-ScriptedFirmware& ScriptedFirmware::status(uint8_t code) {
-    status_ = code;
-    return *this;
-}
-
 ScriptedFirmware& ScriptedFirmware::refuse_command(uint8_t id, uint8_t code) {
     refused_[id] = code;
     return *this;
@@ -216,7 +201,7 @@ std::optional<Bytes> ScriptedFirmware::answer(std::span<const uint8_t> frame) {
 }
 
 std::optional<Bytes> ScriptedFirmware::answer_host(std::span<const uint8_t> payload) {
-    uint8_t status = status_;
+    uint8_t status = 0;
     std::optional<Bytes> sent;
     for (const Command& command : split_commands(payload)) {
         commands_.push_back(command);
@@ -243,7 +228,7 @@ std::optional<Bytes> ScriptedFirmware::answer_plugin(std::span<const uint8_t> pa
         if (id == CLEAR_STAT_BUF)
             status_buffer_.clear();
         else if (id == SEND_STAT_BUF)
-            sent = take_reply(Word(payload, at), status_);
+            sent = take_reply(Word(payload, at), 0);
         else if (auto found = plugin_replies_.find(id); found != plugin_replies_.end())
             status_buffer_.insert(status_buffer_.end(), found->second.begin(), found->second.end());
         at += data_bytes;

@@ -45,11 +45,16 @@ class ScriptedFirmware {
 
     // Setters are followed by their getters: SET_TEMP changes the reply of CCD_TEMP_SET and so on.
     // An ignored setter is taken and changes nothing.
-    ScriptedFirmware& ignore(uint8_t set_id);
+    ScriptedFirmware& ignore(uint8_t set_id) {
+        ignored_.insert(set_id);
+        return *this;
+    }
 
-    // Replies begin with a status byte, 0 unless told otherwise.
-    ScriptedFirmware& status_byte(bool present);
-    ScriptedFirmware& status(uint8_t code);
+    // Replies begin with a status byte, 0 unless a command is refused.
+    ScriptedFirmware& status_byte(bool present) {
+        has_status_ = present;
+        return *this;
+    }
     // Status of every frame that holds this command.
     ScriptedFirmware& refuse_command(uint8_t id, uint8_t code);
 
@@ -89,7 +94,6 @@ class ScriptedFirmware {
     std::vector<Command> commands_;
     Bytes status_buffer_;
     bool has_status_ = false;
-    uint8_t status_ = 0;
 };
 
 // Commands of the payload of a host frame, split by the sizes of the command table; data of a

@@ -33,8 +33,8 @@ inline std::shared_ptr<bv::Log> LogForTests() {
 // Collects what the library traces while this object lives.
 //
 //     TraceCapture trace;
-//     EXPECT_EQ(dv_cam_open("?", nullptr), 0);
-//     EXPECT_TRUE(trace.failed_with(C0_NULL_POINTER, "Output argument for camera handle is null"));
+//     EXPECT_TRUE(trace.refused(dv_cam_open("?", nullptr), C0_NULL_POINTER,
+//                               "Output argument for camera handle is null"));
 //     EXPECT_THAT(trace.messages(bv::log_debug), Contains("dv_cam_open: RETURN (OZ_FAIL)"));
 //
 // Messages are "function: text", without time, thread and indentation; the time behind RETURN is
@@ -79,6 +79,12 @@ class TraceCapture {
             return testing::AssertionFailure()
                    << "the error code is " << bv::ApiGlobal::GetErrorCode();
         return testing::AssertionSuccess();
+    }
+
+    // The call failed, and this is what it said.
+    testing::AssertionResult refused(boolean16 result, int16 code, std::string_view text) {
+        if (result != 0) return testing::AssertionFailure() << "the call succeeded";
+        return failed_with(code, text);
     }
 
     // "function: text"; empty when there was none.

@@ -55,14 +55,6 @@ TEST_F(Line, StaysOneLine) {
               "[221320.123456 COR 01234:05678 D] <\\n>a<\\n><\\n>b<\\n>");
 }
 
-TEST_F(Line, CanBeFormattedAgain) {
-    Log::Entry entry("COR", 3, 0, "x");
-    entry.Format();
-    const std::string once = entry.text;
-    entry.Format();
-    EXPECT_EQ(entry.text, once);
-}
-
 TEST_F(Line, DateIsLocal) {
     EXPECT_EQ(bv::FormatDate(moment), "2023-11-14");
     EXPECT_EQ(bv::FormatTime(moment), "221320.123456");

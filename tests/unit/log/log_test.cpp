@@ -34,25 +34,27 @@ class Gate : public Log::IListener {
     std::promise<void> open_;
 };
 
-class LoaderLock : public testing::Test {
+class LogTest : public testing::Test {
   protected:
-    ~LoaderLock() override { Log::loaderLockMode = false; }
+    ~LogTest() override { Log::loaderLockMode = false; }
+
+    // A log of all levels, and what one listener got of it.
+    Log log_{bv::log_debug};
+    std::shared_ptr<tests::Collector> collector_ = std::make_shared<tests::Collector>();
 };
 
-TEST(Log, WithoutListenerKeepsNothing) {
-    Log log(bv::log_debug);
-    EXPECT_FALSE(log.IsLevelEnabled(bv::log_error));
-    log.Write("COR", bv::log_error, "lost");
-    EXPECT_EQ(log.Flush(), 0u);
+TEST_F(LogTest, WithoutListenerKeepsNothing) {
+    EXPECT_FALSE(log_.IsLevelEnabled(bv::log_error));
+    log_.Write("COR", bv::log_error, "lost");
+    EXPECT_EQ(log_.Flush(), 0u);
 
-    auto collector = std::make_shared<tests::Collector>();
-    log.AddListener(collector);
-    log.Write("COR", bv::log_error, "kept %d", 1);
-    ASSERT_TRUE(collector->WaitFor(1));
-    EXPECT_THAT(collector->Messages(), ElementsAre("kept 1"));
+    log_.AddListener(collector_);
+    log_.Write("COR", bv::log_error, "kept %d", 1);
+    ASSERT_TRUE(collector_->WaitFor(1));
+    EXPECT_THAT(collector_->Messages(), ElementsAre("kept 1"));
 }
 
-TEST(Log, PassesRecordsUpToItsLevel) {
+TEST_F(LogTest, PassesRecordsUpToItsLevel) {
     for (int32_t level = -1; level <= 4; ++level) {
         Log log(level);
         auto collector = std::make_shared<tests::Collector>();
@@ -67,23 +69,21 @@ TEST(Log, PassesRecordsUpToItsLevel) {
     }
 }
 
-TEST(Log, KeepsTheOrderOfEachThread) {
+TEST_F(LogTest, KeepsTheOrderOfEachThread) {
     constexpr int threads = 4;
     constexpr int records = 500;
-    Log log(bv::log_debug);
-    auto collector = std::make_shared<tests::Collector>();
-    log.AddListener(collector);
+    log_.AddListener(collector_);
     std::vector<std::thread> writers;
     for (int thread = 0; thread < threads; ++thread) {
         writers.emplace_back([&, thread] {
-            for (int i = 0; i < records; ++i) log.Write("COR", 3, "%d %d", thread, i);
+            for (int i = 0; i < records; ++i) log_.Write("COR", 3, "%d %d", thread, i);
         });
     }
     for (auto& writer : writers) writer.join();
-    ASSERT_TRUE(collector->WaitFor(size_t{threads} * records));
+    ASSERT_TRUE(collector_->WaitFor(size_t{threads} * records));
 
     std::vector<int> next(threads, 0);
-    for (const std::string& message : collector->Messages()) {
+    for (const std::string& message : collector_->Messages()) {
         int thread = -1;
         int i = -1;
         ASSERT_EQ(std::sscanf(message.c_str(), "%d %d", &thread, &i), 2);
@@ -91,23 +91,21 @@ TEST(Log, KeepsTheOrderOfEachThread) {
     }
 }
 
-TEST(Log, RecordsWhatBelongsToTheWritingThread) {
-    Log log(bv::log_debug);
-    auto collector = std::make_shared<tests::Collector>();
-    log.AddListener(collector);
-    log.IncreaseIndent();
-    log.IncreaseIndent();
-    log.Write("COR", 3, "here");
-    std::thread([&] { log.Write("COR", 3, "there"); }).join();
-    ASSERT_TRUE(collector->WaitFor(2));
-    const auto entries = collector->Entries();
+TEST_F(LogTest, RecordsWhatBelongsToTheWritingThread) {
+    log_.AddListener(collector_);
+    log_.IncreaseIndent();
+    log_.IncreaseIndent();
+    log_.Write("COR", 3, "here");
+    std::thread([&] { log_.Write("COR", 3, "there"); }).join();
+    ASSERT_TRUE(collector_->WaitFor(2));
+    const auto entries = collector_->Entries();
     EXPECT_EQ(entries[0].indent, 2);
     EXPECT_EQ(entries[1].indent, 0);
     EXPECT_NE(entries[0].threadId, entries[1].threadId);
     EXPECT_EQ(entries[0].processId, entries[1].processId);
 }
 
-TEST(Log, DepthBelongsToThreadAndLog) {
+TEST_F(LogTest, DepthBelongsToThreadAndLog) {
     Log first(3);
     Log second(3);
     first.IncreaseIndent();
@@ -124,7 +122,7 @@ TEST(Log, DepthBelongsToThreadAndLog) {
     EXPECT_EQ(first.GetIndent(), 2);
 }
 
-TEST(Log, FlushThrowsAwayWhatTheWorkerCantWriteInASecond) {
+TEST_F(LogTest, FlushThrowsAwayWhatTheWorkerCantWriteInASecond) {
     auto gate = std::make_shared<Gate>();
     auto collector = std::make_shared<tests::Collector>();
     {
@@ -142,16 +140,14 @@ TEST(Log, FlushThrowsAwayWhatTheWorkerCantWriteInASecond) {
     EXPECT_THAT(collector->Messages(), ElementsAre("being written"));
 }
 
-TEST(Log, FlushWaitsForTheQueue) {
-    Log log(bv::log_debug);
-    auto collector = std::make_shared<tests::Collector>();
-    log.AddListener(collector);
-    for (int i = 0; i < 1000; ++i) log.Write("COR", 0, "%d", i);
-    EXPECT_EQ(log.Flush(), 0u);
-    EXPECT_TRUE(collector->WaitFor(1000));
+TEST_F(LogTest, FlushWaitsForTheQueue) {
+    log_.AddListener(collector_);
+    for (int i = 0; i < 1000; ++i) log_.Write("COR", 0, "%d", i);
+    EXPECT_EQ(log_.Flush(), 0u);
+    EXPECT_TRUE(collector_->WaitFor(1000));
 }
 
-TEST_F(LoaderLock, LogEndsWithRecordsUnwritten) {
+TEST_F(LogTest, LogEndsWithRecordsUnwritten) {
     auto gate = std::make_shared<Gate>();
     auto collector = std::make_shared<tests::Collector>();
     auto log = std::make_unique<Log>(bv::log_debug);
@@ -166,54 +162,50 @@ TEST_F(LoaderLock, LogEndsWithRecordsUnwritten) {
     EXPECT_THAT(collector->Messages(), ElementsAre("being written"));
 }
 
-TEST(Log, ListenersComeAndGo) {
-    Log log(bv::log_debug);
+TEST_F(LogTest, ListenersComeAndGo) {
     auto first = std::make_shared<tests::Collector>();
     auto second = std::make_shared<tests::Collector>();
     std::weak_ptr<Log::IListener> dead = std::make_shared<tests::Collector>();
-    EXPECT_FALSE(log.AddListener(dead));
-    EXPECT_FALSE(log.RemoveListener(dead));
-    EXPECT_FALSE(log.RemoveListener(first));
-    EXPECT_TRUE(log.AddListener(first));
-    EXPECT_FALSE(log.AddListener(first));
-    EXPECT_TRUE(log.AddListener(second));
-    EXPECT_TRUE(log.RemoveListener(first));
-    EXPECT_TRUE(log.IsLevelEnabled(0));
-    EXPECT_TRUE(log.RemoveListener(second));
-    EXPECT_FALSE(log.IsLevelEnabled(0));
+    EXPECT_FALSE(log_.AddListener(dead));
+    EXPECT_FALSE(log_.RemoveListener(dead));
+    EXPECT_FALSE(log_.RemoveListener(first));
+    EXPECT_TRUE(log_.AddListener(first));
+    EXPECT_FALSE(log_.AddListener(first));
+    EXPECT_TRUE(log_.AddListener(second));
+    EXPECT_TRUE(log_.RemoveListener(first));
+    EXPECT_TRUE(log_.IsLevelEnabled(0));
+    EXPECT_TRUE(log_.RemoveListener(second));
+    EXPECT_FALSE(log_.IsLevelEnabled(0));
 }
 
-TEST(Log, GoesOnBehindAListenerThatDied) {
-    Log log(bv::log_debug);
+TEST_F(LogTest, GoesOnBehindAListenerThatDied) {
     auto before = std::make_shared<tests::Collector>();
     auto dying = std::make_shared<tests::Collector>();
     auto after = std::make_shared<tests::Collector>();
-    log.AddListener(before);
-    log.AddListener(dying);
-    log.AddListener(after);
+    log_.AddListener(before);
+    log_.AddListener(dying);
+    log_.AddListener(after);
     dying.reset();
-    log.Write("COR", 0, "one");
-    log.Write("COR", 0, "two");
+    log_.Write("COR", 0, "one");
+    log_.Write("COR", 0, "two");
     ASSERT_TRUE(before->WaitFor(2));
     ASSERT_TRUE(after->WaitFor(2));
     EXPECT_THAT(after->Messages(), ElementsAre("one", "two"));
 }
 
-TEST_F(LoaderLock, RecordsWaitForTheEndOfLoading) {
-    Log log(bv::log_debug);
-    auto collector = std::make_shared<tests::Collector>();
+TEST_F(LogTest, RecordsWaitForTheEndOfLoading) {
     Log::loaderLockMode = true;
-    log.AddListener(collector);
-    log.Write("COR", 0, "early");
-    EXPECT_TRUE(log.IsLevelEnabled(0));
-    EXPECT_TRUE(collector->Entries().empty());
+    log_.AddListener(collector_);
+    log_.Write("COR", 0, "early");
+    EXPECT_TRUE(log_.IsLevelEnabled(0));
+    EXPECT_TRUE(collector_->Entries().empty());
     Log::loaderLockMode = false;
-    EXPECT_TRUE(log.IsLevelEnabled(0));
-    ASSERT_TRUE(collector->WaitFor(1));
-    EXPECT_THAT(collector->Messages(), ElementsAre("early"));
+    EXPECT_TRUE(log_.IsLevelEnabled(0));
+    ASSERT_TRUE(collector_->WaitFor(1));
+    EXPECT_THAT(collector_->Messages(), ElementsAre("early"));
 }
 
-TEST_F(LoaderLock, FlushWritesOnTheCallingThread) {
+TEST_F(LogTest, FlushWritesOnTheCallingThread) {
     class ThreadNoter : public Log::IListener {
       public:
         void OnLogEntry(const Log::Entry&) override {
@@ -221,57 +213,49 @@ TEST_F(LoaderLock, FlushWritesOnTheCallingThread) {
         }
         std::vector<std::thread::id> threads;
     };
-    Log log(bv::log_debug);
     auto noter = std::make_shared<ThreadNoter>();
-    log.AddListener(noter);
+    log_.AddListener(noter);
     Log::loaderLockMode = true;
-    log.Write("COR", 0, "one");
-    log.Write("COR", 0, "two");
-    EXPECT_EQ(log.Flush(), 0u);
+    log_.Write("COR", 0, "one");
+    log_.Write("COR", 0, "two");
+    EXPECT_EQ(log_.Flush(), 0u);
     EXPECT_THAT(noter->threads,
                 ElementsAre(std::this_thread::get_id(), std::this_thread::get_id()));
 }
 
 // The worker is alive while the library is unloaded: what it holds is written first.
-TEST_F(LoaderLock, FlushKeepsTheOrderBesideAWorker) {
+TEST_F(LogTest, FlushKeepsTheOrderBesideAWorker) {
     auto gate = std::make_shared<Gate>();
-    auto collector = std::make_shared<tests::Collector>();
-    Log log(bv::log_debug);
-    log.AddListener(gate);
-    log.AddListener(collector);
-    log.Write("COR", 0, "held by the worker");
+    log_.AddListener(gate);
+    log_.AddListener(collector_);
+    log_.Write("COR", 0, "held by the worker");
     ASSERT_TRUE(gate->WaitUntilEntered());
-    log.Write("COR", 0, "queued");
+    log_.Write("COR", 0, "queued");
     Log::loaderLockMode = true;
-    auto flushed = std::async(std::launch::async, [&] { return log.Flush(); });
+    auto flushed = std::async(std::launch::async, [&] { return log_.Flush(); });
     gate->Open();
     EXPECT_EQ(flushed.get(), 0u);
-    EXPECT_THAT(collector->Messages(), ElementsAre("held by the worker", "queued"));
+    EXPECT_THAT(collector_->Messages(), ElementsAre("held by the worker", "queued"));
 }
 
-struct GuardCase {
-    int32_t phase;
-    uint32_t initial;
-    bool before, during, after;
-};
-
-class LoaderLockPhases : public testing::TestWithParam<GuardCase> {};
-
-TEST_P(LoaderLockPhases, SetTheMode) {
-    const GuardCase& c = GetParam();
-    Log::loaderLockMode = c.before;
-    {
-        LoaderLockGuard guard(c.phase, c.initial);
-        EXPECT_EQ(Log::loaderLockMode, c.during);
-        Log::loaderLockMode = false;
+TEST_F(LogTest, LoaderLockFollowsThePhases) {
+    struct Phase {
+        int32_t phase;
+        uint32_t initial;
+        bool before, during, after;
+    };
+    const Phase phases[] = {{0, 0, false, true, true},  {0, 1, false, true, true},
+                            {1, 0, true, false, true},  {1, 1, true, true, true},
+                            {1, 1, false, false, true}, {2, 0, true, true, false}};
+    for (const Phase& c : phases) {
+        Log::loaderLockMode = c.before;
+        {
+            LoaderLockGuard guard(c.phase, c.initial);
+            EXPECT_EQ(Log::loaderLockMode, c.during);
+            Log::loaderLockMode = false;
+        }
+        EXPECT_EQ(Log::loaderLockMode, c.after);
     }
-    EXPECT_EQ(Log::loaderLockMode, c.after);
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    All, LoaderLockPhases,
-    testing::Values(GuardCase{0, 0, false, true, true}, GuardCase{0, 1, false, true, true},
-                    GuardCase{1, 0, true, false, true}, GuardCase{1, 1, true, true, true},
-                    GuardCase{1, 1, false, false, true}, GuardCase{2, 0, true, true, false}));
 
 }  // namespace

@@ -10,7 +10,6 @@
 
 using bv::LogScope;
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 namespace {
 
@@ -59,22 +58,18 @@ TEST(Scope, TellsItsDurationInMicroseconds) {
     EXPECT_LE(duration, bound);
 }
 
-TEST(Scope, EntersOnce) {
+TEST(Scope, EntersExactlyOnce) {
     tests::Trace trace;
     {
         LogScope scope(trace.log(), "COR", "f");
         scope.Enter("1");
         scope.Enter("2");
     }
-    EXPECT_THAT(trace.Lines(), ElementsAre("D f: ENTER (1)", "D f: RETURN ()"));
-}
-
-TEST(Scope, NoticesAMissingEnter) {
-    tests::Trace trace;
     {
-        LogScope scope(trace.log(), "COR", "f");
+        LogScope without_enter(trace.log(), "COR", "g");
     }
-    EXPECT_THAT(trace.Lines(), ElementsAre("E f: Log indentation is incorrect", "D f: RETURN ()"));
+    EXPECT_THAT(trace.Lines(), ElementsAre("D f: ENTER (1)", "D f: RETURN ()",
+                                           "E g: Log indentation is incorrect", "D g: RETURN ()"));
 }
 
 TEST(Scope, LeavesDepthAloneBelowTraceLevel) {

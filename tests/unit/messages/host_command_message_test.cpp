@@ -99,18 +99,13 @@ class MessagePattern : public HostCommandMessageTest,
                        public testing::WithParamInterface<Pattern> {};
 
 TEST_P(MessagePattern, HasTheseBytes) {
-    HostCommandMessage message(hcam);
-    GetParam().build(message);
-    ASSERT_EQ(message.Execute(), 1);
-    EXPECT_THAT(camera_.writes(), ElementsAre(hex(GetParam().wire)));
-}
-
-TEST_P(MessagePattern, HasTheseBytesWithStatusByte) {
-    camera_.use_reply_status();
-    HostCommandMessage message(hcam);
-    GetParam().build(message);
-    ASSERT_EQ(message.Execute(), 1);
-    EXPECT_THAT(camera_.writes(), ElementsAre(hex(GetParam().wire_with_status)));
+    for (const char* wire : {GetParam().wire, GetParam().wire_with_status}) {
+        HostCommandMessage message(hcam);
+        GetParam().build(message);
+        ASSERT_EQ(message.Execute(), 1);
+        EXPECT_EQ(camera_.writes().back(), hex(wire));
+        camera_.use_reply_status();
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(All, MessagePattern, testing::ValuesIn(patterns),
@@ -205,16 +200,8 @@ TEST_F(HostCommandMessageTest, RepeatedReadGivesTheFirstReply) {
 TEST_F(HostCommandMessageTest, ReplyOfACommandThatWasNotAdded) {
     HostCommandMessage message(hcam);
     uns16 value = 0;
-    EXPECT_THROW(
-        {
-            try {
-                message.GetReply(GET_OFFSET, &value);
-            } catch (const std::out_of_range& failure) {
-                EXPECT_STREQ(failure.what(), "invalid map<K, T> key");
-                throw;
-            }
-        },
-        std::out_of_range);
+    EXPECT_THAT([&] { message.GetReply(GET_OFFSET, &value); },
+                testing::ThrowsMessage<std::out_of_range>("invalid map<K, T> key"));
     EXPECT_EQ(message.GetReplyData(GET_OFFSET), nullptr);
     EXPECT_THAT(message.ReplyBytes(GET_OFFSET), IsEmpty());
 }
@@ -234,18 +221,8 @@ TEST_F(HostCommandMessageTest, RefusalByTheFirmware) {
     support::TraceCapture trace;
     HostCommandMessage message(hcam);
     message.AddWriteAndReadBack(SET_OFFSET, uns16{1}, GET_OFFSET);
-    EXPECT_EQ(message.Execute(), 0);
-    EXPECT_TRUE(trace.failed_with(C7_DRIVER_COM_ERROR, "Host command message failed with code 7"));
-}
-
-TEST_F(HostCommandMessageTest, EmptyMessageIsRefused) {
-    support::TraceCapture trace;
-    HostCommandMessage message(hcam);
-    message.AddReadLength();
-    EXPECT_EQ(message.Execute(), 0);
-    EXPECT_TRUE(trace.failed_with(C0_SYS_ERR_SEND_BYTE,
-                                  "write_array is either empty or longer than 32768 chars"));
-    EXPECT_THAT(camera_.writes(), IsEmpty());
+    EXPECT_TRUE(trace.refused(message.Execute(), C7_DRIVER_COM_ERROR,
+                              "Host command message failed with code 7"));
 }
 
 // 16 bits hold neither length; nothing may go out that the camera would take for something else.
@@ -278,12 +255,11 @@ TEST_F(HostCommandMessageTest, SetterComparesWhatIsReadBack) {
     EXPECT_EQ(camera_.writes().back(), hex("3F 0008 3D FFFE 26 3C 28 0002"));
 
     camera_.firmware().ignore(SET_OFFSET);
-    EXPECT_EQ(bv::SetWithReadBack(call, hcam, SET_OFFSET, GET_OFFSET, int16{5}), 0);
-    EXPECT_TRUE(
-        trace.failed_with(C2_FAILED_TO_SET_VALUE, "Value read back from camera differs: -2"));
-    EXPECT_EQ(bv::SetWithReadBack(call, hcam, SET_OFFSET, GET_OFFSET, uns16{5}), 0);
-    EXPECT_TRUE(
-        trace.failed_with(C2_FAILED_TO_SET_VALUE, "Value read back from camera differs: 65534"));
+    EXPECT_TRUE(trace.refused(bv::SetWithReadBack(call, hcam, SET_OFFSET, GET_OFFSET, int16{5}),
+                              C2_FAILED_TO_SET_VALUE, "Value read back from camera differs: -2"));
+    EXPECT_TRUE(trace.refused(bv::SetWithReadBack(call, hcam, SET_OFFSET, GET_OFFSET, uns16{5}),
+                              C2_FAILED_TO_SET_VALUE,
+                              "Value read back from camera differs: 65534"));
     camera_.camera().fail_write();
     EXPECT_EQ(bv::SetWithReadBack(call, hcam, SET_OFFSET, GET_OFFSET, uns16{5}), 0);
     EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), C7_DRIVER_COM_ERROR);
@@ -293,8 +269,7 @@ TEST_F(HostCommandMessageTest, BridgeMessagesAreNotSent) {
     support::TraceCapture trace;
     bv::BridgeCommandMessage message(hcam);
     EXPECT_EQ(message.GetCommandClass(), 35);
-    EXPECT_EQ(message.Execute(), 0);
-    EXPECT_TRUE(trace.failed_with(C0_UNKNOWN_ERROR, "NOT IMPLEMENTED"));
+    EXPECT_TRUE(trace.refused(message.Execute(), C0_UNKNOWN_ERROR, "NOT IMPLEMENTED"));
     EXPECT_THAT(camera_.writes(), IsEmpty());
 }
 

@@ -39,35 +39,24 @@ TEST(VersionBlock, MissingPartsAreEmpty) {
     EXPECT_EQ(bv::DescribeNode(0, "", {}), "(I/F) -  @ ..");
 }
 
-struct Case {
-    const char* name;
-    std::string block;
-    const char* tag4;
-};
-void PrintTo(const Case& c, std::ostream* out) {
-    *out << c.name;
+TEST(VersionBlock, TextOfTagFour) {
+    const std::pair<std::string, const char*> blocks[] = {
+        {"", ""},
+        {"\x04", ""},
+        {"\x04 1.2", "1.2"},
+        {zero + "x" + zero + Block({{4, "1"}}), ""},  // tag zero ends the list
+        {Block({{1, "\x1Fx"}, {4, "1"}}), ""},        // and so does what is no text
+        {Block({{1, ""}, {4, "1"}}), ""},
+        {Block({{4, "  1 2 \t\x80 3"}}), "1 2"},
+        {Block({{4, "   "}}), ""},
+        {Block({{4, "1"}, {4, "2"}}), "2"},
+        {Block({{4, "1"}}) + zero + zero, "1"},
+        {Block({{3, "a"}, {10, "b"}, {255, "c"}, {4, "1"}}), "1"},
+    };
+    for (const auto& [block, text] : blocks) {
+        EXPECT_EQ(Parse(block).text(4), text) << testing::PrintToString(block);
+    }
 }
-
-class VersionText : public testing::TestWithParam<Case> {};
-
-TEST_P(VersionText, OfTagFour) {
-    EXPECT_EQ(Parse(GetParam().block).text(4), GetParam().tag4);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    All, VersionText,
-    testing::Values(Case{"Empty", "", ""}, Case{"TagAlone", "\x04", ""},
-                    Case{"TagZeroEndsTheList", zero + Block({{4, "1"}}), ""},
-                    Case{"NoTerminator", "\x04 1.2", "1.2"},
-                    Case{"UnprintableStartEndsTheList", Block({{1, "\x1Fx"}, {4, "1"}}), ""},
-                    Case{"EmptyTextEndsTheList", Block({{1, ""}, {4, "1"}}), ""},
-                    Case{"LeadingBlanksAndTail", Block({{4, "  1 2 \t\x80 3"}}), "1 2"},
-                    Case{"OnlyBlanks", Block({{4, "   "}}), ""},
-                    Case{"LastOneCounts", Block({{4, "1"}, {4, "2"}}), "2"},
-                    Case{"ZerosAtTheEnd", Block({{4, "1"}}) + zero + zero, "1"},
-                    Case{"AnyOtherTagIsSkipped", Block({{3, "a"}, {10, "b"}, {255, "c"}, {4, "1"}}),
-                         "1"}),
-    [](const auto& test) { return test.param.name; });
 
 TEST(VersionBlock, WhiteSpace) {
     EXPECT_EQ(bv::TrimWhiteSpace(" \t a b\r\n\v\f"), "a b");

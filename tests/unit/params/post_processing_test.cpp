@@ -9,76 +9,73 @@
 
 using support::TraceCapture;
 
-TEST(PostProcessing, CountsFeaturesOnceByProbing) {
-    RichCamera camera;
+class PostProcessing : public RichCameraTest {};
+
+TEST_F(PostProcessing, CountsFeaturesOnceByProbing) {
     uns16 entries = 0;
     EXPECT_EQ(bv_cam_pp_get_entries(0, &entries), 1);
     EXPECT_EQ(entries, 3);
-    EXPECT_EQ(camera.feature, 1) << "the selection has to come back";
+    EXPECT_EQ(camera_.feature, 1) << "the selection has to come back";
     EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), 0);
     // 0, 1, 2, the refused 3 and the former selection.
-    EXPECT_EQ(camera.firmware().count(SET_PP_FEATURE_IDX), 5u);
-    camera.camera().forget();
+    EXPECT_EQ(camera_.firmware().count(SET_PP_FEATURE_IDX), 5u);
+    camera_.camera().forget();
     EXPECT_EQ(bv_cam_pp_get_entries(0, &entries), 1);
-    EXPECT_EQ(camera.writes().size(), 0u);
+    EXPECT_EQ(camera_.writes().size(), 0u);
 }
 
-TEST(PostProcessing, CountsParametersOfTheFeatureEachTime) {
-    RichCamera camera;
-    camera.parameter = 1;
+TEST_F(PostProcessing, CountsParametersOfTheFeatureEachTime) {
+    camera_.parameter = 1;
     uns16 entries = 0;
     for (uns16 feature = 0; feature < 3; ++feature) {
-        camera.feature = feature;
-        camera.parameter = 0;
+        camera_.feature = feature;
+        camera_.parameter = 0;
         EXPECT_EQ(bv_get_cam_pp_idx_entries(0, &entries), 1);
         EXPECT_EQ(entries, feature + 1);
-        EXPECT_EQ(camera.parameter, 0);
+        EXPECT_EQ(camera_.parameter, 0);
     }
     EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), 0);
+    camera_.parameter = 5;
+    EXPECT_EQ(bv_get_cam_pp_idx_entries(0, &entries), 0) << "the selection can't come back";
 }
 
-TEST(PostProcessing, EmptyLists) {
-    RichCamera camera;
-    TraceCapture trace;
+TEST_F(PostProcessing, EmptyLists) {
     uns16 entries = 0;
-    camera.features = {0};
-    camera.feature = 0;
+    camera_.features = {0};
+    camera_.feature = 0;
     EXPECT_EQ(bv_get_cam_pp_idx_entries(0, &entries), 1) << "index 0 reads back as selected";
-    camera.parameter = 5;
-    EXPECT_EQ(bv_get_cam_pp_idx_entries(0, &entries), 0);
-    EXPECT_TRUE(trace.failed_with(C2_NOT_AVAILABLE,
-                                  "No Post-Processing parameter available for current feature"));
-    camera.features = {};
-    camera.feature = 7;
+    camera_.parameter = 5;
+    EXPECT_TRUE(trace_.refused(bv_get_cam_pp_idx_entries(0, &entries), C2_NOT_AVAILABLE,
+                               "No Post-Processing parameter available for current feature"));
+    camera_.features = {};
+    camera_.feature = 7;
+    EXPECT_TRUE(trace_.refused(bv_cam_pp_get_entries(0, &entries), C2_NOT_AVAILABLE,
+                               "No Post-Processing features available"));
+    EXPECT_EQ(camera_.cfg().pp_entries, 0);
+    camera_.camera().forget();
     EXPECT_EQ(bv_cam_pp_get_entries(0, &entries), 0);
-    EXPECT_TRUE(trace.failed_with(C2_NOT_AVAILABLE, "No Post-Processing features available"));
-    EXPECT_EQ(camera.cfg().pp_entries, 0);
-    camera.camera().forget();
-    EXPECT_EQ(bv_cam_pp_get_entries(0, &entries), 0);
-    EXPECT_EQ(camera.writes().size(), 0u);
+    EXPECT_EQ(camera_.writes().size(), 0u);
 }
 
-TEST(PostProcessing, CachesEveryParameter) {
-    RichCamera camera;
+TEST_F(PostProcessing, CachesEveryParameter) {
     EXPECT_EQ(bv_cam_pp_cache_all_entries(0), 1);
-    const auto& cache = camera.cache().pp_param_cache;
+    const auto& cache = camera_.cache().pp_param_cache;
     ASSERT_EQ(cache.size(), 6u);
     const pp_param_type& last = cache.at(0x10000 + 2 * 16 + 2);
     EXPECT_EQ(last.name, "Param 2.2");
     EXPECT_EQ(last.feature_index, 2);
     EXPECT_EQ(last.param_index, 2);
     EXPECT_EQ(last.value, 1034u);
-    EXPECT_EQ(camera.feature, 1);
+    EXPECT_EQ(camera_.feature, 1);
     EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), 0);
 }
 
-TEST(PostProcessing, CachingFollowsReadsAndWrites) {
-    RichCamera camera;
+TEST_F(PostProcessing, CachingFollowsReadsAndWrites) {
     ASSERT_EQ(bv_cam_pp_cache_all_entries(0), 1);
     ASSERT_EQ(Put<int16>(PARAM_PP_INDEX, 2), 1);
     ASSERT_EQ(Put<int16>(PARAM_PP_PARAM_INDEX, 1), 1);
     uns32 held = 0;
-    camera.firmware()
+    camera_.firmware()
         .on_command(SET_PP_PARAM,
                     [&held](std::span<const uint8_t> data) {
                         held = data[3];
@@ -86,22 +83,20 @@ TEST(PostProcessing, CachingFollowsReadsAndWrites) {
                     })
         .on_command(GET_PP_PARAM, [&held](auto) { return support::big_endian(held, 4); });
     EXPECT_EQ(Put<uns32>(PARAM_PP_PARAM, 200), 1);
-    EXPECT_EQ(camera.writes().back(), support::hex("3F 000A 62 000000C8 26 63 28 0004"));
-    EXPECT_EQ(camera.cache().pp_param_cache.at(0x10000 + 33).value, 200u);
-    EXPECT_EQ(camera.cache().pp_param_cache.at(0x10000 + 32).value, 1032u);
+    EXPECT_EQ(camera_.writes().back(), support::hex("3F 000A 62 000000C8 26 63 28 0004"));
+    EXPECT_EQ(camera_.cache().pp_param_cache.at(0x10000 + 33).value, 200u);
+    EXPECT_EQ(camera_.cache().pp_param_cache.at(0x10000 + 32).value, 1032u);
     held = 99;
     EXPECT_EQ(Get<uns32>(PARAM_PP_PARAM), 99u);
-    EXPECT_EQ(camera.cache().pp_param_cache.at(0x10000 + 33).value, 99u);
+    EXPECT_EQ(camera_.cache().pp_param_cache.at(0x10000 + 33).value, 99u);
 
     // What the camera made of a refused value is cached too.
-    TraceCapture trace;
-    EXPECT_EQ(Put<uns32>(PARAM_PP_PARAM, 0x101), 0);
-    EXPECT_TRUE(
-        trace.failed_with(C2_FAILED_TO_SET_VALUE, "Value read back from camera differs: 1"));
-    EXPECT_EQ(camera.cache().pp_param_cache.at(0x10000 + 33).value, 1u);
+    EXPECT_TRUE(trace_.refused(Put<uns32>(PARAM_PP_PARAM, 0x101), C2_FAILED_TO_SET_VALUE,
+                               "Value read back from camera differs: 1"));
+    EXPECT_EQ(camera_.cache().pp_param_cache.at(0x10000 + 33).value, 1u);
 }
 
-TEST(PostProcessing, CacheIsLeftOutWithoutTheCapability) {
+TEST(PlainCamera, CacheIsLeftOutWithoutTheCapability) {
     support::TestCamera camera;
     TraceCapture trace;
     EXPECT_EQ(bv_cam_pp_cache_all_entries(0), 1);
@@ -112,43 +107,30 @@ TEST(PostProcessing, CacheIsLeftOutWithoutTheCapability) {
     EXPECT_EQ(camera.writes().size(), 0u);
 }
 
-TEST(PostProcessing, RefusedIndexIsStillRemembered) {
-    RichCamera camera;
-    TraceCapture trace;
-    EXPECT_EQ(bv_set_cam_pp_index(0, 9), 0);
-    EXPECT_TRUE(
-        trace.failed_with(C2_FAILED_TO_SET_VALUE, "Value read back from camera differs: 1"));
-    EXPECT_EQ(camera.cfg().pp_index, 1);
+TEST_F(PostProcessing, RefusedIndexIsStillRemembered) {
+    EXPECT_TRUE(trace_.refused(bv_set_cam_pp_index(0, 9), C2_FAILED_TO_SET_VALUE,
+                               "Value read back from camera differs: 1"));
+    EXPECT_EQ(camera_.cfg().pp_index, 1);
 }
 
-TEST(PostProcessing, IndicesBehindTheCameraGoToThePlugIn) {
-    RichCamera camera;
+TEST_F(PostProcessing, IndicesBehindTheCameraGoToThePlugIn) {
     EXPECT_EQ(Put<int16>(PARAM_PP_INDEX, 2), 1);
-    EXPECT_EQ(camera.cfg().pp_use_plugin, 0);
-    EXPECT_EQ(camera.feature, 2);
-    camera.camera().forget();
+    EXPECT_EQ(camera_.cfg().pp_use_plugin, 0);
+    EXPECT_EQ(camera_.feature, 2);
+    camera_.camera().forget();
     bv_set_pp_index(0, 3);
-    EXPECT_EQ(camera.cfg().pp_use_plugin, 1);
-    EXPECT_EQ(camera.writes().size(), 0u);
+    EXPECT_EQ(camera_.cfg().pp_use_plugin, 1);
+    EXPECT_EQ(camera_.writes().size(), 0u);
     // Features of the plug-in have no ids, and that is no error.
     EXPECT_TRUE(Fails(PARAM_PP_FEAT_ID, ATTR_CURRENT, 0));
     EXPECT_TRUE(Fails(PARAM_PP_PARAM_ID, ATTR_AVAIL, 0));
     bv_set_pp_index(0, 0);
-    EXPECT_EQ(camera.cfg().pp_use_plugin, 0);
+    EXPECT_EQ(camera_.cfg().pp_use_plugin, 0);
 }
 
-TEST(PostProcessing, PluginFeaturesStandBehindTheCameras) {
-    RichCamera camera;
+TEST_F(PostProcessing, Reset) {
     Get<uns32>(PARAM_PP_INDEX, ATTR_COUNT);
-    camera.cfg().pop_feature_count = 2;
-    EXPECT_EQ(Get<uns32>(PARAM_PP_INDEX, ATTR_COUNT), 5u);
-    EXPECT_EQ(Get<int16>(PARAM_PP_INDEX, ATTR_MAX), 4);
-}
-
-TEST(PostProcessing, Reset) {
-    RichCamera camera;
-    Get<uns32>(PARAM_PP_INDEX, ATTR_COUNT);
-    camera.camera().forget();
+    camera_.camera().forget();
     EXPECT_EQ(bv_pp_reset(0), 1);
-    EXPECT_EQ(camera.writes(), (std::vector<support::Bytes>{support::hex("3F 0001 66")}));
+    EXPECT_EQ(camera_.writes(), (std::vector<support::Bytes>{support::hex("3F 0001 66")}));
 }

@@ -2,15 +2,15 @@
 
 #include <gmock/gmock.h>
 
-#include "support/core/trace_capture.h"
 #include "support/exhausted_memory.h"
 
 #include "rich_camera.h"
 
 using support::Bytes;
 using support::hex;
-using support::TraceCapture;
 using testing::ElementsAre;
+
+class Tidal : public RichCameraTest {};
 
 namespace {
 
@@ -28,123 +28,102 @@ void AnswerList(RichCamera& camera, const char* reply) {
 
 }  // namespace
 
-TEST(Tidal, ListOnTheWire) {
-    RichCamera camera;
-    AnswerList(camera, "0002 00000001 01020304");
+TEST_F(Tidal, ListOnTheWire) {
+    AnswerList(camera_, "0002 00000001 01020304");
     EXPECT_EQ(WriteList({1, 0x01020304}), 1);
-    EXPECT_EQ(camera.writes().back(), hex("3F 0010 6E 0002 00000001 01020304 26 6D 28 000A"));
-    EXPECT_THAT(camera.cache().tidal_exp_params, ElementsAre(1, 0x01020304));
-    EXPECT_EQ(camera.cam_info().script_valid, 1) << "a setup doesn't depend on the values";
+    EXPECT_EQ(camera_.writes().back(), hex("3F 0010 6E 0002 00000001 01020304 26 6D 28 000A"));
+    EXPECT_THAT(camera_.cache().tidal_exp_params, ElementsAre(1, 0x01020304));
+    EXPECT_EQ(camera_.cam_info().script_valid, 1) << "a setup doesn't depend on the values";
 }
 
-TEST(Tidal, EmptyAndLongestList) {
-    RichCamera camera;
-    AnswerList(camera, "0000");
-    camera.cache().tidal_exp_params = {9};
+TEST_F(Tidal, EmptyAndTooLongList) {
+    AnswerList(camera_, "0000");
+    camera_.cache().tidal_exp_params = {9};
     EXPECT_EQ(WriteList({}), 1);
-    EXPECT_EQ(camera.writes().back(), hex("3F 0008 6E 0000 26 6D 28 0002"));
-    EXPECT_TRUE(camera.cache().tidal_exp_params.empty());
-
-    Bytes longest = hex("0010");
-    longest.resize(2 + 16 * 4, 0);
-    camera.firmware().on_command(GET_TIDAL_STREAM_EXP_PARAMS, [longest](auto) { return longest; });
-    EXPECT_EQ(WriteList(std::vector<uns32>(16, 0)), 1);
-    camera.camera().forget();
-    TraceCapture trace;
-    EXPECT_EQ(WriteList(std::vector<uns32>(17, 0)), 0);
+    EXPECT_EQ(camera_.writes().back(), hex("3F 0008 6E 0000 26 6D 28 0002"));
+    EXPECT_TRUE(camera_.cache().tidal_exp_params.empty());
+    camera_.camera().forget();
     EXPECT_TRUE(
-        trace.failed_with(C2_INDEX_OUT_OF_RANGE,
-                          "Cannot get max. entries or maxCount < tidal_stream_array->entries"));
-    EXPECT_EQ(camera.firmware().count(SET_TIDAL_STREAM_EXP_PARAMS), 0u);
+        trace_.refused(WriteList(std::vector<uns32>(17, 0)), C2_INDEX_OUT_OF_RANGE,
+                       "Cannot get max. entries or maxCount < tidal_stream_array->entries"));
+    EXPECT_EQ(camera_.firmware().count(SET_TIDAL_STREAM_EXP_PARAMS), 0u);
 }
 
-TEST(Tidal, ListWithoutMemoryIsRefused) {
-    if (!support::address_space_can_be_limited) GTEST_SKIP();
-    RichCamera camera;
-    camera.firmware().reply(GET_TIDAL_STREAM_MAX_EXP_COUNT, 2, 65535);
+TEST_F(Tidal, ListWithoutMemoryIsRefused) {
+    if (!support::address_space_can_be_limited) GTEST_SKIP() << support::no_memory_limit;
+    camera_.firmware().reply(GET_TIDAL_STREAM_MAX_EXP_COUNT, 2, 65535);
     std::vector<uns32> values(65535);
     tidal_stream_type list{65535, values.data()};
-    TraceCapture trace;
     boolean16 result = 1;
     {
         const support::ExhaustedMemory exhausted;
         result = bv_set_param(0, PARAM_TIDAL_STREAM_EXP_PARAMS, &list);
     }
-    EXPECT_EQ(result, 0);
-    EXPECT_TRUE(trace.failed_with(C2_CANNOT_ALLOCATE_MEMORY,
-                                  "Cannot allocate tidal streaming host command buffer"));
+    EXPECT_TRUE(trace_.refused(result, C2_CANNOT_ALLOCATE_MEMORY,
+                               "Cannot allocate tidal streaming host command buffer"));
 }
 
-TEST(Tidal, CorrectedListKeepsTheErrorCode) {
-    RichCamera camera;
-    AnswerList(camera, "0002 00000001 00000003");
-    TraceCapture trace;
+TEST_F(Tidal, CorrectedListKeepsTheErrorCode) {
+    AnswerList(camera_, "0002 00000001 00000003");
     bv::ApiGlobal::SetErrorCode(EXT_OPEN_EXCLUSIVE, C3_BUFFER_OVERRUN);
     EXPECT_EQ(WriteList({1, 2}), 0);
-    EXPECT_TRUE(trace.contains(
+    EXPECT_TRUE(trace_.contains(
         "bv_set_tidal_stream_exp_mode_params: Entries read back from camera differs"));
     EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), C3_BUFFER_OVERRUN);
-    EXPECT_THAT(camera.cache().tidal_exp_params, ElementsAre(1, 2)) << "as asked for";
+    EXPECT_THAT(camera_.cache().tidal_exp_params, ElementsAre(1, 2)) << "as asked for";
 }
 
-TEST(Tidal, ListOfAnotherLengthComesBack) {
-    RichCamera camera;
-    TraceCapture trace;
+TEST_F(Tidal, ListOfAnotherLengthComesBack) {
     for (const char* reply : {"0001 00000001 00000002", "FFFF 00000001 00000002"}) {
-        AnswerList(camera, reply);
+        AnswerList(camera_, reply);
         EXPECT_EQ(WriteList({1, 2}), 0);
         EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), C2_FAILED_TO_SET_VALUE);
     }
-    EXPECT_TRUE(trace.failed_with(C2_FAILED_TO_SET_VALUE,
-                                  "Nr. of entries read back from camera differs: 65535"));
+    EXPECT_TRUE(trace_.failed_with(C2_FAILED_TO_SET_VALUE,
+                                   "Nr. of entries read back from camera differs: 65535"));
 }
 
-TEST(Tidal, ReadingNeedsRoom) {
-    RichCamera camera;
-    TraceCapture trace;
-    camera.firmware().reply(GET_TIDAL_STREAM_EXP_COUNT, 2, 5);
+TEST_F(Tidal, ReadingNeedsRoom) {
+    camera_.firmware().reply(GET_TIDAL_STREAM_EXP_COUNT, 2, 5);
     uns32 values[5] = {};
     tidal_stream_type list{2, values};
-    EXPECT_EQ(bv_get_tidal_stream_exp_mode_params(0, &list), 0);
-    EXPECT_TRUE(trace.failed_with(C2_ADDR_OUT_OF_RANGE,
-                                  "The array for 2 entries, but room for 5 item needed"));
+    EXPECT_TRUE(trace_.refused(bv_get_tidal_stream_exp_mode_params(0, &list), C2_ADDR_OUT_OF_RANGE,
+                               "The array for 2 entries, but room for 5 item needed"));
     EXPECT_EQ(list.entries, 5);
     list.params = nullptr;
-    EXPECT_EQ(bv_get_tidal_stream_exp_mode_params(0, &list), 0);
-    EXPECT_TRUE(trace.failed_with(C0_NULL_POINTER, "The array for entries is null"));
-    EXPECT_EQ(bv_get_tidal_stream_exp_mode_params(0, nullptr), 0);
-    EXPECT_TRUE(trace.failed_with(C0_NULL_POINTER, "Given null pointer"));
+    EXPECT_TRUE(trace_.refused(bv_get_tidal_stream_exp_mode_params(0, &list), C0_NULL_POINTER,
+                               "The array for entries is null"));
+    EXPECT_TRUE(trace_.refused(bv_get_tidal_stream_exp_mode_params(0, nullptr), C0_NULL_POINTER,
+                               "Given null pointer"));
     EXPECT_EQ(bv_set_tidal_stream_exp_mode_params(0, nullptr), 0);
 
-    camera.firmware().reply(GET_TIDAL_STREAM_EXP_COUNT, 2, 0);
+    camera_.firmware().reply(GET_TIDAL_STREAM_EXP_COUNT, 2, 0);
     list = {3, values};
     EXPECT_EQ(bv_get_tidal_stream_exp_mode_params(0, &list), 1);
     EXPECT_EQ(list.entries, 0);
 }
 
 // The count in the reply is the camera's word, not the room that there is.
-TEST(Tidal, ReplyThatPromisesMoreThanItHolds) {
-    RichCamera camera;
+TEST_F(Tidal, ReplyThatPromisesMoreThanItHolds) {
     for (const char* reply :
          {"0004 00000001 00000002 00000003", "FFFF 00000001 00000002 00000003"}) {
-        camera.firmware().reply(GET_TIDAL_STREAM_EXP_PARAMS, hex(reply));
+        camera_.firmware().reply(GET_TIDAL_STREAM_EXP_PARAMS, hex(reply));
         uns32 values[8] = {};
         tidal_stream_type list{8, values};
         EXPECT_EQ(bv_get_tidal_stream_exp_mode_params(0, &list), 0);
         EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), C0_INVALID_DATA);
     }
     // So many that the length of the reply wraps at 16 bits.
-    camera.firmware().reply(GET_TIDAL_STREAM_EXP_COUNT, 2, 16384);
-    camera.firmware().reply(GET_TIDAL_STREAM_EXP_PARAMS, hex("4000"));
+    camera_.firmware().reply(GET_TIDAL_STREAM_EXP_COUNT, 2, 16384);
+    camera_.firmware().reply(GET_TIDAL_STREAM_EXP_PARAMS, hex("4000"));
     std::vector<uns32> values(16384);
     tidal_stream_type list{16384, values.data()};
     EXPECT_EQ(bv_get_tidal_stream_exp_mode_params(0, &list), 0);
     EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), C0_INVALID_DATA);
 }
 
-TEST(Tidal, FewerValuesThanCounted) {
-    RichCamera camera;
-    camera.firmware().reply(GET_TIDAL_STREAM_EXP_PARAMS, hex("0002 00000007 00000008 00000009"));
+TEST_F(Tidal, FewerValuesThanCounted) {
+    camera_.firmware().reply(GET_TIDAL_STREAM_EXP_PARAMS, hex("0002 00000007 00000008 00000009"));
     uns32 values[3] = {};
     tidal_stream_type list{3, values};
     EXPECT_EQ(bv_get_tidal_stream_exp_mode_params(0, &list), 1);
@@ -153,34 +132,32 @@ TEST(Tidal, FewerValuesThanCounted) {
 }
 
 // The mirror follows the camera, whatever was asked for.
-TEST(Tidal, SingleValuesAreMirrored) {
-    RichCamera camera;
+TEST_F(Tidal, SingleValuesAreMirrored) {
     EXPECT_EQ(Put<uns16>(PARAM_TIDAL_STREAM_MODE_ENABLED, 1), 1);
-    EXPECT_EQ(camera.cache().tidal_stream_enabled, 1);
-    camera.firmware().ignore(SET_TIDAL_STREAM_ENABLED).ignore(SET_TIDAL_STREAM_MODE);
-    camera.firmware().reply(GET_TIDAL_STREAM_ENABLED, 2, 7).reply(GET_TIDAL_STREAM_MODE, 2, 9);
+    EXPECT_EQ(camera_.cache().tidal_stream_enabled, 1);
+    camera_.firmware().ignore(SET_TIDAL_STREAM_ENABLED).ignore(SET_TIDAL_STREAM_MODE);
+    camera_.firmware().reply(GET_TIDAL_STREAM_ENABLED, 2, 7).reply(GET_TIDAL_STREAM_MODE, 2, 9);
     EXPECT_EQ(Put<uns16>(PARAM_TIDAL_STREAM_MODE_ENABLED, 0), 0);
-    EXPECT_EQ(camera.cache().tidal_stream_enabled, 1);
+    EXPECT_EQ(camera_.cache().tidal_stream_enabled, 1);
     EXPECT_EQ(Put<uns16>(PARAM_TIDAL_STREAM_MODE, 0), 0);
-    EXPECT_EQ(camera.cache().tidal_stream_mode, 9);
+    EXPECT_EQ(camera_.cache().tidal_stream_mode, 9);
 }
 
-TEST(Tidal, DelayListIsClosedButWorks) {
-    RichCamera camera;
+TEST_F(Tidal, DelayListIsClosedButWorks) {
     EXPECT_EQ(WriteList({1}, PARAM_TIDAL_STREAM_DLY_PARAMS), 0);
     EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), C2_NOT_AVAILABLE);
-    EXPECT_EQ(camera.writes().size(), 0u);
-    camera.firmware()
+    EXPECT_EQ(camera_.writes().size(), 0u);
+    camera_.firmware()
         .on_command(SET_TIDAL_STREAM_DLY_PARAMS, [](auto) { return Bytes(); })
         .on_command(GET_TIDAL_STREAM_DLY_PARAMS, [](auto) { return hex("0001 00000005"); });
     uns32 value = 5;
     const tidal_stream_type list{1, &value};
     EXPECT_EQ(bv_set_tidal_stream_dly_mode_params(0, &list), 1);
-    EXPECT_EQ(camera.writes().back(), hex("3F 000C 74 0001 00000005 26 73 28 0006"));
-    EXPECT_THAT(camera.cache().tidal_dly_params, ElementsAre(5));
+    EXPECT_EQ(camera_.writes().back(), hex("3F 000C 74 0001 00000005 26 73 28 0006"));
+    EXPECT_THAT(camera_.cache().tidal_dly_params, ElementsAre(5));
 }
 
-TEST(Tidal, RecordsAreMadeAndReleased) {
+TEST_F(Tidal, RecordsAreMadeAndReleased) {
     tidal_stream_type* list = nullptr;
     for (uns16 entries : std::initializer_list<uns16>{0, 1, 65535}) {
         ASSERT_EQ(bv_create_tidal_stream_struct(&list, entries), 1);

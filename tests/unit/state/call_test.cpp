@@ -38,11 +38,6 @@ TEST(Call, FailureIsLineThenCodeThenResult) {
                                    "D   worker: RETURN (OZ_FAIL)", "D caller: RETURN (OZ_FAIL)"));
 }
 
-TEST(Call, FailsTheSameWithoutALog) {
-    EXPECT_EQ(Caller(0), 0);
-    EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), C2_NOT_AVAILABLE);
-}
-
 TEST(Call, ErrorLevelLogHasTheLineAlone) {
     tests::Trace trace(bv::log_error);
     Caller(1);
@@ -75,17 +70,12 @@ TEST(Call, SuccessShowsOutputs) {
 }
 
 TEST(Call, BridgeFailuresAreReadByTheBridgeTable) {
-    {
-        Call call("f");
-        EXPECT_EQ(call.fail_bridge(BC_TIMEOUT, "Got error status from bridge FW"), 0);
-    }
+    Call call("f");
     char message[ERROR_MSG_LEN];
+    EXPECT_EQ(call.fail_bridge(BC_TIMEOUT, "Got error status from bridge FW"), 0);
     EXPECT_EQ(bv::ApiGlobal::GetErrorMessage(bv::ApiGlobal::GetErrorCode(), message), 1);
     EXPECT_STREQ(message, "BC_TIMEOUT                    Timeout during transmission");
-    {
-        Call call("f");
-        EXPECT_EQ(call.fail_silently(C0_NULL_POINTER), 0);
-    }
+    EXPECT_EQ(call.fail_silently(C0_NULL_POINTER), 0);
     EXPECT_EQ(bv::ApiGlobal::GetErrorMessage(bv::ApiGlobal::GetErrorCode(), message), 1);
     EXPECT_STREQ(message, "Input pointer is null, it must be a legal address (C0_NULL_POINTER)");
 }

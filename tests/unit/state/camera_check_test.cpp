@@ -42,21 +42,6 @@ TEST_F(CameraCheck, AcceptsOpenCamerasOnly) {
     }
 }
 
-TEST_F(CameraCheck, NeedsAnInitialisedLibrary) {
-    tests::Trace trace;
-    orvex_initialized = 0;
-    EXPECT_EQ(oz_cam_check(1), 0);
-    EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), C2_ORVEX_NOT_INITED);
-    EXPECT_THAT(trace.Lines(), testing::Contains("E   oz_cam_check: ORVEX is not initialized"));
-}
-
-TEST_F(CameraCheck, NeedsNoTablesWithoutCameras) {
-    total_cams = 0;
-    pg_cam_info.reset();
-    EXPECT_EQ(oz_cam_check(0), 0);
-    EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), C0_INVALID_HANDLE);
-}
-
 TEST_F(CameraCheck, EachCameraHasItsMutex) {
     pg_cam_info[0].open = 1;
     auto* first = api_select_camera_mutex(0);
@@ -71,13 +56,6 @@ TEST_F(CameraCheck, EachCameraHasItsMutex) {
     api_global_mutex.unlock();
     second->unlock();
     first->unlock();
-}
-
-TEST(BridgeCaps, UnreadKnowNothing) {
-    const bv::BridgeCaps caps;
-    EXPECT_FALSE(caps.HasReplyStatusByte());
-    EXPECT_FALSE(caps.HasBootStatus());
-    EXPECT_EQ(caps.BootStatus(), bv::FirmwareBootStatus::Unknown);
 }
 
 }  // namespace
