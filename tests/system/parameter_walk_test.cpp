@@ -2,7 +2,7 @@
 // lists, and what setting it does.
 #include <algorithm>
 #include <gtest/gtest.h>
-#include <ostream>
+#include <optional>
 #include <set>
 #include <span>
 #include <string>
@@ -10,6 +10,7 @@
 #include "orvex/orvex.h"
 
 #include "parameter_expectations.h"
+#include "parameter_trials.h"
 #include "walked_camera.h"
 
 namespace {
@@ -18,6 +19,7 @@ using expected::Answers;
 using expected::Anything;
 using expected::Cell;
 using expected::Fail;
+using expected::RowOf;
 
 struct Attribute {
     int16 id;
@@ -39,10 +41,6 @@ const char* NameOf(uns32 id) {
 #undef NAME_OF_PARAMETER
         default: return "no parameter";
     }
-}
-
-const expected::Row& RowOf(uns32 id) {
-    return *std::ranges::find(expected::rows(), id, &expected::Row::id);
 }
 
 bool IsRecord(uns32 id) {
@@ -88,10 +86,15 @@ void ExpectAnswers(const WalkedCamera& camera, uns32 id, int type, const Answers
     }
 }
 
+// A shape that is the same on all models.
+Answers AllOn(const expected::Shape& shape) {
+    return expected::Row{0, 0, expected::all, shape}.On(0);
+}
+
 class ParameterWalk : public testing::TestWithParam<size_t> {
   protected:
     std::string model() const { return expected::models[GetParam()]; }
-    const Answers& AnswersOf(const expected::Row& row) const { return row.answers[GetParam()]; }
+    Answers AnswersOf(const expected::Row& row) const { return row.On(GetParam()); }
 };
 
 INSTANTIATE_TEST_SUITE_P(Models, ParameterWalk, testing::Range<size_t>(0, expected::models.size()),
@@ -109,7 +112,7 @@ TEST_P(ParameterWalk, KnowsNoOtherAttribute) {
     for (const expected::Row& row : expected::rows()) {
         if (AnswersOf(row).nothing) continue;
         // What needs a setup says so, whatever it is asked.
-        const Cell& current = AnswersOf(row).cells[0];
+        const Cell current = AnswersOf(row).cells[0];
         const auto* failure = std::get_if<Fail>(&current);
         const bool waits = failure && failure->code == C0_ACQ_NOT_CONFIGURED;
         for (const int16 attribute : {int16{9}, int16{-1}}) {
@@ -128,28 +131,26 @@ TEST_P(ParameterWalk, KnowsNoOtherAttribute) {
 TEST_P(ParameterWalk, ListsEnumerations) {
     const WalkedCamera camera(model());
     std::set<uns32> listed;
-    for (const expected::Enumeration& enumeration : expected::enumerations()) {
-        if ((" " + std::string(enumeration.models) + " ").find(" " + model() + " ") ==
-            std::string::npos) {
-            continue;
-        }
+    for (const expected::Enumeration& enumeration : expected::enumerations) {
+        if ((enumeration.models & 1u << GetParam()) == 0) continue;
         SCOPED_TRACE(NameOf(enumeration.id));
         listed.insert(enumeration.id);
-        const auto count = static_cast<uns32>(enumeration.entries.size());
+        const auto entries = enumeration.Entries();
+        const auto count = static_cast<uns32>(entries.size());
         for (uns32 i = 0; i < count; ++i) {
-            const auto& [wanted, words] = enumeration.entries[i];
+            const auto& [wanted, words] = entries[i];
             int32 value = -1;
             char text[64];
             std::memset(text, '#', sizeof text);
             ASSERT_EQ(ox_get_enum_param(camera.handle(), enumeration.id, i, &value, text, 64), 1);
             EXPECT_EQ(value, wanted);
-            EXPECT_STREQ(text, words);
+            EXPECT_EQ(text, words);
             uns32 length = 0;
             ASSERT_EQ(ox_enum_str_length(camera.handle(), enumeration.id, i, &length), 1);
-            EXPECT_EQ(length, std::strlen(words) + 1);
+            EXPECT_EQ(length, words.size() + 1);
             // A text that doesn't fit is cut without complaint.
             ASSERT_EQ(ox_get_enum_param(camera.handle(), enumeration.id, i, &value, text, 3), 1);
-            EXPECT_EQ(text, std::string(words).substr(0, 2));
+            EXPECT_EQ(text, words.substr(0, 2));
         }
         int32 value = 0;
         char text[64];
@@ -165,7 +166,7 @@ TEST_P(ParameterWalk, ListsEnumerations) {
 TEST_P(ParameterWalk, RefusesWhatCannotBeSet) {
     const WalkedCamera camera(model());
     for (const expected::Row& row : expected::rows()) {
-        const Answers& answers = AnswersOf(row);
+        const Answers answers = AnswersOf(row);
         if (answers.nothing) {
             EXPECT_EQ(camera.Set(row.id, row.type, 1), 0) << NameOf(row.id);
         } else if (!answers.available) {
@@ -176,205 +177,26 @@ TEST_P(ParameterWalk, RefusesWhatCannotBeSet) {
     }
 }
 
-// One thing that is set: what comes of it, and what is read afterwards.
-struct Setting {
-    uns32 id;
-    double value;
-    int16 error;
-    Cell read;
-};
-
-Setting takes(uns32 id, double value) {
-    return {id, value, 0, value};
-}
-Setting refuses(uns32 id, double value, int16 error, double kept) {
-    return {id, value, error, kept};
-}
-
-// The camera doesn't take the value, which the read-back shows.
-Setting bounces(uns32 id, double value, double kept) {
-    return {id, value, C2_FAILED_TO_SET_VALUE, kept};
-}
-
-const std::vector<Setting> common_settings{
-    takes(PARAM_DD_RETRIES, 7),
-    takes(PARAM_DD_TIMEOUT, 65535),
-    takes(PARAM_CLEAR_CYCLES, 65535),
-    takes(PARAM_SHTR_CLOSE_DELAY, 65535),
-    takes(PARAM_SHTR_OPEN_DELAY, 0),
-    // It goes out with the next start; until then the camera has its former time.
-    {PARAM_EXP_TIME, 55, 0, 0.},
-    takes(PARAM_PREAMP_OFF_CONTROL, 4294967295.),
-    takes(PARAM_SHTR_OPEN_MODE, 4),
-    {PARAM_SHTR_OPEN_MODE, 7, 0, 1.},
-    takes(PARAM_CLEAR_MODE, 2),
-    takes(PARAM_CLEAR_MODE, 5),
-    refuses(PARAM_CLEAR_MODE, 6, C2_NOT_AVAILABLE, 5),
-    takes(PARAM_SENSOR_CORRECTION_STATE, 0),
-    {PARAM_BOF_EOF_CLR, 1, 0, 0.},
-    takes(PARAM_SPDTAB_INDEX, 0),
-    // A negative index is the camera's to judge.
-    bounces(PARAM_SPDTAB_INDEX, -1, 0),
-};
-
-const std::vector<Setting> ccd_settings{
-    takes(PARAM_ADC_OFFSET, -32768),
-    takes(PARAM_ADC_OFFSET, 321),
-    takes(PARAM_GAIN_INDEX, 3),
-    bounces(PARAM_GAIN_INDEX, 4, 3),
-    bounces(PARAM_GAIN_INDEX, 0, 3),
-    takes(PARAM_SPDTAB_INDEX, 1),
-    // The second speed has two gains, converts faster and with fewer bits.
-    {PARAM_GAIN_INDEX, 2, 0, 2.},
-    bounces(PARAM_GAIN_INDEX, 3, 2),
-    refuses(PARAM_SPDTAB_INDEX, 2, C2_NOT_AVAILABLE, 1),
-    takes(PARAM_TEMP_SETPOINT, -7000),
-    bounces(PARAM_TEMP_SETPOINT, -7001, -7000),
-    takes(PARAM_TEMP_SETPOINT, 2000),
-    takes(PARAM_PREMASK, 12),
-    takes(PARAM_POSTMASK, 0),
-    takes(PARAM_PRESCAN, 65535),
-    takes(PARAM_POSTSCAN, 1),
-    takes(PARAM_PAR_SIZE, 512),
-    takes(PARAM_SER_SIZE, 1),
-    takes(PARAM_EXP_RES, 1),
-    refuses(PARAM_EXP_RES, 2, C2_INDEX_OUT_OF_RANGE, 1),
-    takes(PARAM_EXP_RES_INDEX, 0),
-    refuses(PARAM_EXP_RES_INDEX, 2, C2_INDEX_OUT_OF_RANGE, 0),
-    takes(PARAM_READOUT_PORT, 0),
-    // With one port there is nothing to change, whatever is asked.
-    {PARAM_READOUT_PORT, 5, 0, 0.},
-    takes(PARAM_PMODE, 5),
-    takes(PARAM_PMODE, 7),
-    takes(PARAM_BOF_EOF_ENABLE, 3),
-    {PARAM_BOF_EOF_ENABLE, 4, 0, 3.},
-    // Port 0 drives and can't be read.
-    {PARAM_IO_STATE, 255, 0, expected::x27},
-    takes(PARAM_IO_ADDR, 1),
-    takes(PARAM_IO_DIRECTION, 1),
-    takes(PARAM_IO_STATE, 255),
-    refuses(PARAM_IO_DIRECTION, 3, C2_IO_DIRECTION_INVALID, 1),
-    takes(PARAM_IO_DIRECTION, 2),
-    takes(PARAM_IO_ADDR, 2),
-    refuses(PARAM_IO_STATE, 1, C2_FAILED_TO_SET_VALUE, 0),
-    refuses(PARAM_IO_DIRECTION, 1, C2_FAILED_TO_SET_VALUE, 0),
-    takes(PARAM_IO_ADDR, 3),
-    {PARAM_IO_STATE, 2.5, 0, expected::x27},
-    refuses(PARAM_IO_ADDR, 4, C2_ADDR_OUT_OF_RANGE, 3),
-};
-
-const std::vector<Setting> cmos_settings{
-    takes(PARAM_ADC_OFFSET, 32767),
-    takes(PARAM_GAIN_INDEX, 2),
-    bounces(PARAM_GAIN_INDEX, 3, 2),
-    takes(PARAM_READOUT_PORT, 1),
-    bounces(PARAM_READOUT_PORT, 2, 1),
-    takes(PARAM_SPDTAB_INDEX, 1),
-    refuses(PARAM_SPDTAB_INDEX, 2, C2_NOT_AVAILABLE, 1),
-    takes(PARAM_TEMP_SETPOINT, 2500),
-    bounces(PARAM_TEMP_SETPOINT, 2501, 2500),
-    takes(PARAM_PP_INDEX, 3),
-    takes(PARAM_PP_PARAM, 16),
-    bounces(PARAM_PP_PARAM, 17, 16),
-    bounces(PARAM_PP_PARAM_INDEX, 1, 0),
-    takes(PARAM_PP_INDEX, 1),
-    takes(PARAM_PP_PARAM_INDEX, 1),
-    takes(PARAM_PP_PARAM, 100),
-    bounces(PARAM_PP_PARAM, 99, 100),
-    takes(PARAM_LAST_MUXED_SIGNAL, 3),
-    bounces(PARAM_LAST_MUXED_SIGNAL, 4, 3),
-    takes(PARAM_EXP_RES, 1),
-    takes(PARAM_EXP_RES_INDEX, 2),
-    refuses(PARAM_EXP_RES, 3, C2_INDEX_OUT_OF_RANGE, 2),
-    refuses(PARAM_CENTROIDS_ENABLED, 1, C2_NOT_AVAILABLE, 0),  // metadata are off
-    takes(PARAM_METADATA_ENABLED, 1),
-    takes(PARAM_CENTROIDS_ENABLED, 1),
-    takes(PARAM_CENTROIDS_RADIUS, 2),
-    bounces(PARAM_CENTROIDS_RADIUS, 1, 2),
-    bounces(PARAM_CENTROIDS_RADIUS, 16, 2),
-    takes(PARAM_CENTROIDS_COUNT, 1),
-    bounces(PARAM_CENTROIDS_COUNT, 101, 1),
-    takes(PARAM_CENTROIDS_MODE, 1),
-    bounces(PARAM_CENTROIDS_MODE, 2, 1),
-    takes(PARAM_CENTROIDS_BG_COUNT, 2),
-    bounces(PARAM_CENTROIDS_BG_COUNT, 3, 2),
-    takes(PARAM_CENTROIDS_THRESHOLD, 4095),
-    bounces(PARAM_CENTROIDS_THRESHOLD, 4096, 4095),
-    bounces(PARAM_CENTROIDS_THRESHOLD, 15, 4095),
-    takes(PARAM_PMODE, 4),
-    refuses(PARAM_PMODE, 1, C2_NOT_AVAILABLE, 4),
-    refuses(PARAM_PMODE, 2, C2_NOT_AVAILABLE, 4),
-    takes(PARAM_FAN_SPEED_SETPOINT, 3),
-    bounces(PARAM_FAN_SPEED_SETPOINT, 4, 3),
-    takes(PARAM_TRIGTAB_SIGNAL, 0),
-    bounces(PARAM_TRIGTAB_SIGNAL, 1, 0),
-    takes(PARAM_FRAME_DELIVERY_MODE, 1),
-    bounces(PARAM_FRAME_DELIVERY_MODE, 2, 1),
-    takes(PARAM_TIDAL_STREAM_MODE_ENABLED, 1),
-    takes(PARAM_TIDAL_STREAM_MODE, 0),
-    bounces(PARAM_TIDAL_STREAM_MODE, 1, 0),
-};
-
-const std::vector<Setting> plain_settings{
-    takes(PARAM_GAIN_INDEX, 2),
-    bounces(PARAM_GAIN_INDEX, 3, 2),
-    refuses(PARAM_SPDTAB_INDEX, 1, C2_NOT_AVAILABLE, 0),
-    takes(PARAM_TEMP_SETPOINT, -4500),
-    takes(PARAM_PREMASK, 0),
-    takes(PARAM_POSTMASK, 65535),
-    takes(PARAM_PRESCAN, 9),
-    takes(PARAM_POSTSCAN, 3),
-    takes(PARAM_PAR_SIZE, 256),
-    takes(PARAM_SER_SIZE, 256),
-    {PARAM_READOUT_PORT, 1, 0, 0.},
-    takes(PARAM_PMODE, 4),
-    refuses(PARAM_PMODE, 5, C2_NOT_AVAILABLE, 4),
-    refuses(PARAM_PMODE, 6, C2_NOT_AVAILABLE, 4),
-};
-
-const std::vector<Setting> em_settings{
-    takes(PARAM_ADC_OFFSET, -1),
-    takes(PARAM_GAIN_MULT_FACTOR, 1000),
-    bounces(PARAM_GAIN_MULT_FACTOR, 1001, 1000),
-    bounces(PARAM_GAIN_MULT_FACTOR, 0, 1000),
-    takes(PARAM_GAIN_INDEX, 3),
-    // Sizes belong to the port and are read anew after a change of it.
-    takes(PARAM_PREMASK, 1),
-    takes(PARAM_READOUT_PORT, 1),
-    {PARAM_PREMASK, 528, 0, 528.},
-    bounces(PARAM_GAIN_INDEX, 3, 1),
-    bounces(PARAM_READOUT_PORT, 2, 1),
-    takes(PARAM_SPDTAB_INDEX, 1),
-    takes(PARAM_TEMP_SETPOINT, 0),
-    bounces(PARAM_TEMP_SETPOINT, 1, 0),
-    takes(PARAM_POSTMASK, 2),
-    takes(PARAM_PRESCAN, 3),
-    takes(PARAM_POSTSCAN, 5),
-    takes(PARAM_PAR_SIZE, 511),
-    takes(PARAM_SER_SIZE, 510),
-    takes(PARAM_EXP_RES, 1),
-    takes(PARAM_EXP_RES_INDEX, 0),
-    takes(PARAM_PMODE, 5),
-    refuses(PARAM_PMODE, 3, C2_NOT_AVAILABLE, 5),  // always on, so that it can't be chosen
-};
-
-const std::array<const std::vector<Setting>*, expected::models.size()> settings_by_model{
-    &ccd_settings, &cmos_settings, &plain_settings, &em_settings};
-
 TEST_P(ParameterWalk, TakesLegalValuesAndRefusesOthers) {
     const WalkedCamera camera(model());
     std::set<uns32> tried;
-    for (const std::vector<Setting>* settings : {settings_by_model[GetParam()], &common_settings}) {
-        for (const Setting& setting : *settings) {
-            SCOPED_TRACE(std::string(NameOf(setting.id)) + " = " + std::to_string(setting.value));
-            const int type = RowOf(setting.id).type;
-            tried.insert(setting.id);
-            EXPECT_EQ(camera.Set(setting.id, type, setting.value), setting.error);
-            ExpectCell(camera, setting.id, value_attributes[0], type, setting.read);
+    const auto set = [&](const expected::Trial& trial, double value, int16 error,
+                         const Cell& read) {
+        SCOPED_TRACE(std::string(NameOf(trial.id)) + " = " + std::to_string(value));
+        const int type = RowOf(trial.id).type;
+        EXPECT_EQ(camera.Set(trial.id, type, value), error);
+        ExpectCell(camera, trial.id, value_attributes[0], type, read);
+    };
+    for (const expected::Trial& trial : expected::trials) {
+        if ((trial.models & 1u << GetParam()) == 0) continue;
+        tried.insert(trial.id);
+        for (const double value : trial.taken) set(trial, value, 0, value);
+        for (const double value : trial.others) {
+            set(trial, value, trial.error, trial.read ? *trial.read : Cell(trial.taken.back()));
         }
     }
     for (const expected::Row& row : expected::rows()) {
-        const Answers& answers = AnswersOf(row);
+        const Answers answers = AnswersOf(row);
         const bool writable =
             answers.available && !IsRecord(row.id) &&
             (answers.access == ACC_READ_WRITE || answers.access == ACC_WRITE_ONLY);
@@ -397,7 +219,7 @@ TEST(ParameterSets, SpeedDecidesDepthAndGains) {
 TEST(ParameterSets, MppModesComeWithTheSecondOpen) {
     WalkedCamera camera("ccd");
     camera.Reopen();
-    ExpectAnswers(camera, PARAM_PMODE, TYPE_ENUM, expected::list(2, 1, 4, 1, 7, 1));
+    ExpectAnswers(camera, PARAM_PMODE, TYPE_ENUM, AllOn(expected::list(2, 1, 4, 1, 7, 1)));
     int32 value = 0;
     char text[64] = {};
     ASSERT_EQ(ox_get_enum_param(camera.handle(), PARAM_PMODE, 2, &value, text, 64), 1);
@@ -420,12 +242,13 @@ TEST(ParameterSets, IoParametersSpeakOfTheSelectedPort) {
                                  {3, IO_TYPE_DAC, 1, 1, 4, 12, expected::x27, 5}};
     for (const PortAnswers& port : ports) {
         ASSERT_EQ(camera.Set(PARAM_IO_ADDR, TYPE_UNS16, port.address), 0);
-        ExpectAnswers(camera, PARAM_IO_TYPE, TYPE_ENUM, expected::list(1, port.type, 2, 0, 1, 0));
+        ExpectAnswers(camera, PARAM_IO_TYPE, TYPE_ENUM,
+                      AllOn(expected::list(1, port.type, 2, 0, 1, 0)));
         ExpectAnswers(camera, PARAM_IO_DIRECTION, TYPE_ENUM,
-                      expected::list(port.direction_access, port.direction, 3, 0, 2, 0));
+                      AllOn(expected::list(port.direction_access, port.direction, 3, 0, 2, 0)));
         ExpectAnswers(camera, PARAM_IO_STATE, TYPE_FLT64,
                       {port.state_access, 1, {port.state, 0., 0., port.max, 0., 0.}});
-        ExpectAnswers(camera, PARAM_IO_BITDEPTH, TYPE_UNS16, expected::fixed(port.bits));
+        ExpectAnswers(camera, PARAM_IO_BITDEPTH, TYPE_UNS16, AllOn(expected::fixed(port.bits)));
     }
 }
 
@@ -469,9 +292,9 @@ TEST_P(ParameterWalk, SetupBringsItsParametersAndSomeSettingsVoidIt) {
         ExpectCell(camera, PARAM_BINNING_SER, value_attributes[0], TYPE_ENUM, 1.);
         ExpectCell(camera, PARAM_BINNING_PAR, value_attributes[0], TYPE_ENUM, 2.);
         // Two clears, each a tenth of reading 2048 rows at 10 us.
-        ExpectAnswers(camera, PARAM_CLEARING_TIME, TYPE_INT64, expected::fixed(4096000));
-        ExpectAnswers(camera, PARAM_PRE_TRIGGER_DELAY, TYPE_INT64, expected::fixed(25000));
-        ExpectAnswers(camera, PARAM_POST_TRIGGER_DELAY, TYPE_INT64, expected::fixed(10000));
+        ExpectAnswers(camera, PARAM_CLEARING_TIME, TYPE_INT64, AllOn(expected::fixed(4096000)));
+        ExpectAnswers(camera, PARAM_PRE_TRIGGER_DELAY, TYPE_INT64, AllOn(expected::fixed(25000)));
+        ExpectAnswers(camera, PARAM_POST_TRIGGER_DELAY, TYPE_INT64, AllOn(expected::fixed(10000)));
     }
 
     struct Effect {

@@ -11,7 +11,7 @@
 
 #include "unit/acquisition/program.h"
 
-using program_test::Ops;
+using program_test::Program;
 
 namespace {
 
@@ -38,12 +38,10 @@ class IoScript : public testing::Test {
         return oz_io_script_control(camera_.hcam, addr, state, location);
     }
     // What a location's list puts into a program.
-    Ops Written(size_t location) {
-        bv::ScriptOwner script;
-        script.Allocate(100);
-        bv_script_load_begin(script.get(), 100);
+    std::string Written(size_t location) {
+        const Program program;
         bv_io_setup(camera_.hcam, (*camera_.cfg().io_script_info)[location].next.get());
-        return program_test::OpsOf(script->data, bv_script_load_position());
+        return program.text();
     }
 
     support::TraceCapture trace_;
@@ -58,16 +56,14 @@ TEST_F(IoScript, ActionsRunInTheirOrder) {
     EXPECT_EQ(camera_.cam_info().script_valid, 0);
     ASSERT_EQ(Add(0, 1.0, SCR_PRE_FLASH), 1);
     ASSERT_EQ(Add(0, 255.0, SCR_POST_CLOSE_SHTR), 1);
-    EXPECT_EQ(
-        Written(SCR_PRE_FLASH),
-        (Ops{{OP_PORT_SELECT, 1}, {OP_SET_DAC, 1500}, {OP_PORT_SELECT, 0}, {OP_SET_PORT_TTL, 1}}));
-    EXPECT_EQ(Written(SCR_POST_CLOSE_SHTR), (Ops{{OP_PORT_SELECT, 0}, {OP_SET_PORT_TTL, 255}}));
-    EXPECT_EQ(Written(SCR_POST_FLASH), Ops());
+    EXPECT_EQ(Written(SCR_PRE_FLASH), "port 1, dac 1500, port, ttl 1");
+    EXPECT_EQ(Written(SCR_POST_CLOSE_SHTR), "port, ttl 255");
+    EXPECT_EQ(Written(SCR_POST_FLASH), "");
 
     camera_.cam_info().script_valid = 1;
     oz_io_clear_script_control(camera_.hcam);
     oz_io_clear_script_control(camera_.hcam);
-    EXPECT_EQ(Written(SCR_PRE_FLASH), Ops());
+    EXPECT_EQ(Written(SCR_PRE_FLASH), "");
     EXPECT_EQ(camera_.cam_info().script_valid, 1);  // the camera still holds the actions
 }
 
@@ -104,20 +100,15 @@ TEST_F(IoScript, Limits) {
 }
 
 TEST_F(IoScript, BadTypeOfALaterEntryDecides) {
-    bv::ApiGlobal::ClearErrorCode(EXT_OPEN_EXCLUSIVE);
     io_entry bad{.addr = 7, .type = 9, .state = 1.0, .next = std::make_unique<io_entry>()};
     bad.next->state = 1.0;
-    bv::ScriptOwner script;
-    script.Allocate(100);
-    bv_script_load_begin(script.get(), 100);
+    const Program program;
     EXPECT_EQ(bv_io_setup(camera_.hcam, &bad), 1);  // the last one was good
     EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), C2_NOT_AVAILABLE);
     bad.next.reset();
     EXPECT_EQ(bv_io_setup(camera_.hcam, &bad), 0);
     EXPECT_EQ(bv_io_setup(camera_.hcam, nullptr), 1);
-    EXPECT_EQ(
-        program_test::OpsOf(script->data, bv_script_load_position()),
-        (Ops{{OP_PORT_SELECT, 7}, {OP_PORT_SELECT, 0}, {OP_SET_PORT_TTL, 1}, {OP_PORT_SELECT, 7}}));
+    EXPECT_EQ(program.text(), "port 7, port, ttl 1, port 7");
     camera_.reads().cap_io = 0;
     EXPECT_EQ(bv_io_setup(camera_.hcam, nullptr), 0);
 }

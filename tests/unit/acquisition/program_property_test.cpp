@@ -5,7 +5,7 @@
 
 using program_test::Op;
 using program_test::Ops;
-using program_test::PlainSetup;
+using program_test::PlainRun;
 
 namespace {
 
@@ -22,7 +22,7 @@ struct Totals {
 
 class Runner {
   public:
-    Runner(const Ops& ops, const PlainSetup& setup) : ops_(ops), setup_(setup) {}
+    Runner(Ops ops, const PlainRun& run) : ops_(std::move(ops)), run_(run) {}
 
     Totals Run() {
         Block(0, 0);
@@ -77,30 +77,25 @@ class Runner {
     }
     // Regions out of column order wrap at 16 bits, as the camera's counters do.
     void EndLine() {
-        const auto width = static_cast<uns16>(setup_.camera.prescan + setup_.camera.ser_size +
-                                              setup_.camera.postscan);
+        const auto width = static_cast<uns16>(run_.prescan + run_.ser_size + run_.postscan);
         totals_.lines_complete &= static_cast<uns16>(pixels_) == width;
         line_open_ = false;
     }
 
-    const Ops& ops_;
-    const PlainSetup& setup_;
+    const Ops ops_;
+    const PlainRun& run_;
     Totals totals_;
     bool line_open_ = false;
     uns32 pixels_ = 0;
     uns16 sbin_ = 0;
 };
 
-class Dice {
-  public:
-    explicit Dice(uns32 seed) : engine_(seed) {}
+struct Dice {
     uns16 Upto(int limit) {
-        return static_cast<uns16>(std::uniform_int_distribution<int>(0, limit)(engine_));
+        return static_cast<uns16>(std::uniform_int_distribution<int>(0, limit)(engine));
     }
-    bool Coin() { return Upto(1) == 1; }
 
-  private:
-    std::mt19937 engine_;
+    std::mt19937 engine{20240607};
 };
 
 // Non-overlapping regions on a grid whose cells are multiples of the binning.
@@ -128,7 +123,7 @@ std::vector<rgn_type> RandomRegions(Dice& dice, uns16 columns, uns16 rows, uns16
 }  // namespace
 
 TEST(ProgramProperty, EveryRowAndPixelIsAccountedFor) {
-    Dice dice(20240607);
+    Dice dice;
     int programs = 0;
     while (programs < 400) {
         const auto sbin = static_cast<uns16>(1 + dice.Upto(3));
@@ -139,35 +134,34 @@ TEST(ProgramProperty, EveryRowAndPixelIsAccountedFor) {
         const auto rows = static_cast<uns16>(1 + dice.Upto(3));
         auto regions = RandomRegions(dice, columns, rows, cell_width, cell_height, sbin, pbin);
         if (regions.empty()) continue;
-        if (dice.Coin()) std::reverse(regions.begin(), regions.end());
+        if (dice.Upto(1) == 1) std::reverse(regions.begin(), regions.end());
         ++programs;
 
-        PlainSetup setup(regions);
-        setup.camera.ser_size = static_cast<uns16>(columns * cell_width + dice.Upto(9));
-        setup.camera.par_size = static_cast<uns16>(rows * cell_height + dice.Upto(9));
-        setup.camera.prescan = dice.Upto(5);
-        setup.camera.postscan = dice.Upto(5);
-        setup.camera.premask = dice.Upto(5);
-        setup.camera.postmask = dice.Upto(5);
-        setup.camera.clear_mode = CLEAR_NEVER;
-        setup.camera.shtr_open_mode = dice.Upto(OPEN_NO_CHANGE);
-        setup.exp_total = static_cast<uns16>(1 + dice.Upto(3));
-        setup.exp_mode = static_cast<int16>(dice.Upto(INT_STROBE_MODE));
+        PlainRun run{.regions = regions, .clear_mode = CLEAR_NEVER};
+        run.ser_size = static_cast<uns16>(columns * cell_width + dice.Upto(9));
+        run.par_size = static_cast<uns16>(rows * cell_height + dice.Upto(9));
+        run.prescan = dice.Upto(5);
+        run.postscan = dice.Upto(5);
+        run.premask = dice.Upto(5);
+        run.postmask = dice.Upto(5);
+        run.shtr_open_mode = dice.Upto(OPEN_NO_CHANGE);
+        run.exp_total = static_cast<uns16>(1 + dice.Upto(3));
+        run.exp_mode = static_cast<int16>(dice.Upto(INT_STROBE_MODE));
         uns64 pixels = 0;
         for (const rgn_type& r : regions) {
             pixels += uns64{static_cast<uns16>((r.s2 - r.s1 + 1) / sbin)} *
                       static_cast<uns16>((r.p2 - r.p1 + 1) / pbin);
         }
 
-        const Ops ops = program_test::Write(setup);
-        const Totals totals = Runner(ops, setup).Run();
-        SCOPED_TRACE(testing::PrintToString(ops));
-        const uns64 height =
-            uns64{setup.camera.premask} + setup.camera.par_size + setup.camera.postmask;
+        const program_test::Program program;
+        ASSERT_TRUE(run.Write(program));
+        const Totals totals = Runner(program.ops(), run).Run();
+        SCOPED_TRACE(program.text());
+        const uns64 height = uns64{run.premask} + run.par_size + run.postmask;
         ASSERT_TRUE(totals.terminated && totals.balanced);
-        ASSERT_EQ(totals.rows, height * setup.exp_total);
-        ASSERT_EQ(totals.conversions, pixels * setup.exp_total);
-        ASSERT_EQ(totals.frame_ends, setup.exp_total);
+        ASSERT_EQ(totals.rows, height * run.exp_total);
+        ASSERT_EQ(totals.conversions, pixels * run.exp_total);
+        ASSERT_EQ(totals.frame_ends, run.exp_total);
         ASSERT_TRUE(totals.lines_complete);
     }
 }

@@ -1,6 +1,5 @@
 #include "acquisition/script.h"
 
-#include <algorithm>
 #include <gtest/gtest.h>
 #include <thread>
 
@@ -10,31 +9,22 @@
 #include "support/core/test_camera.h"
 #include "support/core/trace_capture.h"
 
+#include "unit/acquisition/program.h"
+
+using program_test::Program;
 using support::hex;
 
-namespace {
-
-support::Bytes Loaded(const bv::ScriptOwner& script) {
-    return {script->data, script->data + bv_script_load_position()};
-}
-
-}  // namespace
-
 TEST(Script, RecordsOfBothDialects) {
-    bv::ScriptOwner script;
-    ASSERT_EQ(script.Allocate(4), 1);
-    bv_script_load_begin(script.get(), 4);
+    const Program program(4);
     bv_script_load_op(OP_PARALLEL_DIS, 260);
     bv_sCCL_script_load_op(OP_FRAME_COUNT, 10);
-    EXPECT_EQ(Loaded(script), hex("01 04 07 03 00 00 00 0A"));
-    EXPECT_EQ(script->length, 0);
-    EXPECT_EQ(script->groups, nullptr);
+    EXPECT_EQ(program.bytes(), hex("01 04 07 03 00 00 00 0A"));
+    EXPECT_EQ(program.script().length, 0);
+    EXPECT_EQ(program.script().groups, nullptr);
 }
 
 TEST(Script, FullSpaceCountsAsTooLong) {
-    bv::ScriptOwner script;
-    script.Allocate(script_max_entries);
-    bv_script_load_begin(script.get(), script_max_entries);
+    const Program program;
     for (int i = 0; i < 8191; ++i) bv_script_load_op(OP_CLEAR, 0);
     EXPECT_FALSE(bv_script_load_overflowed());
     bv_script_load_op(OP_CLEAR, 0);
@@ -45,26 +35,21 @@ TEST(Script, FullSpaceCountsAsTooLong) {
 
 // The start of a record alone is tested; the memory has room for what stands out.
 TEST(Script, LastLongRecordStandsOut) {
-    bv::ScriptOwner script;
-    script.Allocate(script_max_entries);
-    bv_script_load_begin(script.get(), script_max_entries);
+    const Program program;
     for (int i = 0; i < 4915; ++i) bv_sCCL_script_load_op(OP_BIN_X, 1);
     EXPECT_EQ(bv_script_load_position(), 24575);
     EXPECT_FALSE(bv_script_load_overflowed());
     bv_sCCL_script_load_op(OP_BIN_X, 0xFFFFFFFF);
     EXPECT_EQ(bv_script_load_position(), 24580);
-    EXPECT_EQ(script->data[24579], 0xFF);
+    EXPECT_EQ(program.bytes().back(), 0xFF);
 }
 
 TEST(Script, ThreadsLoadSideBySide) {
     const auto write = [](uns16 argument) {
-        bv::ScriptOwner script;
-        script.Allocate(1000);
-        bv_script_load_begin(script.get(), 1000);
+        const Program program(1000);
         for (int i = 0; i < 999; ++i) bv_script_load_op(OP_EXPOSE, argument);
-        EXPECT_EQ(bv_script_load_position(), 2997);
-        const auto* argument_bytes = script->data + 2994;
-        EXPECT_EQ(argument_bytes[1], argument);
+        EXPECT_EQ(program.bytes().size(), 2997u);
+        for (const program_test::Op& op : program.ops()) ASSERT_EQ(op.argument, argument);
     };
     std::thread other(write, uns16{7});
     write(9);
@@ -85,17 +70,15 @@ TEST(Script, FreeReportsAnError) {
 TEST(Script, SendPicksTheClassByDialect) {
     support::TraceCapture trace;
     support::TestCamera camera;
-    bv::ScriptOwner script;
-    script.Allocate(2);
-    bv_script_load_begin(script.get(), 2);
+    const Program program(2);
     bv_script_load_op(OP_EXPOSE, 1);
-    script->length = bv_script_load_position();
-    ASSERT_EQ(bv_script_send(camera.hcam, script.get()), 1);
+    program.script().length = bv_script_load_position();
+    ASSERT_EQ(bv_script_send(camera.hcam, &program.script()), 1);
     EXPECT_EQ(camera.writes().back(), hex("3D 00 03 00 01 04"));
     EXPECT_TRUE(trace.contains("bv_script_send: About to send HOST_CCL_SCRIPT with 3 bytes"));
 
     camera.reads().ccl_caps = CCL_CAPS_SIMPLIFIED;
-    ASSERT_EQ(bv_script_send(camera.hcam, script.get()), 1);
+    ASSERT_EQ(bv_script_send(camera.hcam, &program.script()), 1);
     EXPECT_EQ(camera.writes().back(), hex("26 00 03 00 01 04"));
     EXPECT_TRUE(
         trace.contains("bv_script_send: About to send SIMPLIFIED_CCL_COMMANDS with 3 bytes"));
@@ -119,25 +102,19 @@ TEST(SimplifiedProgram, IsAListOfSettings) {
     setup.camera.exp_res = EXP_RES_ONE_MICROSEC;
     setup.camera.clear_mode = CLEAR_PRE_SEQUENCE;
     setup.camera.clear_cycles = 5;
-    bv::ScriptOwner script;
-    script.Allocate(script_max_entries);
-    bv_script_load_begin(script.get(), script_max_entries);
+    const Program program;
     bv::WriteSimplifiedProgram(setup);
-    EXPECT_EQ(Loaded(script), hex("03 00 00 01 2C"
-                                  "04 00 00 00 02"
-                                  "00 00 00 00 01"
-                                  "05 00 00 00 02"
-                                  "01 01 02 03 04"
-                                  "02 00 00 08 00"
-                                  "0C 00 00 00 02"
-                                  "0D 00 00 00 05"
-                                  "06 00 00 00 02 07 00 00 00 04 08 00 00 00 01"
-                                  "09 00 00 00 03 0A 00 00 00 64 0B 00 00 01 02"
-                                  "06 00 00 00 02 07 00 00 00 04 08 00 00 01 2C"
-                                  "09 00 00 00 03 0A 00 00 01 8F 0B 00 00 01 02"));
+    EXPECT_EQ(program.bytes(), hex("03 00 00 01 2C  04 00 00 00 02  00 00 00 00 01"
+                                   "05 00 00 00 02  01 01 02 03 04  02 00 00 08 00"
+                                   "0C 00 00 00 02  0D 00 00 00 05"
+                                   "06 00 00 00 02  07 00 00 00 04  08 00 00 00 01"
+                                   "09 00 00 00 03  0A 00 00 00 64  0B 00 00 01 02"
+                                   "06 00 00 00 02  07 00 00 00 04  08 00 00 01 2C"
+                                   "09 00 00 00 03  0A 00 00 01 8F  0B 00 00 01 02"));
 
     setup.exp_mode = -1;
-    bv_script_load_begin(script.get(), script_max_entries);
+    const Program negative;
     bv::WriteSimplifiedProgram(setup);
-    EXPECT_EQ(support::Bytes(script->data + 25, script->data + 30), hex("02 FF FF FF FF"));
+    EXPECT_EQ(support::Bytes(&negative.script().data[25], &negative.script().data[30]),
+              hex("02 FF FF FF FF"));
 }

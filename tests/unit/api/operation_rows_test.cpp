@@ -107,12 +107,4 @@ TEST(OperationRows, LibraryExportsThemAndNothingElse) {
                 testing::UnorderedElementsAreArray(ExportedRows()));
 }
 
-TEST(OperationRows, LayersShareTheInterface) {
-    static_assert(std::is_abstract_v<bv::ApiInterface>);
-    static_assert(std::is_base_of_v<bv::ApiInterface, bv::ApiEntryLayer>);
-    static_assert(std::is_base_of_v<bv::ApiInterface, bv::ApiExecLayer>);
-    bv::ApiInterface& interface = api_entry_layer;
-    EXPECT_EQ(interface.ox_exp_uninit_seq(), 1);
-}
-
 }  // namespace

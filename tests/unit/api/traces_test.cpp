@@ -40,12 +40,20 @@ std::ostream& operator<<(std::ostream& out, const TracedCall& traced) {
     return out << traced.name;
 }
 
+// What one layer shows of a call.
+struct Layer {
+    std::string name, arguments, result;
+};
+
+std::vector<std::string> Nested(const Layer& entry, const Layer& exec) {
+    return {"EntryLayer::" + entry.name + ": ENTER (" + entry.arguments + ")",
+            "ExecLayer::" + exec.name + ": ENTER (" + exec.arguments + ")",
+            "ExecLayer::" + exec.name + ": RETURN (" + exec.result + ")",
+            "EntryLayer::" + entry.name + ": RETURN (" + entry.result + ")"};
+}
 std::vector<std::string> Nested(const std::string& name, const std::string& arguments,
                                 const std::string& result) {
-    return {"EntryLayer::" + name + ": ENTER (" + arguments + ")",
-            "ExecLayer::" + name + ": ENTER (" + arguments + ")",
-            "ExecLayer::" + name + ": RETURN (" + result + ")",
-            "EntryLayer::" + name + ": RETURN (" + result + ")"};
+    return Nested({name, arguments, result}, {name, arguments, result});
 }
 
 std::string Address(const void* pointer) {
@@ -59,6 +67,10 @@ uns32 count = 0;
 char text[256];
 char firmware_text[] = "?";
 tidal_stream_type* list = nullptr;
+
+const std::string parameter_write =
+    "hcam=0, param_id=PARAM_CLEAR_CYCLES(0x06020061), param_value=" + Address(&word);
+const std::string write_read = "hcam=0, c_class=63, write_bytes=0, write_array=";
 
 class Traces : public testing::TestWithParam<TracedCall> {};
 
@@ -93,14 +105,8 @@ const TracedCall traced_calls[] = {
          word = 3;
          ox_set_param(0, PARAM_CLEAR_CYCLES, &word);
      },
-     {"EntryLayer::ox_set_param: ENTER (hcam=0, param_id=PARAM_CLEAR_CYCLES(0x06020061), "
-      "param_value=" +
-          Address(&word) + ")",
-      "ExecLayer::ox_set_param: ENTER (hcam=0, param_id=PARAM_CLEAR_CYCLES(0x06020061), "
-      "param_value=" +
-          Address(&word) + ")",
-      "ExecLayer::ox_set_param: RETURN (OZ_OK)",
-      "EntryLayer::ox_set_param: RETURN (OZ_OK, *param_value=<see nested calls>)"}},
+     Nested({"ox_set_param", parameter_write, "OZ_OK, *param_value=<see nested calls>"},
+            {"ox_set_param", parameter_write, "OZ_OK"})},
     {"enumerated_entry",
      [] { ox_get_enum_param(0, PARAM_SHTR_OPEN_MODE, 4, &value, text, sizeof text); },
      Nested("ox_get_enum_param",
@@ -143,29 +149,22 @@ const TracedCall traced_calls[] = {
     {"old_but_unmarked", [] { oz_exp_set_bytes(0, 1, 2, text); },
      Nested("oz_exp_set_bytes", "hcam=0, frame_count=1, seq_bytes=2, pixel_stream=" + Address(text),
             "OZ_FAIL")},
-    {"error_code_is_set_under_two_forms",
-     [] { oz_set_error_code(EXT_OPEN_FW_UPDATE, 5); },
-     {"EntryLayer::oz_set_error_code: ENTER ([DEPRECATED] omode=EXT_OPEN_FW_UPDATE(1), "
-      "err_code=5)",
-      "ExecLayer::oz_set_error_code: ENTER (omode=EXT_OPEN_FW_UPDATE(1), err_code=5)",
-      "ExecLayer::oz_set_error_code: RETURN (OZ_OK)",
-      "EntryLayer::oz_set_error_code: RETURN (OZ_OK)"}},
-    {"init_seq_goes_on_as_uninit_seq",
-     [] { ox_exp_init_seq(); },
-     {"EntryLayer::ox_exp_init_seq: ENTER ([DEPRECATED])",
-      "ExecLayer::ox_exp_uninit_seq: ENTER ([DEPRECATED])",
-      "ExecLayer::ox_exp_uninit_seq: RETURN (OZ_OK)",
-      "EntryLayer::ox_exp_init_seq: RETURN (OZ_OK)"}},
+    {"error_code_is_set_under_two_forms", [] { oz_set_error_code(EXT_OPEN_FW_UPDATE, 5); },
+     Nested({"oz_set_error_code", "[DEPRECATED] omode=EXT_OPEN_FW_UPDATE(1), err_code=5", "OZ_OK"},
+            {"oz_set_error_code", "omode=EXT_OPEN_FW_UPDATE(1), err_code=5", "OZ_OK"})},
+    {"init_seq_goes_on_as_uninit_seq", [] { ox_exp_init_seq(); },
+     Nested({"ox_exp_init_seq", "[DEPRECATED]", "OZ_OK"},
+            {"ox_exp_uninit_seq", "[DEPRECATED]", "OZ_OK"})},
     {"write_read_goes_on_under_the_older_name",
      [] { bv_cam_write_read(0, 63, 0, firmware_text, nullptr); },
-     {"EntryLayer::bv_cam_write_read: ENTER ([DEPRECATED] hcam=0, c_class=63, write_bytes=0, "
-      "write_array=" +
-          Address(firmware_text) + ", read_array=" + Address(nullptr) + ")",
-      "ExecLayer::oz_cam_write_read: ENTER ([DEPRECATED] hcam=0, c_class=63, write_bytes=0, "
-      "write_array=" +
-          Address(firmware_text) + ", read_array=" + Address(nullptr) + ")",
-      "ExecLayer::oz_cam_write_read: RETURN (OZ_FAIL)",
-      "EntryLayer::bv_cam_write_read: RETURN (OZ_FAIL)"}},
+     Nested({"bv_cam_write_read",
+             "[DEPRECATED] " + write_read + Address(firmware_text) +
+                 ", read_array=" + Address(nullptr),
+             "OZ_FAIL"},
+            {"oz_cam_write_read",
+             "[DEPRECATED] " + write_read + Address(firmware_text) +
+                 ", read_array=" + Address(nullptr),
+             "OZ_FAIL"})},
     {"bridge_command_without_signs", [] { oz_bridge_command(0, 1, 200, 2, nullptr, 0, nullptr); },
      Nested("oz_bridge_command",
             "hcam=0, node_id=1, bridge_command=<UNKNOWN>(200), send_data_length=2, send_data=" +
@@ -203,10 +202,8 @@ TEST(Traces, ExecLayerHasItsOwnWriteRead) {
     support::TestCamera camera;
     support::TraceCapture trace;
     bv::ApiExecLayer().bv_cam_write_read(0, 63, 0, text, nullptr);
-    EXPECT_EQ(LayerRecords(trace)[0],
-              "ExecLayer::bv_cam_write_read: ENTER (hcam=0, c_class=63, write_bytes=0, "
-              "write_array=" +
-                  Address(text) + ", read_array=" + Address(nullptr) + ")");
+    EXPECT_EQ(LayerRecords(trace)[0], "ExecLayer::bv_cam_write_read: ENTER (" + write_read +
+                                          Address(text) + ", read_array=" + Address(nullptr) + ")");
 }
 
 // A handle that prints without a sign is as wide as any other such number.

@@ -86,6 +86,15 @@ class Notifications : public testing::Test {
         }
     }
 
+    // Requests 1 to `count` come back unused.
+    void ExpectFlushed(Host& host, uint64_t count) {
+        for (uint64_t id = 1; id <= count; ++id) {
+            const auto completion = host.Take();
+            EXPECT_EQ(completion.id, id);
+            EXPECT_EQ(completion.out.flags, NOTIFICATION_FLUSH);
+        }
+    }
+
     static constexpr uint64_t settled = 1u << 30;
     std::string path_;
     engine::NotificationChannel channel_;
@@ -150,11 +159,7 @@ TEST_F(Notifications, EachFlushGivesBackOneRequest) {
     for (uint64_t id = 1; id <= 3; ++id) host.Submit(id);
     channel_.FlushOne();
     channel_.FlushOne();
-    for (uint64_t id = 1; id <= 2; ++id) {
-        const auto completion = host.Take();
-        EXPECT_EQ(completion.id, id);
-        EXPECT_EQ(completion.out.flags, NOTIFICATION_FLUSH);
-    }
+    ExpectFlushed(host, 2);
     EXPECT_TRUE(host.Quiet());
 }
 
@@ -164,11 +169,7 @@ TEST_F(Notifications, AFlushWaitsForItsRequest) {
     channel_.FlushOne();
     channel_.FlushOne();
     for (uint64_t id = 1; id <= 3; ++id) host.Submit(id);
-    for (uint64_t id = 1; id <= 2; ++id) {
-        const auto completion = host.Take();
-        EXPECT_EQ(completion.id, id);
-        EXPECT_EQ(completion.out.flags, NOTIFICATION_FLUSH);
-    }
+    ExpectFlushed(host, 2);
     Settle(host);
 }
 

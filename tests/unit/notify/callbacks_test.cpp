@@ -22,12 +22,6 @@ class CallbacksTest : public testing::Test {
     support::ScriptedCamera& camera() { return camera_.camera(); }
     orvex_device* device() { return camera_.device(); }
     orvex_callbacks& record() { return *static_cast<orvex_callbacks*>(device()->callbacks); }
-    size_t Flushes() {
-        const std::vector<uint32_t> codes = camera().ioctl_codes();
-        return static_cast<size_t>(
-            std::count(codes.begin(), codes.end(), uint32_t{DV_EVENT_NOTIFICATION_FLUSH}));
-    }
-
     support::TraceCapture trace_;
     tests::HeardEvents heard_, second_;  // outlive the threads that call them
     support::TestCamera camera_;
@@ -129,7 +123,7 @@ TEST_F(CallbacksTest, EmptySlotQueuesNothingAndTheLastRegistrationCounts) {
     EXPECT_EQ(orvex_callbacks_invoke(device(), OX_CALLBACK_BOF), 1);
     EXPECT_TRUE(heard_.all().empty());
     // Each registration flushes once around its slot and once behind it.
-    EXPECT_EQ(Flushes(), 2u * 2 + 2);
+    EXPECT_EQ(tests::Flushes(camera()), 2u * 2 + 2);
 }
 
 TEST_F(CallbacksTest, QueueIsBoundedByTheFramesOfTheRun) {
@@ -138,12 +132,15 @@ TEST_F(CallbacksTest, QueueIsBoundedByTheFramesOfTheRun) {
         boolean16 is_sequence;
         uns32 limit;
     };
-    for (const Row& row : {Row{0, 1, 1}, Row{1000, 1, 128}, Row{1000, 0, 128}, Row{10, 0, 8},
-                           Row{1, 0, 1}, Row{10, 2, 8}, Row{128, 1, 128}, Row{129, 1, 128}}) {
+    // All frames of a sequence and four fifths of a ring, but never more than 128.
+    for (const Row& row : {Row{0, 1, 1}, Row{1, 1, 1}, Row{100, 1, 100}, Row{128, 1, 128},
+                           Row{129, 1, 128}, Row{0, 0, 1}, Row{1, 0, 1}, Row{2, 0, 1}, Row{5, 0, 4},
+                           Row{6, 0, 5}, Row{10, 0, 8}, Row{10, 2, 8}, Row{1000, 0, 128}}) {
         ASSERT_EQ(orvex_callbacks_set_frame_count(device(), row.frames, row.is_sequence), 1);
         EXPECT_EQ(record().callback_thread->Bof().limit, row.limit) << row.frames;
         EXPECT_EQ(record().callback_thread->Eof().limit, row.limit) << row.frames;
     }
+    EXPECT_EQ(bv::FramesInFlight(0xFFFFFFFF, false), 3435973836u);
 }
 
 TEST_F(CallbacksTest, RefusedFlushFailsARegistration) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <deque>
 #include <functional>
 #include <mutex>
@@ -9,6 +10,13 @@
 #include "support/scripted_driver.h"
 
 namespace tests {
+
+// How often a driver was told to give a request back.
+inline size_t Flushes(const support::ScriptedCamera& camera) {
+    const std::vector<uint32_t> codes = camera.ioctl_codes();
+    return static_cast<size_t>(
+        std::count(codes.begin(), codes.end(), uint32_t{DV_EVENT_NOTIFICATION_FLUSH}));
+}
 
 // What an application hears of one camera.
 class HeardEvents {

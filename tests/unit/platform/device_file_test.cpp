@@ -35,24 +35,18 @@ class DeviceFileTest : public testing::Test {
             ASSERT_EQ(file_.Submit(DV_EVENT_NOTIFICATION_REQUEST, request), operation_in_progress);
         }
     }
-    // What comes back until nothing does for the time.
-    std::vector<Completion> TakeAll(uint32_t limit_ms) {
-        std::vector<Completion> all;
-        std::array<Completion, 32> entries;
-        while (const size_t taken = port_.Take(entries, limit_ms))
-            all.insert(all.end(), entries.begin(), entries.begin() + static_cast<long>(taken));
-        return all;
-    }
-    std::vector<Completion> Take(size_t count) {
+    // What comes back until there are so many, or nothing does for the time.
+    std::vector<Completion> Take(size_t count, uint32_t limit_ms = wait_limit_ms) {
         std::vector<Completion> all;
         std::array<Completion, 32> entries;
         while (all.size() < count) {
-            const size_t taken = port_.Take(entries, wait_limit_ms);
+            const size_t taken = port_.Take(entries, limit_ms);
             if (taken == 0) break;
             all.insert(all.end(), entries.begin(), entries.begin() + static_cast<long>(taken));
         }
         return all;
     }
+    std::vector<Completion> TakeAll(uint32_t limit_ms) { return Take(SIZE_MAX, limit_ms); }
 
     support::TempDir directory_;
     tests::DriverEnd driver_{directory_ / "device"};

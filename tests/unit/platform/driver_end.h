@@ -40,10 +40,10 @@ class DriverEnd {
     }
 
     // The next message; all zero when none comes or the library has gone.
-    dv_file_request Receive(int limit_ms = 10000) {
+    dv_file_request Receive() {
         dv_file_request request{};
         pollfd ready{connection_, POLLIN, 0};
-        if (poll(&ready, 1, limit_ms) != 1) return {};
+        if (poll(&ready, 1, 10000) != 1) return {};
         const ssize_t size = recv(connection_, &request, sizeof request, 0);
         if (size == 0) gone_ = true;
         EXPECT_TRUE(size <= 0 || size == 72);
@@ -54,8 +54,6 @@ class DriverEnd {
         for (size_t i = 0; i < count; ++i) ids.push_back(Receive().id);
         return ids;
     }
-    // No message is waiting.
-    bool Quiet() { return Receive(0).operation == 0; }
     bool LibraryHasGone() {
         Receive();
         return gone_;

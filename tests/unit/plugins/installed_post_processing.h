@@ -19,6 +19,7 @@ namespace tests {
 class PostProcessing : public testing::Test {
   protected:
     PostProcessing() {
+        bv::ApiGlobal::ClearErrorCode(EXT_OPEN_EXCLUSIVE);
         orvex_initialized = 1;
         total_cams = 2;
         pg_cam_info = std::make_unique<cam_info_type[]>(2);
@@ -48,7 +49,8 @@ class PostProcessing : public testing::Test {
         if (!module_) throw std::runtime_error(dlerror());
         const auto get = reinterpret_cast<post_processing_module::module_state*>(
             dlsym(module_, "module_state_of_test"));
-        return *get();
+        // The module may have stayed in the process since an earlier test.
+        return *get() = {};
     }
 
     post_processing_module::State& Load(const char* module = "post_processing_full") {

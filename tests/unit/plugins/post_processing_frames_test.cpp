@@ -33,25 +33,6 @@ class PostProcessingFrames : public tests::PostProcessing {
     int last_slot_ = -1;
 };
 
-TEST_F(PostProcessingFrames, PrivateRingTakesThePlaceOfTheApplications) {
-    Load();
-    cfg().last_frame_nr = 9;
-    SetUpRing();
-    EXPECT_NE(private_ring_, ring_.data());
-    EXPECT_EQ(reinterpret_cast<uns8*>(private_ring_), cfg().alt_buffer.get());
-    EXPECT_EQ(private_ring_[5], 0);
-    EXPECT_EQ(cfg().user_buffer, reinterpret_cast<uns8*>(ring_.data()));
-    EXPECT_EQ(cfg().alt_frame_bytes, 4u);
-    EXPECT_EQ(cfg().alt_frame_count, 3u);
-    EXPECT_EQ(cfg().last_frame_nr, 0u);
-
-    EXPECT_EQ(bv_pop_clear_alt_buffer(0, ring_.data()), 1);
-    EXPECT_EQ(cfg().alt_buffer, nullptr);
-    EXPECT_EQ(cfg().user_buffer, reinterpret_cast<uns8*>(ring_.data()));
-    EXPECT_EQ(cfg().alt_frame_bytes, 0u);
-    EXPECT_EQ(cfg().alt_frame_count, 0u);
-}
-
 TEST_F(PostProcessingFrames, PrivateRingNeedsAModule) {
     tests::Trace trace;
     void* buffer = ring_.data();
@@ -60,14 +41,6 @@ TEST_F(PostProcessingFrames, PrivateRingNeedsAModule) {
     EXPECT_FALSE(bv::ApiGlobal::IsErrorCodeSet());
     EXPECT_THAT(trace.Lines(),
                 testing::Contains("E   bv_pop_setup_alt_buffer: KELMO module not available"));
-}
-
-TEST_F(PostProcessingFrames, UnloadingFreesPrivateRings) {
-    Load();
-    SetUpRing();
-    bv_pop_unloadlibrary();
-    EXPECT_EQ(cfg().alt_buffer, nullptr);
-    EXPECT_EQ(cfg().user_buffer, nullptr);
 }
 
 TEST_F(PostProcessingFrames, ApplicationsRingRunsOnItsOwnCount) {
@@ -82,6 +55,8 @@ TEST_F(PostProcessingFrames, ApplicationsRingRunsOnItsOwnCount) {
     EXPECT_EQ(Retrieve(40), 2);
     EXPECT_EQ(Retrieve(39), -1);
     EXPECT_EQ(last_slot_, 2);
+    SetUpRing();  // of the next run, whose frames are counted from 1 again
+    EXPECT_EQ(Retrieve(1), 1);
 }
 
 TEST_F(PostProcessingFrames, NoSlotWithoutARing) {
@@ -116,15 +91,6 @@ TEST_F(PostProcessingFrames, ContinuousRunWithoutPrivateRingStaysAsItIs) {
     EXPECT_THAT(state.processed, IsEmpty());
 }
 
-TEST_F(PostProcessingFrames, SequenceFramesAreProcessedWhereTheyAre) {
-    auto& state = Load();
-    EXPECT_EQ(bv_pop_process(0, &ring_[2], &ring_[2], 4, 2, 2, 1), 1);
-    EXPECT_THAT(ring_, ElementsAre(0, 0, 1, 1, 1, 1));
-    ASSERT_EQ(state.processed.size(), 1u);
-    EXPECT_EQ(state.processed[0].input, &ring_[2]);
-    EXPECT_EQ(state.processed[0].output, &ring_[2]);
-}
-
 TEST_F(PostProcessingFrames, ProcessingNeedsModuleAndFrames) {
     EXPECT_EQ(bv_pop_process(0, ring_.data(), ring_.data(), 0, 2, 1, 1), 0);
     EXPECT_EQ(TakeError(), C2_NOT_AVAILABLE);
@@ -151,14 +117,6 @@ TEST_F(PostProcessingFrames, FirstParameterSwitchesItOn) {
     state.refuse_reads = true;
     EXPECT_EQ(bv_pop_get_module_enabled_status(0), 0);
     EXPECT_EQ(TakeError(), C2_INDEX_OUT_OF_RANGE);
-}
-
-TEST_F(PostProcessingFrames, KelmoProcessingStartsAndStops) {
-    EXPECT_EQ(bv_pop_start_kelmo_processing(1), 1);
-    EXPECT_EQ(cfg(1).kelmo_processing, 1);
-    EXPECT_EQ(cfg(0).kelmo_processing, 0);
-    EXPECT_EQ(bv_pop_stop_kelmo_processing(1), 1);
-    EXPECT_EQ(cfg(1).kelmo_processing, 0);
 }
 
 }  // namespace

@@ -131,18 +131,6 @@ TEST_F(PostProcessingParameters, ModulesAreNumberedBehindTheCamerasFeatures) {
     EXPECT_EQ(Get<int16>(bv_get_pop_module_index, ATTR_CURRENT), 4);
 }
 
-TEST_F(PostProcessingParameters, ParametersOfTheModuleAreIndexed) {
-    Load();
-    EXPECT_EQ(Get<uns32>(bv_get_pop_param_index, ATTR_COUNT), 2u);
-    EXPECT_EQ(Get<int16>(bv_get_pop_param_index, ATTR_MAX), 1);
-    EXPECT_EQ(Get<int16>(bv_get_pop_param_index, ATTR_MIN), 0);
-    EXPECT_EQ(Get<int16>(bv_get_pop_param_index, ATTR_DEFAULT), 0);
-    EXPECT_EQ(Get<int16>(bv_get_pop_param_index, ATTR_INCREMENT), 1);
-    EXPECT_EQ(bv_set_pop_param_index(0, 1), 1);
-    EXPECT_EQ(Get<int16>(bv_get_pop_param_index, ATTR_CURRENT), 1);
-    EXPECT_EQ(Text(bv_get_pop_parameter_name, ATTR_CURRENT), "Threshold");
-}
-
 TEST_F(PostProcessingParameters, ValuesAreTruncated) {
     auto& state = Load();
     bv_set_pop_param_index(0, 1);

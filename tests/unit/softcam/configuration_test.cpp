@@ -1,6 +1,6 @@
 #include "softcam/configuration.h"
 
-#include <tiffio.h>
+#include "support/scene_image.h"
 
 #include "module_fixture.h"
 
@@ -96,23 +96,17 @@ TEST_F(ConfiguredModule, ABadFileIsToldAndEndsTheStart) {
 
 TEST_F(ConfiguredModule, APictureBecomesTheScene) {
     const std::string path = directory_ / "scene.tif";
-    TIFF* tiff = TIFFOpen(path.c_str(), "w");
-    ASSERT_NE(tiff, nullptr);
-    TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, 2);
-    TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, 1);
-    TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, 16);
-    TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, 1);
-    TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISBLACK);
-    uint16_t line[] = {100, 4000};
-    ASSERT_EQ(TIFFWriteScanline(tiff, line, 0), 1);
-    TIFFClose(tiff);
+    const support::SceneImage picture(2, 1, 7);
+    picture.WriteTiff(path);
+    const auto pixels = picture.CropAndBin({0, 1, 1, 0, 0, 1});
+    const uint16_t left = pixels[0], right = pixels[1];
 
     softcam::SceneChoice choice{.kind = softcam::SceneKind::file, .path = path};
     std::string message;
     const auto scene = softcam::MakeScene(choice, 4, 2, 1, message);
     ASSERT_NE(scene, nullptr) << message;
     EXPECT_EQ(scene->At(0).pixels,
-              (std::vector<uint16_t>{100, 100, 4000, 4000, 100, 100, 4000, 4000}));
+              (std::vector<uint16_t>{left, left, right, right, left, left, right, right}));
 
     std::ofstream(directory_ / "broken.png") << "\x89PNG nothing";
     choice.path = directory_ / "broken.png";

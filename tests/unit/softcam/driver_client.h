@@ -16,6 +16,7 @@
 #include "orvex/orvex_ddi.h"
 #include "orvex/orvex_event.h"
 #include "orvex/orvex_protocol.h"
+#include "orvex/orvex_types.h"
 
 // Plays the library's part at a device record, with nothing but the contract.
 namespace client {
@@ -246,6 +247,35 @@ inline Bytes Simplified(const std::vector<Setting>& settings) {
     }
     return program;
 }
+
+// A run of a simplified camera.
+struct Run {
+    uint32_t frames = 1;
+    std::vector<rgn_type> regions;
+    uint32_t buffer_mode = CIRC_NONE;
+    uint32_t exposure = 10;
+    uint32_t exposure_mode = EXT_TRIG_INTERNAL;
+
+    Bytes Program() const {
+        std::vector<Setting> settings = {{OP_FRAME_COUNT, frames},
+                                         {OP_MODE, buffer_mode},
+                                         {OP_EXPOSE_RESOLUTION, EXP_RES_ONE_MILLISEC},
+                                         {OP_SUB_ROI_COUNT, static_cast<uint32_t>(regions.size())},
+                                         {OP_EXPOSURETIME, exposure},
+                                         {OP_EXPOSUREMODE, exposure_mode},
+                                         {OP_SENSOR_CLEAR_MODE, CLEAR_PRE_EXPOSURE},
+                                         {OP_SENSOR_CLEAR_COUNT, 2}};
+        for (const rgn_type& region : regions) {
+            settings.insert(settings.end(), {{OP_BIN_X, region.sbin},
+                                             {OP_BIN_Y, region.pbin},
+                                             {OP_IMGCOORD_TOPL_X, region.s1},
+                                             {OP_IMGCOORD_TOPL_Y, region.p1},
+                                             {OP_IMGCOORD_BOTR_X, region.s2},
+                                             {OP_IMGCOORD_BOTR_Y, region.p2}});
+        }
+        return Simplified(settings);
+    }
+};
 
 // Pixels of a frame.
 inline std::vector<uint16_t> Pixels(std::span<const uint8_t> bytes) {

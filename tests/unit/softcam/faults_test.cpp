@@ -1,12 +1,12 @@
 // Faults on demand, and the service console that brings them about.
 
-#include "orvex/orvex_types.h"
-
 #include "module_fixture.h"
 
 namespace {
 
 using client::Bytes;
+
+constexpr rgn_type square{0, 7, 1, 0, 7, 1};  // 128 bytes
 
 class FaultTest : public ModuleTest {
   protected:
@@ -18,16 +18,8 @@ class FaultTest : public ModuleTest {
     // Starts a continuous run of small frames into `ring`.
     void Start(client::Connection& camera, Bytes& ring) {
         ring.resize(8 * 128);
-        ASSERT_TRUE(
-            camera.Send(CLASS_SIMPLIFIED_CCL, client::Simplified({{OP_MODE, CIRC_OVERWRITE},
-                                                                  {OP_SUB_ROI_COUNT, 1},
-                                                                  {OP_EXPOSURETIME, 1},
-                                                                  {OP_BIN_X, 1},
-                                                                  {OP_BIN_Y, 1},
-                                                                  {OP_IMGCOORD_TOPL_X, 0},
-                                                                  {OP_IMGCOORD_TOPL_Y, 0},
-                                                                  {OP_IMGCOORD_BOTR_X, 7},
-                                                                  {OP_IMGCOORD_BOTR_Y, 7}})));
+        const client::Run run{.regions = {square}, .buffer_mode = CIRC_OVERWRITE, .exposure = 1};
+        ASSERT_TRUE(camera.Send(CLASS_SIMPLIFIED_CCL, run.Program()));
         ASSERT_TRUE(camera.Receive(ring, 128, true));
         ASSERT_TRUE(camera.Execute());
     }
@@ -151,17 +143,8 @@ TEST_F(FaultTest, AManualTriggerReleasesOneFrame) {
                               "cameras": [{"model": "cmos"}]})"));
     client::Connection& camera = Camera();
     Bytes frame(128);
-    ASSERT_TRUE(camera.Send(CLASS_SIMPLIFIED_CCL,
-                            client::Simplified({{OP_FRAME_COUNT, 1},
-                                                {OP_SUB_ROI_COUNT, 1},
-                                                {OP_EXPOSURETIME, 1},
-                                                {OP_EXPOSUREMODE, EXT_TRIG_EDGE_RISING},
-                                                {OP_BIN_X, 1},
-                                                {OP_BIN_Y, 1},
-                                                {OP_IMGCOORD_TOPL_X, 0},
-                                                {OP_IMGCOORD_TOPL_Y, 0},
-                                                {OP_IMGCOORD_BOTR_X, 7},
-                                                {OP_IMGCOORD_BOTR_Y, 7}})));
+    const client::Run run{.regions = {square}, .exposure_mode = EXT_TRIG_EDGE_RISING};
+    ASSERT_TRUE(camera.Send(CLASS_SIMPLIFIED_CCL, run.Program()));
     ASSERT_TRUE(camera.Receive(frame, 128, false));
     ASSERT_TRUE(camera.Execute());
     EXPECT_EQ(camera.Console("frames"), "0");

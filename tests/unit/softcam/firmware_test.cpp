@@ -1,4 +1,4 @@
-// Commands of the cameras, as bytes.
+// Commands of the cameras, as bytes; what parameters make of them is tested through the library.
 
 #include "softcam/firmware.h"
 
@@ -73,90 +73,10 @@ TEST_F(Firmware, RepliesHaveTheSizesThatHostsCountOn) {
     EXPECT_GT(answered, 150u);
 }
 
-struct Setter {
-    const char* name;
-    size_t camera;
-    uint8_t set, get;
-    size_t size;
-    uint64_t good, bad;
-};
-
-class Setters : public Firmware, public testing::WithParamInterface<Setter> {};
-
-TEST_P(Setters, KeepWhatIsInRange) {
-    const Setter& row = GetParam();
-    client::Connection& camera = Camera(row.camera);
-    ASSERT_TRUE(camera.Tell(row.set, row.good, row.size));
-    EXPECT_EQ(camera.AskNumber(row.get, row.size), row.good);
-    ASSERT_TRUE(camera.Tell(row.set, row.bad, row.size));
-    EXPECT_EQ(camera.AskNumber(row.get, row.size), row.good);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    All, Setters,
-    testing::Values(
-        Setter{"Speed", 0, SELECT_SPD, CUR_SPD, 1, 1, 2},
-        Setter{"Gain", 0, SET_SPD_GAIN, SPD_USER_GAIN, 1, 3, 4},
-        Setter{"GainZero", 0, SET_SPD_GAIN, SPD_USER_GAIN, 1, 2, 0},
-        Setter{"Temperature", 0, SET_TEMP, CCD_TEMP_SET, 2, 0xFC18, 2001},
-        Setter{"Port", 1, SET_OUTPUT_PORT, GET_OUTPUT_PORT, 2, 1, 2},
-        Setter{"FanSpeed", 1, SET_FAN_SPEED_SETPOINT, GET_FAN_SPEED_SETPOINT, 2, 3, 4},
-        Setter{"TriggerSignal", 1, SET_TRIGTAB_SIGNAL, GET_TRIGTAB_SIGNAL, 2, 0, 1},
-        Setter{"MuxedSignal", 1, SET_LAST_MUXED_SIGNAL, GET_LAST_MUXED_SIGNAL, 1, 3, 4},
-        Setter{"Radius", 1, SET_CENTROIDS_RADIUS, GET_CENTROIDS_RADIUS, 2, 5, 16},
-        Setter{"Count", 1, SET_CENTROIDS_COUNT, GET_CENTROIDS_COUNT, 2, 100, 0},
-        Setter{"Mode", 1, SET_CENTROIDS_MODE, GET_CENTROIDS_MODE_CURRENT, 2, 1, 2},
-        Setter{"Background", 1, SET_CENTROIDS_BG_COUNT, GET_CENTROIDS_BG_COUNT_CURRENT, 2, 2, 3},
-        Setter{"Threshold", 1, SET_CENTROIDS_THRESHOLD, GET_CENTROIDS_THRESHOLD, 4, 4095, 4096},
-        Setter{"Delivery", 1, SET_FRAME_DELIVERY_MODE, GET_FRAME_DELIVERY_MODE_CURRENT, 2, 1, 2},
-        Setter{"Feature", 1, SET_PP_FEATURE_IDX, GET_PP_FEATURE_IDX, 2, 3, 4}),
-    [](const auto& test) { return std::string(test.param.name); });
-
-TEST_F(Firmware, ASpeedHasItsOwnDepthAndGains) {
-    client::Connection& camera = Camera(ccd);
-    EXPECT_EQ(camera.AskNumber(SPD_BIT_DEPTH, 1), 16u);
-    EXPECT_EQ(camera.AskNumber(SPD_MAX_GAIN, 1), 3u);
-    camera.Tell(SET_SPD_GAIN, 3, 1);
-    camera.Tell(SELECT_SPD, 1, 1);
-    EXPECT_EQ(camera.AskNumber(SPD_BIT_DEPTH, 1), 14u);
-    EXPECT_EQ(camera.AskNumber(SPD_SPEED, 2), 200u);
-    EXPECT_EQ(camera.AskNumber(SPD_USER_GAIN, 1), 1u);
-}
-
 TEST_F(Firmware, TheCapabilitiesOfTheFullCameraAreBytesThatHostsDecode) {
     EXPECT_EQ(Camera(cmos).Ask(SEND_CAPABILITIES, 8),
               (Bytes{0x49, 0xFA, 0xFF, 0x5F, 0xFB, 0xFF, 0xFF, 0xFF}));
     EXPECT_EQ(Camera(plain).Ask(SEND_CAPABILITIES, 8), (Bytes{0x40, 0, 0, 0, 0, 0, 0, 0}));
-}
-
-TEST_F(Firmware, TheExtendedBlockHoldsItsSections) {
-    client::Connection& camera = Camera(cmos);
-    const uint64_t size = camera.AskNumber(GET_EXTENDED_CAPABILITIES_SIZE, 4);
-    const Bytes block = camera.Ask(GET_EXTENDED_CAPABILITIES, size);
-    ASSERT_EQ(block.size(), size);
-    EXPECT_EQ(Big(block, 0, 4), 1u + 2 + 16 + 32 + 64 + 128 + 256 + 512 + 1024);
-    EXPECT_EQ(Big(block, 4, 4), 2u);
-    EXPECT_EQ(block[8], 4);
-    EXPECT_EQ(Big(block, 9, 2), 12u);
-    // Two binning lists of six, then five words, the ranges and the interfaces.
-    const size_t ranges = 8 + 2 * (3 + 12 + 4 + 2) + 5 * 4;
-    EXPECT_EQ(Big(block, ranges, 4), 1u);
-    EXPECT_EQ(Big(block, ranges + 4, 2), 3u);
-    EXPECT_EQ(block.size(), ranges + 6 + 3 * 12 + 8 + 5 * 8);
-}
-
-TEST_F(Firmware, ListsAnnounceTheirSize) {
-    client::Connection& camera = Camera(cmos);
-    for (const uint8_t command :
-         {GET_EXTENDED_TRIG_MODES_SIZE, GET_EXPOSE_OUT_BEHAVE_SIZE, GET_EXTENDED_READOUT_PORTS_SIZE,
-          GET_FAN_SPEEDS_SIZE, GET_TRIGTAB_SIGNALS_SIZE, GET_CENTROIDS_MODES_SIZE,
-          GET_CENTROIDS_BG_COUNTS_SIZE, GET_FRAME_DELIVERY_MODES_SIZE, GET_CLEAR_MODES_SIZE}) {
-        const uint64_t size = camera.AskNumber(command, 4);
-        const Bytes list = camera.Ask(static_cast<uint8_t>(command + 1), size + 1);
-        ASSERT_EQ(list.size(), size);
-        EXPECT_GT(Big(list, 0, 2), 0u);
-        EXPECT_EQ(list.back(), 0);
-    }
 }
 
 TEST_F(Firmware, FiltersKeepTheirValuesUntilReset) {
@@ -186,20 +106,6 @@ TEST_F(Firmware, ExposureListsAreRoundedToTheStep) {
     message.resize(3 + 17 * 4);
     ASSERT_TRUE(camera.Send(CLASS_HOST_COMMANDS, message));
     EXPECT_EQ(camera.AskNumber(GET_TIDAL_STREAM_EXP_COUNT, 2), 2u);
-}
-
-TEST_F(Firmware, PortsRefuseWhatTheyCannotDo) {
-    client::Connection& camera = Camera(ccd);
-    EXPECT_EQ(camera.AskNumber(SEND_AVA_PORTS, 1), 4u);
-    EXPECT_EQ(camera.Ask(SEND_PORTS_TYPE, 2, {0, 3}), (Bytes{0, IO_TYPE_DAC}));
-    EXPECT_EQ(Big(camera.Ask(SEND_PORTS_MAX, 2, {0, 3}), 0, 2), 5000u);
-    ASSERT_TRUE(camera.Send(CLASS_HOST_COMMANDS, {SET_CURRENT_PORT_ST, 0, 0, 0, 77}));
-    EXPECT_EQ(camera.Ask(GET_CURRENT_PORT_ST, 2, {0, 0}), (Bytes{0, 77}));
-    ASSERT_TRUE(camera.Send(CLASS_HOST_COMMANDS, {SET_CURRENT_PORT_ST, 0, 2, 0, 1}));
-    EXPECT_EQ(camera.Ask(GET_CURRENT_PORT_ST, 2, {0, 2}), (Bytes{0, 0}));
-    ASSERT_TRUE(camera.Send(CLASS_HOST_COMMANDS, {SET_DIRECTION, 0, 1, 0, IO_DIR_INPUT}));
-    EXPECT_EQ(camera.Ask(SEND_PORTS_DIR, 2, {0, 1}), (Bytes{0, IO_DIR_INPUT}));
-    EXPECT_TRUE(camera.Ask(SEND_PORTS_TYPE, 2, {0, 4}).empty());
 }
 
 TEST_F(Firmware, ABlobIsFetchedAndStoredInPieces) {

@@ -2,8 +2,6 @@
 
 #include <cmath>
 
-#include "orvex/orvex_types.h"
-
 #include "softcam/centroid_finder.h"
 #include "softcam/filters.h"
 #include "softcam/noise.h"
@@ -64,17 +62,9 @@ class Physics : public ModuleTest {
     // A frame of a flat scene of 1000 units, at 20 electrons per unit and second.
     std::vector<uint16_t> Flat(client::Connection& camera, uint32_t exposure_ms, uint16_t bin = 1) {
         const uint32_t side = 256u / bin;
-        return client::Pixels(camera.RunProgram(CLASS_SIMPLIFIED_CCL,
-                                                client::Simplified({{OP_FRAME_COUNT, 1},
-                                                                    {OP_SUB_ROI_COUNT, 1},
-                                                                    {OP_EXPOSURETIME, exposure_ms},
-                                                                    {OP_BIN_X, bin},
-                                                                    {OP_BIN_Y, bin},
-                                                                    {OP_IMGCOORD_TOPL_X, 0},
-                                                                    {OP_IMGCOORD_TOPL_Y, 0},
-                                                                    {OP_IMGCOORD_BOTR_X, 255},
-                                                                    {OP_IMGCOORD_BOTR_Y, 255}}),
-                                                side * side * 2));
+        const client::Run run{.regions = {{0, 255, bin, 0, 255, bin}}, .exposure = exposure_ms};
+        return client::Pixels(
+            camera.RunProgram(CLASS_SIMPLIFIED_CCL, run.Program(), side * side * 2));
     }
     static constexpr const char* noisy =
         R"({"time_scale": 0, "scene": {"kind": "flat", "level": 1000}, "seed": 9,
@@ -212,17 +202,9 @@ TEST_F(Physics, LocatedSquaresShowTheirSpots) {
     camera.Tell(SET_CENTROIDS_COUNT, count, 2);
     camera.Tell(SET_CENTROIDS_ENABLED, 1, 2);
     constexpr uint32_t block = 32 + 16 + side * side * 2;
-    const client::Bytes frame = camera.RunProgram(CLASS_SIMPLIFIED_CCL,
-                                                  client::Simplified({{OP_FRAME_COUNT, 1},
-                                                                      {OP_SUB_ROI_COUNT, 1},
-                                                                      {OP_EXPOSURETIME, 10},
-                                                                      {OP_BIN_X, 1},
-                                                                      {OP_BIN_Y, 1},
-                                                                      {OP_IMGCOORD_TOPL_X, 0},
-                                                                      {OP_IMGCOORD_TOPL_Y, 0},
-                                                                      {OP_IMGCOORD_BOTR_X, 2047},
-                                                                      {OP_IMGCOORD_BOTR_Y, 2047}}),
-                                                  48 + count * block);
+    const client::Run run{.regions = {{0, 2047, 1, 0, 2047, 1}}};
+    const client::Bytes frame =
+        camera.RunProgram(CLASS_SIMPLIFIED_CCL, run.Program(), 48 + count * block);
     ASSERT_FALSE(frame.empty());
     for (uint32_t i = 0; i < count; ++i) {
         const uint8_t* header = &frame[48 + i * block];

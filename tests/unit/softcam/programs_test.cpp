@@ -1,6 +1,5 @@
-// Hand-written programs against the scene they must show.
-
-#include "orvex/orvex_types.h"
+// Hand-written programs against the scene they must show. That whole sequences of the library do,
+// whatever is asked for, is a property of its own.
 
 #include "module_fixture.h"
 
@@ -79,45 +78,6 @@ TEST_F(Programs, FrameTransferBringsImageRowZeroToTheRegister) {
     EXPECT_EQ(Pixels(frame), Expected(region));
 }
 
-TEST_F(Programs, RowsBehindThePreMaskAreReadInPlaceWithoutFrameTransfer) {
-    const rgn_type region{.s1 = 0, .s2 = 1023, .sbin = 2, .p1 = 600, .p2 = 609, .pbin = 5};
-    const Bytes frame = Camera(0).RunProgram(CLASS_CCL_SCRIPT,
-                                             Full({{OP_SET_SERIAL_BIN, 2},
-                                                   {OP_EXPOSE_SCALE, 10},
-                                                   {OP_OPEN_SHUTTER},
-                                                   {OP_EXPOSE, 1},
-                                                   {OP_CLOSE_SHUTTER},
-                                                   {OP_PARALLEL_DIS, 1632},
-                                                   {OP_SERIAL_DISCARD, 2 * ccd_line},
-                                                   {OP_DO_LOOP, 2},
-                                                   {OP_PARALLEL_BIN, 5},
-                                                   {OP_CLAMPED_DISCARD, 16},
-                                                   {OP_SERIAL_CONVERT, 512},
-                                                   {OP_SERIAL_DISCARD, 8},
-                                                   {OP_END_DO},
-                                                   {OP_EOF},
-                                                   {OP_TERMINATE}}),
-                                             FrameBytes(region));
-    EXPECT_EQ(Pixels(frame), Expected(region));
-}
-
-TEST_F(Programs, AClosedShutterKeepsTheFrameDark) {
-    const Bytes frame = Camera(2).RunProgram(CLASS_CCL_SCRIPT,
-                                             Full({{OP_CLOSE_SHUTTER},
-                                                   {OP_EXPOSE_SCALE, 10},
-                                                   {OP_EXPOSE, 1},
-                                                   {OP_PARALLEL_DIS, 6},
-                                                   {OP_SERIAL_DISCARD, 1052},
-                                                   {OP_PARALLEL_BIN, 1},
-                                                   {OP_CLAMPED_DISCARD, 10},
-                                                   {OP_SET_SERIAL_BIN, 1},
-                                                   {OP_SERIAL_CONVERT, 512},
-                                                   {OP_EOF},
-                                                   {OP_TERMINATE}}),
-                                             1024);
-    EXPECT_EQ(Pixels(frame), std::vector<uint16_t>(512, 0));
-}
-
 // What is not cleared, flushed or read stays and adds up: programs that forget it show it.
 TEST_F(Programs, ChargeLeftBehindAddsToTheNextFrame) {
     const Bytes frame = Camera(2).RunProgram(CLASS_CCL_SCRIPT,
@@ -141,69 +101,11 @@ TEST_F(Programs, ChargeLeftBehindAddsToTheNextFrame) {
     EXPECT_EQ(Pixels(frame), expected);
 }
 
-TEST_F(Programs, ALoopDeliversEveryFrameOfASequence) {
-    client::Connection& camera = Camera(2);
-    const rgn_type region{.s1 = 0, .s2 = 9, .sbin = 1, .p1 = 0, .p2 = 0, .pbin = 1};
-    const Bytes frames = camera.RunProgram(CLASS_CCL_SCRIPT,
-                                           Full({{OP_SET_SERIAL_BIN, 1},
-                                                 {OP_EXPOSE_SCALE, 1},
-                                                 {OP_OPEN_SHUTTER},
-                                                 {OP_DO_LOOP, 3},
-                                                 {OP_CLEAR},
-                                                 {OP_EXPOSE, 1},
-                                                 {OP_PARALLEL_DIS, 6},
-                                                 {OP_SERIAL_DISCARD, 1052},
-                                                 {OP_PARALLEL_BIN, 1},
-                                                 {OP_SERIAL_DISCARD, 10},
-                                                 {OP_SERIAL_CONVERT, 10},
-                                                 {OP_EOF},
-                                                 {OP_END_DO},
-                                                 {OP_TERMINATE}}),
-                                           FrameBytes(region), 3);
-    for (size_t i = 0; i < 3; ++i)
-        EXPECT_EQ(Pixels(std::span(frames).subspan(i * 20, 20)), Expected(region));
-    EXPECT_EQ(camera.Console("frames"), "3");
-    EXPECT_EQ(camera.Console("program"), "terminated");
-}
-
-std::vector<client::Setting> SettingsOf(uint32_t frames, const std::vector<rgn_type>& regions) {
-    std::vector<client::Setting> settings = {
-        {OP_FRAME_COUNT, frames},  {OP_MODE, CIRC_NONE},
-        {OP_EXPOSE_RESOLUTION, 0}, {OP_SUB_ROI_COUNT, static_cast<uint32_t>(regions.size())},
-        {OP_EXPOSURETIME, 10},     {OP_EXPOSUREMODE, EXT_TRIG_INTERNAL},
-        {OP_SENSOR_CLEAR_MODE, 1}, {OP_SENSOR_CLEAR_COUNT, 2}};
-    for (const rgn_type& region : regions) {
-        settings.insert(settings.end(), {{OP_BIN_X, region.sbin},
-                                         {OP_BIN_Y, region.pbin},
-                                         {OP_IMGCOORD_TOPL_X, region.s1},
-                                         {OP_IMGCOORD_TOPL_Y, region.p1},
-                                         {OP_IMGCOORD_BOTR_X, region.s2},
-                                         {OP_IMGCOORD_BOTR_Y, region.p2}});
-    }
-    return settings;
-}
-
-class SimplifiedRegions : public Programs, public testing::WithParamInterface<rgn_type> {};
-
-TEST_P(SimplifiedRegions, ShowTheCropAndBinOfTheScene) {
-    const Bytes frame = Camera(1).RunProgram(
-        CLASS_SIMPLIFIED_CCL, Simplified(SettingsOf(1, {GetParam()})), FrameBytes(GetParam()));
-    EXPECT_EQ(Pixels(frame), Expected(GetParam()));
-}
-
-INSTANTIATE_TEST_SUITE_P(Shapes, SimplifiedRegions,
-                         testing::Values(rgn_type{0, 2047, 1, 0, 2047, 1},
-                                         rgn_type{3, 100, 2, 7, 200, 3},
-                                         rgn_type{2047, 2047, 1, 2047, 2047, 1},
-                                         rgn_type{0, 2047, 8, 0, 2047, 8},
-                                         rgn_type{5, 11, 4, 5, 11, 4}));
-
 TEST_F(Programs, ExposureOfZeroCollectsNothing) {
     const rgn_type region{.s1 = 0, .s2 = 63, .sbin = 1, .p1 = 0, .p2 = 63, .pbin = 1};
-    auto settings = SettingsOf(1, {region});
-    settings[4].value = 0;
+    const client::Run run{.regions = {region}, .exposure = 0};
     const Bytes frame =
-        Camera(1).RunProgram(CLASS_SIMPLIFIED_CCL, Simplified(settings), FrameBytes(region));
+        Camera(1).RunProgram(CLASS_SIMPLIFIED_CCL, run.Program(), FrameBytes(region));
     EXPECT_EQ(Pixels(frame), std::vector<uint16_t>(64 * 64, 0));
 }
 
@@ -215,7 +117,8 @@ TEST_F(Programs, SeveralRegionsComeWrappedInMetadata) {
     constexpr size_t extension = 16;
     size_t size = 48;
     for (const rgn_type& region : regions) size += 32 + extension + FrameBytes(region);
-    const Bytes frame = camera.RunProgram(CLASS_SIMPLIFIED_CCL, Simplified(SettingsOf(2, regions)),
+    const Bytes frame = camera.RunProgram(CLASS_SIMPLIFIED_CCL,
+                                          client::Run{.frames = 2, .regions = regions}.Program(),
                                           static_cast<uint32_t>(size), 2);
     ASSERT_EQ(frame.size(), 2 * size);
     for (size_t number = 1; number <= 2; ++number) {
@@ -252,10 +155,11 @@ TEST_F(Programs, BadProgramsAreRefused) {
     const rgn_type reversed{5, 4, 1, 0, 0, 1};
     const rgn_type unbinned{0, 9, 0, 0, 0, 1};
     for (const rgn_type& region : {outside, reversed, unbinned})
-        EXPECT_FALSE(simple.Send(CLASS_SIMPLIFIED_CCL, Simplified(SettingsOf(1, {region})), 50));
-    auto miscounted = SettingsOf(1, {{0, 9, 1, 0, 9, 1}});
-    miscounted[3].value = 2;
-    EXPECT_FALSE(simple.Send(CLASS_SIMPLIFIED_CCL, Simplified(miscounted), 50));
+        EXPECT_FALSE(
+            simple.Send(CLASS_SIMPLIFIED_CCL, client::Run{.regions = {region}}.Program(), 50));
+    Bytes miscounted = client::Run{.regions = {{0, 9, 1, 0, 9, 1}}}.Program();
+    miscounted[3 * 5 + 4] = 2;
+    EXPECT_FALSE(simple.Send(CLASS_SIMPLIFIED_CCL, miscounted, 50));
 }
 
 }  // namespace

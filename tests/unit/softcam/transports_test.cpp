@@ -2,28 +2,20 @@
 
 #include <atomic>
 
-#include "orvex/orvex_types.h"
-
 #include "module_fixture.h"
 
 namespace {
 
 using client::Bytes;
-using client::Simplified;
 
 constexpr uint32_t frame_bytes = 64 * 64 * 2;
 
 Bytes Program(uint32_t frames, uint32_t buffer_mode) {
-    return Simplified({{OP_FRAME_COUNT, frames},
-                       {OP_MODE, buffer_mode},
-                       {OP_SUB_ROI_COUNT, 1},
-                       {OP_EXPOSURETIME, 1},
-                       {OP_BIN_X, 1},
-                       {OP_BIN_Y, 1},
-                       {OP_IMGCOORD_TOPL_X, 0},
-                       {OP_IMGCOORD_TOPL_Y, 0},
-                       {OP_IMGCOORD_BOTR_X, 63},
-                       {OP_IMGCOORD_BOTR_Y, 63}});
+    const client::Run run{.frames = frames,
+                          .regions = {{0, 63, 1, 0, 63, 1}},
+                          .buffer_mode = buffer_mode,
+                          .exposure = 1};
+    return run.Program();
 }
 
 std::string One(const std::string& settings) {
