@@ -44,7 +44,8 @@ class ContinuousRun {
     void stop();
 
     // Takes the oldest frame that is whole, and gives its number; empty when there is none yet, or
-    // when the camera overwrote each that was tried. The pixels go into the copy when there is one. One thread only.
+    // when the camera overwrote each that was tried. The pixels go into the copy when there is one.
+    // One thread only.
     std::optional<uint32_t> take(std::vector<uint8_t>* copy);
     // Waits until the camera tells of a frame that was not taken yet.
     void wait_for_frame(std::chrono::milliseconds limit);

@@ -110,19 +110,29 @@ bool IsFull(int error) {
     return error == EAGAIN || error == ENOBUFS || error == EINTR;
 }
 
+bool IsGone(int error) {
+    return error == EPIPE || error == ECONNRESET || error == ENOTCONN;
+}
+
 }  // namespace
 
 uint32_t DeviceChannel::Submit(uint32_t code, OverlappedRequest& request) {
     const std::lock_guard guard(lock_);
     if (!file_open_) return EBADF;
-    if (dead_) return EPIPE;
     const uint32_t slot = TakeFreeSlot();
     if (slot == no_slot) return ENOMEM;
     slots_[slot].request = &request;
     slots_[slot].code = code;
     const bool waits_in_line = unsent_.count > 0 || cancel_unsent_;
-    if (const int error = waits_in_line ? EAGAIN : SendSlot(slot); error == 0) {
+    const int error = dead_ ? EPIPE : waits_in_line ? EAGAIN : SendSlot(slot);
+    if (error == 0) {
         slots_[slot].use = SlotUse::sent;
+    } else if (IsGone(error) && !removal_returned_ && slots_.size() - free_.count == 1) {
+        // The taking thread had all requests in hand when the driver went: this one tells it of
+        // the removal, as those would that the driver had.
+        slots_[slot].use = SlotUse::orphaned;
+        Append(orphaned_, slot);
+        if (port_open_) eventfd_write(wake_.get(), 1);
     } else if (IsFull(error)) {
         slots_[slot].use = SlotUse::unsent;
         Append(unsent_, slot);
@@ -181,6 +191,7 @@ void DeviceChannel::Forget() {
 void DeviceChannel::ForgetLocked() {
     unsent_ = {};
     cancelled_ = {};
+    orphaned_ = {};
     for (uint32_t slot = 0; slot < slots_.size(); ++slot)
         if (slots_[slot].use != SlotUse::free) ReleaseSlot(slot);
     WatchForRoom(cancel_unsent_);

@@ -29,7 +29,7 @@ class DeviceChannel {
     static constexpr size_t batch = 32;
     static constexpr uint32_t no_slot = 0xFFFFFFFF;
 
-    enum class SlotUse { free, unsent, sent, cancelled };
+    enum class SlotUse { free, unsent, sent, cancelled, orphaned };
 
     // Home of one request. Its index and serial are the identity on the wire; the serial changes
     // with every use, so that a late or repeated completion finds nobody.
@@ -63,6 +63,7 @@ class DeviceChannel {
     size_t TakeLocal(std::span<Completion> entries);
     size_t TakeMessages(std::span<Completion> entries);
     size_t TakeOrphans(std::span<Completion> entries);
+    void ReturnOrphan(uint32_t slot, Completion& entry);
     bool Deliver(const dv_file_completion& message, Completion& entry);
     void ReturnSlot(uint32_t slot, Completion& entry);
     size_t ReceiveFromSocket(size_t count);
@@ -84,6 +85,8 @@ class DeviceChannel {
     Chain free_;
     Chain unsent_;
     Chain cancelled_;
+    Chain orphaned_;  // submitted to a driver that was gone already
+    bool removal_returned_ = false;
     size_t orphans_looked_at_ = 0;
     std::deque<Completion> posted_;
 

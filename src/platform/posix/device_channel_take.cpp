@@ -160,11 +160,18 @@ size_t DeviceChannel::TakeOrphans(std::span<Completion> entries) {
     for (; taken < entries.size() && orphans_looked_at_ < slots_.size(); ++orphans_looked_at_) {
         const auto slot = static_cast<uint32_t>(orphans_looked_at_);
         if (slots_[slot].use != SlotUse::sent && slots_[slot].use != SlotUse::unsent) continue;
-        slots_[slot].request->out = {};
-        slots_[slot].request->out.flags = NOTIFICATION_DEVICE_REMOVAL;
-        ReturnSlot(slot, entries[taken++]);
+        ReturnOrphan(slot, entries[taken++]);
     }
+    while (taken < entries.size() && orphaned_.count > 0)
+        ReturnOrphan(RemoveFirst(orphaned_), entries[taken++]);
     return taken;
+}
+
+void DeviceChannel::ReturnOrphan(uint32_t slot, Completion& entry) {
+    slots_[slot].request->out = {};
+    slots_[slot].request->out.flags = NOTIFICATION_DEVICE_REMOVAL;
+    removal_returned_ = true;
+    ReturnSlot(slot, entry);
 }
 
 }  // namespace platform

@@ -175,6 +175,20 @@ TEST_F(DeviceFileTest, DeadDriverGivesEverythingBackOnceAsRemoved) {
     EXPECT_EQ(TakeAll(short_wait_ms).size(), 1u);
 }
 
+// One that dies while the library has all requests in hand is still told of, once.
+TEST_F(DeviceFileTest, DeathBetweenRequestsIsTold) {
+    std::vector<OverlappedRequest> requests(2);
+    SubmitAll(requests);
+    for (const uint64_t id : driver_.ReceiveIds(2)) driver_.Complete(id, 5);
+    driver_.Die();
+    ASSERT_EQ(TakeAll(short_wait_ms).size(), 2u);
+    EXPECT_EQ(file_.Submit(1, requests[0]), operation_in_progress);
+    EXPECT_NE(file_.Submit(1, requests[1]), operation_in_progress);
+    ASSERT_EQ(TakeAll(short_wait_ms).size(), 1u);
+    EXPECT_EQ(requests[0].out.flags, NOTIFICATION_DEVICE_REMOVAL);
+    EXPECT_NE(file_.Submit(1, requests[0]), operation_in_progress);
+}
+
 // Tens of thousands of requests are far more than a socket holds.
 TEST_F(DeviceFileTest, FloodOfRequestsNeitherBlocksNorGetsLost) {
     constexpr size_t count = 50'000;
