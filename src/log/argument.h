@@ -123,6 +123,7 @@ inline void Append(std::string& out, const Words& a) {
 template <class... Args>
 std::string JoinArguments(const Args&... args) {
     std::string out;
+    if constexpr (sizeof...(args) > 0) out.reserve(128);
     [[maybe_unused]] bool first = true;
     (..., ((first ? void(first = false) : void(out += ", ")), Append(out, args)));
     return out;

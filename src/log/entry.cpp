@@ -67,15 +67,22 @@ void ReplaceLineFeeds(std::string& text) {
 }  // namespace
 
 Log::Entry::Entry(const char* entryGroup, int32_t entryLevel, uint16_t entryIndent,
-                  std::string entryMessage)
-    : levelText(LevelLetter(entryLevel)),
-      group(entryGroup && *entryGroup ? entryGroup : "???"),
-      level(entryLevel),
-      processId(platform::ProcessId()),
-      threadId(platform::ThreadId()),
-      ticks(platform::WallClockTicks()),
-      indent(entryIndent),
-      message(std::move(entryMessage)) {}
+                  const std::string& entryMessage) {
+    Renew(entryGroup, entryLevel, entryIndent, entryMessage);
+}
+
+void Log::Entry::Renew(const char* entryGroup, int32_t entryLevel, uint16_t entryIndent,
+                       const std::string& entryMessage) {
+    text.clear();
+    levelText = LevelLetter(entryLevel);
+    group = entryGroup && *entryGroup ? entryGroup : "???";
+    level = entryLevel;
+    processId = platform::ProcessId();
+    threadId = platform::ThreadId();
+    ticks = platform::WallClockTicks();
+    indent = entryIndent;
+    message = entryMessage;
+}
 
 void Log::Entry::Format() {
     constexpr size_t id_width = 5;

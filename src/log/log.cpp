@@ -17,7 +17,11 @@ constexpr int64_t drain_limit_ns = 1'000'000'000'000;
 constexpr int flush_rounds = 10;
 constexpr uint32_t flush_round_ms = 100;
 constexpr int in_flight_rounds = 1000;
-constexpr size_t freed_at_once = 64;
+// Records that the worker takes at once: callers need the lock of the queue for every record.
+constexpr size_t records_at_once = 64;
+// Memory kept for new records: this many of at most this length each.
+constexpr size_t spare_max = 512;
+constexpr size_t spare_length_max = 1024;
 
 int64_t NanosecondsSince(int64_t counter) {
     const int64_t steps = platform::PerformanceCounter() - counter;
@@ -65,6 +69,7 @@ void Log::End() {
     {
         std::lock_guard lock(queueMutex_);
         stopRequested_ = true;
+        inHand_ = 0;
     }
     // Also while the library is being unloaded: unlike on systems that end all threads first, the
     // worker is alive here and waits for this.
@@ -107,26 +112,55 @@ void Log::StartWorker() {
 }
 
 void Log::WorkerMain() {
-    // Memory that another thread allocated goes back under a lock of the allocator, which callers
-    // need for every record; going back many at a time leaves it to them in between.
-    std::vector<std::unique_ptr<Entry>> written;
-    written.reserve(freed_at_once);
+    Entries taken;
+    taken.reserve(records_at_once);
     std::unique_lock lock(queueMutex_);
     for (;;) {
         queueNotEmpty_.wait(
             lock, [this] { return stopRequested_ || (!queue_.empty() && !loaderLockMode); });
         if (stopRequested_) return;
-        std::unique_ptr<Entry> entry = std::move(queue_.front());
-        queue_.pop_front();
+        while (!queue_.empty() && taken.size() < records_at_once) {
+            taken.push_back(std::move(queue_.front()));
+            queue_.pop_front();
+        }
+        inHand_ = taken.size();
         writing_ = true;
         lock.unlock();
-        entry->Format();
-        Dispatch(*entry);
-        written.push_back(std::move(entry));
-        if (written.size() == freed_at_once) written.clear();
+        for (const std::unique_ptr<Entry>& entry : taken) {
+            if (!Claim()) break;
+            entry->Format();
+            Dispatch(*entry);
+        }
         lock.lock();
         writing_ = false;
+        GiveBack(taken);
     }
+}
+
+// False when the records in hand were thrown away.
+bool Log::Claim() {
+    size_t left = inHand_;
+    while (left > 0 && !inHand_.compare_exchange_weak(left, left - 1)) {
+    }
+    return left > 0;
+}
+
+// Called with the lock held. The allocator takes a lock for memory that another thread allocated;
+// here it stays with the log.
+void Log::GiveBack(Entries& written) {
+    for (std::unique_ptr<Entry>& entry : written) {
+        if (spare_.size() == spare_max || entry->message.capacity() > spare_length_max) continue;
+        spare_.push_back(std::move(entry));
+    }
+    written.clear();
+}
+
+std::unique_ptr<Log::Entry> Log::TakeSpare() {
+    const std::lock_guard lock(queueMutex_);
+    if (spare_.empty()) return nullptr;
+    std::unique_ptr<Entry> entry = std::move(spare_.back());
+    spare_.pop_back();
+    return entry;
 }
 
 void Log::Dispatch(const Entry& entry) {
@@ -153,11 +187,15 @@ void Log::WriteV(const char* group, int32_t level, const char* format, va_list a
     WriteText(group, level, FormatTextV(format, arguments));
 }
 
-void Log::WriteText(const char* group, int32_t level, std::string message) {
+void Log::WriteText(const char* group, int32_t level, const std::string& message) {
     if (!IsLevelEnabled(level)) return;
     const auto indent = static_cast<uint16_t>(GetIndent());
     try {
-        auto entry = std::make_unique<Entry>(group, level, indent, std::move(message));
+        std::unique_ptr<Entry> entry = TakeSpare();
+        if (entry)
+            entry->Renew(group, level, indent, message);
+        else
+            entry = std::make_unique<Entry>(group, level, indent, message);
         std::lock_guard lock(queueMutex_);
         queue_.push_back(std::move(entry));
     } catch (const std::bad_alloc&) {
@@ -170,6 +208,7 @@ uint64_t Log::Flush() {
     if (!hasListeners_) return 0;
     if (!workerStarted_) StartWorker();
     Queue dropped;
+    size_t dropped_in_hand = 0;
     {
         std::unique_lock lock(queueMutex_);
         if (loaderLockMode) {
@@ -178,12 +217,13 @@ uint64_t Log::Flush() {
             WaitForWorker(lock);
         }
         dropped.swap(queue_);
+        dropped_in_hand = inHand_.exchange(0);
     }
-    return dropped.size();
+    return dropped.size() + dropped_in_hand;
 }
 
 void Log::DrainOnThisThread(std::unique_lock<std::mutex>& lock) {
-    // A record that the worker holds comes before those in the queue.
+    // Records that the worker holds come before those in the queue.
     for (int round = 0; writing_ && round < in_flight_rounds; ++round) {
         lock.unlock();
         platform::SleepMs(1);
@@ -204,7 +244,7 @@ void Log::DrainOnThisThread(std::unique_lock<std::mutex>& lock) {
 void Log::WaitForWorker(std::unique_lock<std::mutex>& lock) {
     // Records that were written while the library was loading have woken nobody.
     queueNotEmpty_.notify_one();
-    for (int round = 0; !queue_.empty() && round < flush_rounds; ++round) {
+    for (int round = 0; (!queue_.empty() || inHand_ > 0) && round < flush_rounds; ++round) {
         lock.unlock();
         platform::SleepMs(flush_round_ms);
         lock.lock();

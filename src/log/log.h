@@ -27,19 +27,21 @@ class Log {
     // One record, with all that has to be taken on the creating thread.
     class Entry {
       public:
-        Entry(const char* group, int32_t level, uint16_t indent, std::string message);
+        Entry(const char* group, int32_t level, uint16_t indent, const std::string& message);
         virtual ~Entry() = default;
+        // Makes another record of this one, in the memory that it has.
+        void Renew(const char* group, int32_t level, uint16_t indent, const std::string& message);
         // Makes the line.
         virtual void Format();
 
         std::string text;
         const char* levelText = "?";
         std::string group;
-        int32_t level;
-        uint32_t processId;
-        uint32_t threadId;
-        int64_t ticks;
-        uint16_t indent;
+        int32_t level = 0;
+        uint32_t processId = 0;
+        uint32_t threadId = 0;
+        int64_t ticks = 0;
+        uint16_t indent = 0;
         std::string message;
     };
 
@@ -69,7 +71,7 @@ class Log {
     void Write(const char* group, int32_t level, const char* format, ...)
         __attribute__((format(printf, 4, 5)));
     void WriteV(const char* group, int32_t level, const char* format, va_list arguments);
-    void WriteText(const char* group, int32_t level, std::string message);
+    void WriteText(const char* group, int32_t level, const std::string& message);
     // Ends the worker for good; records left in the queue stay there.
     void End();
     // Waits for the queue to drain, a second at most; returns the number of records thrown away.
@@ -88,26 +90,39 @@ class Log {
 
   private:
     using Queue = std::deque<std::unique_ptr<Entry>>;
+    using Entries = std::vector<std::unique_ptr<Entry>>;
 
     void StartWorker();
     void WorkerMain();
+    std::unique_ptr<Entry> TakeSpare();
+    void GiveBack(Entries& written);
+    bool Claim();
     void Dispatch(const Entry& entry);
     void DrainOnThisThread(std::unique_lock<std::mutex>& lock);
     void WaitForWorker(std::unique_lock<std::mutex>& lock);
 
+    static constexpr size_t cache_line = 64;
+
+    // What every traced call looks at, apart from what the threads write.
     const int32_t level_;
     const uint64_t id_;
+    std::atomic<bool> hasListeners_{false};
+    std::atomic<bool> workerStarted_{false};
+
+    alignas(cache_line) std::mutex queueMutex_;
+    std::condition_variable queueNotEmpty_;
+    Queue queue_;
+    Entries spare_;         // written records, for callers to make new ones of
+    bool writing_ = false;  // the worker is busy with records that left the queue
+    bool stopRequested_ = false;
+
+    // Those among them that it has not begun to write. Whoever takes them out of the count, the
+    // worker one at a time or Flush() all at once, decides what becomes of them.
+    alignas(cache_line) std::atomic<size_t> inHand_{0};
     std::vector<std::weak_ptr<IListener>> listeners_;
     std::mutex listenersMutex_;
-    std::atomic<bool> hasListeners_{false};
-    Queue queue_;
-    bool writing_ = false;  // the worker is busy with a record that left the queue
-    std::mutex queueMutex_;
-    std::condition_variable queueNotEmpty_;
     std::thread worker_;
-    std::atomic<bool> workerStarted_{false};
     std::mutex workerMutex_;
-    bool stopRequested_ = false;
 };
 
 // Marks a phase of loading by its own life. Phase 0 sets the loader-lock mode, phase 1 clears it

@@ -18,7 +18,7 @@ void LogScope::Enter(const std::string& arguments) {
     std::string record;
     record.reserve(arguments.size() + 64);
     record.append(name_).append(": ENTER (").append(arguments).append(")");
-    log_->WriteText(group_, log_debug, std::move(record));
+    log_->WriteText(group_, log_debug, record);
     log_->IncreaseIndent();
 }
 
@@ -37,20 +37,20 @@ void LogScope::LineV(int32_t level, const char* format, va_list arguments) {
     if (!IsLevelEnabled(level)) return;
     std::string record = name_;
     record.append(": ").append(FormatTextV(format, arguments));
-    log_->WriteText(group_, level, std::move(record));
+    log_->WriteText(group_, level, record);
 }
 
 void LogScope::Finish() {
     if (!log_->IsLevelEnabled(log_debug)) return;
-    std::string record = name_;
     if (!log_->DecreaseIndent()) {
-        log_->WriteText(group_, log_error, record + ": Log indentation is incorrect");
+        log_->WriteText(group_, log_error, std::string(name_) + ": Log indentation is incorrect");
     }
     const int64_t microseconds = (Now() - startTime_) / 1000;
-    record.reserve(record.size() + result_.size() + 48);
-    record.append(": RETURN (").append(result_).append(") [");
+    std::string record;
+    record.reserve(result_.size() + 128);
+    record.append(name_).append(": RETURN (").append(result_).append(") [");
     record.append(std::to_string(microseconds)).append("us]");
-    log_->WriteText(group_, log_debug, std::move(record));
+    log_->WriteText(group_, log_debug, record);
 }
 
 }  // namespace bv
