@@ -208,7 +208,7 @@ void measure_frames(Table& table, const Peer& peer) {
     const Camera camera;
     camera.set<int32>(PARAM_CLEAR_MODE, CLEAR_NEVER);
     for (const Shape& shape :
-         {Shape{2048, 32, {}, {}}, Shape{512, 128, {}, {}},
+         {Shape{2048, 32, {}, {}}, Shape{512, 512, {}, {}},
           Shape{64, 4096, {110'000, at_least(100'000)}, {55'000, at_least(50'000)}}}) {
         measure_shape(table, peer, camera, shape);
     }

@@ -94,7 +94,7 @@ class Run {
 };
 
 void measure_fast(int side) {
-    Run run(side, side, 1, side >= 2048 ? 32 : side >= 512 ? 128 : 4096);
+    Run run(side, side, 1, side >= 2048 ? 32 : side >= 512 ? 512 : 4096);
     const Clock::time_point start = Clock::now();
     double frames = 0, seconds = 0;
     for (; seconds < 2; seconds = std::chrono::duration<double>(Clock::now() - start).count()) {
