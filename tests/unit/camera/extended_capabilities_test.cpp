@@ -210,7 +210,7 @@ TEST_F(ExtendedCapabilitiesRead, CurrentInterface) {
 }  // namespace
 
 TEST(ExtendedCapabilities, BinningListWithoutMemoryIsNone) {
-    if (!support::address_space_can_be_limited) GTEST_SKIP();
+    if (!support::address_space_can_be_limited) GTEST_SKIP() << support::no_memory_limit;
     Bytes block = hex("00000002 04 EA60");
     block.resize(block.size() + 60000);
     const Bytes rest = hex("00000000 0000 04 0002 0100 00000000 0000");

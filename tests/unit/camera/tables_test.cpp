@@ -104,7 +104,7 @@ TEST_F(TablesTest, CamerasBeyondTheSixteenthAreLeftOut) {
 
 // What was made and loaded before is given back, so that a second attempt works.
 TEST_F(TablesTest, TableWithoutMemory) {
-    if (!support::address_space_can_be_limited) GTEST_SKIP();
+    if (!support::address_space_can_be_limited) GTEST_SKIP() << support::no_memory_limit;
     Publish(16);
     // Loading it takes memory too.
     platform::ModuleHandle driver = platform::LoadModule("orvexDDI.dll");
