@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
 #include <new>
 #include <system_error>
 
@@ -22,11 +23,20 @@ constexpr size_t records_at_once = 64;
 // Memory kept for new records: this many of at most this length each.
 constexpr size_t spare_max = 512;
 constexpr size_t spare_length_max = 1024;
+constexpr int lock_attempts = 100;
 
 int64_t NanosecondsSince(int64_t counter) {
     const int64_t steps = platform::PerformanceCounter() - counter;
     const int64_t frequency = platform::PerformanceFrequency();
     return steps / frequency * 1'000'000'000 + steps % frequency * 1'000'000'000 / frequency;
+}
+
+// For a lock that is held so briefly that sleeping until it is free, and being woken by who held
+// it, would cost both more than trying a few times.
+void TakeBriefLock(std::unique_lock<std::mutex>& lock) {
+    for (int i = 0; i < lock_attempts; ++i)
+        if (lock.try_lock()) return;
+    lock.lock();
 }
 
 bool SameListener(const std::weak_ptr<Log::IListener>& a, const std::weak_ptr<Log::IListener>& b) {
@@ -116,6 +126,7 @@ void Log::WorkerMain() {
     taken.reserve(records_at_once);
     std::unique_lock lock(queueMutex_);
     for (;;) {
+        GiveBack(taken);
         queueNotEmpty_.wait(
             lock, [this] { return stopRequested_ || (!queue_.empty() && !loaderLockMode); });
         if (stopRequested_) return;
@@ -131,9 +142,11 @@ void Log::WorkerMain() {
             entry->Format();
             Dispatch(*entry);
         }
-        lock.lock();
+        std::erase_if(taken, [](const std::unique_ptr<Entry>& entry) {
+            return entry->message.capacity() > spare_length_max;
+        });
+        TakeBriefLock(lock);
         writing_ = false;
-        GiveBack(taken);
     }
 }
 
@@ -148,16 +161,16 @@ bool Log::Claim() {
 // Called with the lock held. The allocator takes a lock for memory that another thread allocated;
 // here it stays with the log.
 void Log::GiveBack(Entries& written) {
-    for (std::unique_ptr<Entry>& entry : written) {
-        if (spare_.size() == spare_max || entry->message.capacity() > spare_length_max) continue;
-        spare_.push_back(std::move(entry));
+    if (spare_.size() < spare_max) {
+        spare_.insert(spare_.end(), std::make_move_iterator(written.begin()),
+                      std::make_move_iterator(written.end()));
     }
     written.clear();
 }
 
 std::unique_ptr<Log::Entry> Log::TakeSpare() {
-    const std::lock_guard lock(queueMutex_);
-    if (spare_.empty()) return nullptr;
+    const std::unique_lock lock(queueMutex_, std::try_to_lock);
+    if (!lock || spare_.empty()) return nullptr;
     std::unique_ptr<Entry> entry = std::move(spare_.back());
     spare_.pop_back();
     return entry;
@@ -196,7 +209,8 @@ void Log::WriteText(const char* group, int32_t level, const std::string& message
             entry->Renew(group, level, indent, message);
         else
             entry = std::make_unique<Entry>(group, level, indent, message);
-        std::lock_guard lock(queueMutex_);
+        std::unique_lock lock(queueMutex_, std::defer_lock);
+        TakeBriefLock(lock);
         queue_.push_back(std::move(entry));
     } catch (const std::bad_alloc&) {
         return;  // a trace must not disturb what it traces

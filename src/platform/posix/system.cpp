@@ -64,8 +64,16 @@ std::string FormatLocalTime(int64_t seconds, const char* format) {
     return std::string(text.data(), std::strftime(text.data(), text.size(), format, &local));
 }
 
+// Asking the system costs as much as the rest of a record of the trace; only a fork changes the
+// answer.
 uint32_t ProcessId() {
-    return static_cast<uint32_t>(getpid());
+    static std::atomic<uint32_t> id{0};
+    static const auto ask = [] { id.store(static_cast<uint32_t>(getpid())); };
+    static const bool kept = [] {
+        ask();
+        return pthread_atfork(nullptr, nullptr, ask) == 0;
+    }();
+    return kept ? id.load(std::memory_order_relaxed) : static_cast<uint32_t>(getpid());
 }
 
 uint32_t ThreadId() {
