@@ -129,7 +129,7 @@ ORVEX_API boolean16 ox_cam_deregister_callback(int16 hcam, int32 callback_event)
 /** @} */
 
 /** @name Errors
- * They hold no lock, never talk to a camera and leave the error state as it is.
+ * They hold no lock, never talk to a camera, and change the error state only where they say so.
  * @{ */
 
 /** Code of the last failure, 0 for none; not a boolean. */
