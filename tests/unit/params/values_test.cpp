@@ -54,7 +54,7 @@ TEST_F(Values, LostExchangeFailsTheRead) {
     // Systems that nobody tells of are none, which is no failure.
     std::strcpy(camera_.reads().cam_systems_info, "0: Bridge");
 #define ID(name, id) id,
-    for (uns32 id : {ORVEX_PARAMS(ID)}) {
+    for (const uns32 id : std::initializer_list<uns32>{ORVEX_PARAMS(ID)}) {
 #undef ID
         camera_.camera().forget();
         const bool failed = Fails(id, ATTR_CURRENT, C7_DRIVER_COM_ERROR);
