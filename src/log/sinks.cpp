@@ -26,8 +26,8 @@ std::string StoppedText(uint64_t dropped) {
     return text;
 }
 
-Log::Entry BannerEntry(std::string message) {
-    Log::Entry entry("***", log_info, 0, std::move(message));
+Log::Entry BannerEntry(const std::string& message) {
+    Log::Entry entry("***", log_info, 0, message);
     entry.Format();
     return entry;
 }
