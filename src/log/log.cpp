@@ -125,6 +125,7 @@ void Log::WorkerMain() {
     Entries taken;
     taken.reserve(records_at_once);
     std::unique_lock lock(queueMutex_);
+    spare_.reserve(spare_max + records_at_once);
     for (;;) {
         GiveBack(taken);
         queueNotEmpty_.wait(

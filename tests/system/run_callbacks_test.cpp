@@ -12,6 +12,7 @@
 
 namespace {
 
+using support::Eventually;
 using testing::ElementsAre;
 
 std::string NameOf(const char* model) {

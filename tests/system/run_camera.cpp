@@ -1,18 +1,7 @@
 #include "run_camera.h"
 
 #include <algorithm>
-#include <chrono>
 #include <gtest/gtest.h>
-#include <thread>
-
-bool Eventually(const std::function<bool()>& condition) {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > end) return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return true;
-}
 
 std::vector<int32> Listener::heard() const {
     const std::lock_guard guard(lock_);
@@ -98,7 +87,7 @@ int32 RunCamera::Frames(int16* status) const {
 }
 
 bool RunCamera::AwaitFrames(int32 count) const {
-    return Eventually([&] { return Frames() >= count; });
+    return support::Eventually([&] { return Frames() >= count; });
 }
 
 uns32 RunCamera::Received() const {
@@ -123,7 +112,7 @@ void RunCamera::ExpectWorks() const {
     ASSERT_EQ(ox_exp_setup_seq(handle_, 4, 1, &place, TIMED_MODE, 1, &bytes), 1) << ox_error_code();
     std::vector<uns16> pixels(bytes / 2);
     ASSERT_EQ(ox_exp_start_seq(handle_, pixels.data()), 1) << ox_error_code();
-    EXPECT_TRUE(Eventually([&] {
+    EXPECT_TRUE(support::Eventually([&] {
         int16 status = 0;
         uns32 arrived = 0;
         return ox_exp_check_status(handle_, &status, &arrived) && status == READOUT_COMPLETE &&

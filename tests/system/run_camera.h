@@ -12,10 +12,8 @@
 #include "orvex/orvex_legacy.h"
 
 #include "support/environment.h"
+#include "support/eventually.h"
 #include "support/temp_dir.h"
-
-// Polls, for as long as a slow machine may need.
-bool Eventually(const std::function<bool()>& condition);
 
 // The camera whose events come by requests on the device file, and the one whose module calls in.
 inline constexpr const char* by_requests = "cmos";
@@ -48,10 +46,10 @@ class Gate {
   public:
     void Pass() {
         reached_ = true;
-        Eventually([this] { return open_.load(); });
+        support::Eventually([this] { return open_.load(); });
     }
     bool AwaitReached() {
-        return Eventually([this] { return reached_.load(); });
+        return support::Eventually([this] { return reached_.load(); });
     }
     void Open() { open_ = true; }
 

@@ -11,6 +11,7 @@
 
 namespace {
 
+using support::Eventually;
 using testing::Each;
 using testing::ElementsAre;
 using testing::Le;

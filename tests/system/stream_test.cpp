@@ -1,6 +1,5 @@
 // orvex stream and orvex metadata as a user runs them. The cameras write the number of the frame
 // into its first and last pixels, so that a recording proves by itself which frames it has.
-#include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
@@ -10,9 +9,9 @@
 #include <nlohmann/json.hpp>
 #include <numeric>
 #include <string>
-#include <thread>
 
 #include "support/command_line.h"
+#include "support/eventually.h"
 #include "support/image_reading.h"
 #include "support/scene_image.h"
 #include "support/temp_dir.h"
@@ -20,6 +19,7 @@
 namespace {
 
 using nlohmann::json;
+using support::Eventually;
 using support::ProgramOutput;
 using testing::HasSubstr;
 
@@ -27,16 +27,6 @@ constexpr uns32 side = 128;
 constexpr size_t frame_bytes = size_t{side} * side * 2;
 constexpr rgn_type place{16, 16 + side - 1, 1, 32, 32 + side - 1, 1};
 const std::string region = " --roi 16,32,128,128";
-
-// Polls, for as long as a slow machine may need.
-bool Eventually(const std::function<bool()>& condition) {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > end) return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return true;
-}
 
 class Stream : public testing::Test {
   protected:
