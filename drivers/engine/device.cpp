@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <new>
 
 #include "orvex/orvex_types.h"
 
@@ -84,6 +85,21 @@ bool Device::Close() {
     sensor_->Disconnect();
     transfer_.Release();
     channel_.Close();
+    return true;
+}
+
+bool Device::OpenFile(const dv_file_host& host, dv_file_driver& driver) {
+    if (!channel_.Connect(host)) return false;
+    driver = {&channel_,
+              [](void* context, const dv_file_request* request) -> uint16_t {
+                  // Nothing may be thrown through a C interface.
+                  try {
+                      return static_cast<NotificationChannel*>(context)->Submit(*request);
+                  } catch (const std::bad_alloc&) {
+                      return 0;
+                  }
+              },
+              [](void* context) { static_cast<NotificationChannel*>(context)->Disconnect(); }};
     return true;
 }
 

@@ -25,6 +25,8 @@ class Device : private HostSide {
     Device& operator=(const Device&) = delete;
 
     orvex_device* Record() { return &record_.device; }
+    // The device file by calls; false while it is not there.
+    bool OpenFile(const dv_file_host& host, dv_file_driver& driver);
 
   private:
     // What the library is given; the pointer behind leads back from it.

@@ -7,6 +7,7 @@
 #include <mutex>
 #include <stdlib.h>
 #include <string>
+#include <string_view>
 #include <unistd.h>
 
 #include "orvex/orvex_ddi.h"
@@ -35,6 +36,12 @@ class Module {
         }
         ddi.camCount = static_cast<int16_t>(count);
         return true;
+    }
+
+    bool OpenFile(std::string_view path, const dv_file_host& host, dv_file_driver& driver) {
+        const auto found = std::ranges::find_if(
+            devices_, [&](const auto& device) { return path == device->Record()->path; });
+        return found != devices_.end() && (*found)->OpenFile(host, driver);
     }
 
     void Clear() {
@@ -108,5 +115,12 @@ ORVEX_EXPORT uint32_t orvex_ddi_uninit(orvex_ddi* /*ddi*/) {
     const std::lock_guard hold(engine::module_lock);
     engine::TheModule().Clear();
     return 1;
+}
+
+ORVEX_EXPORT uint16_t orvex_ddi_open_file(const char* path, const dv_file_host* host,
+                                          dv_file_driver* driver) {
+    if (path == nullptr || host == nullptr || driver == nullptr) return 0;
+    const std::lock_guard hold(engine::module_lock);
+    return engine::TheModule().OpenFile(path, *host, *driver) ? 1 : 0;
 }
 }

@@ -87,6 +87,29 @@ void NotificationChannel::Wake() {
     if (write(wake_, &one, sizeof(one)) < 0) wake_sent_ = false;
 }
 
+bool NotificationChannel::Connect(const dv_file_host& host) {
+    const std::lock_guard hold(lock_);
+    if (!Listening() || stop_ || host.complete == nullptr || host.gone == nullptr) return false;
+    ForgetPeer();
+    host_ = host;
+    return true;
+}
+
+bool NotificationChannel::Submit(const dv_file_request& message) {
+    const std::lock_guard hold(lock_);
+    if (!host_) return false;
+    TakeRequest(message);
+    SettleFlushes();
+    return true;
+}
+
+void NotificationChannel::Disconnect() {
+    const std::lock_guard hold(lock_);
+    if (!host_) return;
+    host_.reset();
+    ForgetPeer();
+}
+
 void NotificationChannel::Run() {
     for (;;) {
         {
@@ -156,8 +179,7 @@ void NotificationChannel::TakeRequest(const dv_file_request& message) {
     }
     if (message.operation != DV_FILE_SUBMIT) return;
     if (message.code != DV_EVENT_NOTIFICATION_REQUEST) {
-        outgoing_.Push({.id = message.id, .result = 1, .bytes = 0, .out = {}});
-        return;
+        return Give({.id = message.id, .result = 1, .bytes = 0, .out = {}});
     }
     if (pending_.Empty()) one_mask_ = true;
     if (!pending_.Empty() && pending_.Front().mask != message.in.mask) one_mask_ = false;
@@ -166,12 +188,15 @@ void NotificationChannel::TakeRequest(const dv_file_request& message) {
     if (kept_.flags != 0) CompleteKept();
 }
 
+void NotificationChannel::Give(const dv_file_completion& completion) {
+    if (host_) return host_->complete(host_->context, &completion);
+    outgoing_.Push(completion);
+}
+
 void NotificationChannel::Complete(size_t index, const dv_notification_report& report) {
-    outgoing_.Push({.id = pending_.At(index).id,
-                    .result = 0,
-                    .bytes = sizeof(dv_notification_report),
-                    .out = report});
+    const uint64_t id = pending_.At(index).id;
     pending_.Erase(index);
+    Give({.id = id, .result = 0, .bytes = sizeof(dv_notification_report), .out = report});
 }
 
 bool NotificationChannel::CompleteMatching(const dv_notification_report& report) {
@@ -308,6 +333,7 @@ bool NotificationChannel::Send() {
 
 void NotificationChannel::ForgetPeer() {
     CloseDescriptor(peer_);
+    if (const auto host = std::exchange(host_, std::nullopt)) host->gone(host->context);
     pending_.Clear();
     outgoing_.Clear();
     wanted_ = 0;

@@ -4,6 +4,7 @@
 #include <condition_variable>
 #include <cstdint>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -49,7 +50,8 @@ class Ring {
     size_t count_ = 0;
 };
 
-// The device file of one camera: a socket on which the host leaves notification requests. A report
+// The device file of one camera, on which the host leaves notification requests: a socket, or calls
+// within the process. A report
 // completes the oldest request whose mask wants it. A report that finds no request is kept and
 // merged with what follows until one comes: frame numbers are cumulative, so the newest end of a
 // frame stands for those before it, and events other than frames are never lost.
@@ -63,6 +65,12 @@ class NotificationChannel {
     bool Listen(const std::string& path);
     void Close();
     bool Listening() const { return thread_.joinable(); }
+
+    // The device file by calls in place of the socket. False when there is no device file.
+    bool Connect(const dv_file_host& host);
+    // One message of the host; false when nobody is there to take it.
+    bool Submit(const dv_file_request& message);
+    void Disconnect();
 
     void Report(const dv_notification_report& report);
     // Whether somebody waits for a kind of report; a hint that saves making ones nobody wants.
@@ -93,6 +101,7 @@ class NotificationChannel {
     void TakeRequest(const dv_file_request& message);
     bool Send();
     bool SendAtOnce();
+    void Give(const dv_file_completion& completion);
     void Complete(size_t index, const dv_notification_report& report);
     bool CompleteMatching(const dv_notification_report& report);
     dv_notification_report Merged(const dv_notification_report& report) const;
@@ -106,7 +115,8 @@ class NotificationChannel {
     std::mutex lock_;
     std::condition_variable sent_;
     Ring<Request> pending_;
-    bool one_mask_ = true;  // all of pending_ share one mask
+    bool one_mask_ = true;              // all of pending_ share one mask
+    std::optional<dv_file_host> host_;  // connected by calls; nothing then goes through outgoing_
     Ring<dv_file_completion> outgoing_;
     size_t sending_ = 0;
     size_t owed_flushes_ = 0;

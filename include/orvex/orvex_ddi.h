@@ -227,6 +227,37 @@ typedef struct dv_file_completion {
     dv_notification_report out; /**< output of the operation */
 } dv_file_completion;
 
+/* The device file by calls. A module that runs in the library's process may export
+ * orvex_ddi_open_file(): the library then calls where it would send or receive a message, which
+ * spares both sides the system calls and the thread that serves the socket. Messages mean the same
+ * on both ways. What the function refuses is opened by its path; a module without it loses nothing
+ * but time. */
+
+/** The library's end of a device file. Both may be called from any thread of the module, also
+ * within dv_file_driver.submit, and one at a time with what the module changes meanwhile: the
+ * library never calls the module from within. */
+typedef struct dv_file_host {
+    void* context; /**< first argument of both */
+    /** Gives back one request; one that nobody waits for any more is ignored. */
+    void (*complete)(void* context, const dv_file_completion* completion);
+    /** The driver has gone: every request it had comes back as the removal of the camera. */
+    void (*gone)(void* context);
+} dv_file_host;
+
+/** The module's end of a device file. */
+typedef struct dv_file_driver {
+    void* context; /**< first argument of both */
+    /** Takes one message, from any thread of the library; 1, or 0 when the driver has gone. */
+    uint16_t (*submit)(void* context, const dv_file_request* request);
+    /** Ends the connection: when it returns, no function of the host runs or will be called. A
+     * submission that comes later is refused. */
+    void (*close)(void* context);
+} dv_file_driver;
+
+/** Of orvex_ddi_open_file(). */
+typedef uint16_t (*dv_file_opener)(const char* path, const dv_file_host* host,
+                                   dv_file_driver* driver);
+
 /** Belongs to the module. The library reads `delivery` and calls `driver_type`, nothing else. */
 typedef struct orvex_driver_desc {
     uint8_t module_data1[264]; /**< the module's own */
@@ -295,6 +326,10 @@ uint16_t orvex_ddi_version(void);
 uint32_t orvex_ddi_init(orvex_ddi* ddi);
 /** Frees everything; also called when init failed or never ran. */
 uint32_t orvex_ddi_uninit(orvex_ddi* ddi);
+/** Need not be exported: opens the device file that orvex_device.path names by calls in place of
+ * messages, and takes the place of a connection before. Copies `host`, fills `driver`; 1, or 0 to
+ * be asked by the path. */
+uint16_t orvex_ddi_open_file(const char* path, const dv_file_host* host, dv_file_driver* driver);
 
 #ifdef __cplusplus
 }
@@ -310,6 +345,7 @@ static_assert(sizeof(dv_notification_request) == 48 && sizeof(dv_notification_re
               offsetof(dv_notification_report, time_stamp_eof) == 24 &&
               offsetof(dv_notification_report, time_stamp_bof) == 40);
 static_assert(sizeof(dv_file_request) == 72 && sizeof(dv_file_completion) == 64);
+static_assert(sizeof(dv_file_host) == 24 && sizeof(dv_file_driver) == 24);
 static_assert(offsetof(orvex_driver_desc, delivery) == 264 &&
               offsetof(orvex_driver_desc, driver_type) == 296);
 static_assert(sizeof(orvex_device) == 416 && offsetof(orvex_device, write_ack) == 8 &&

@@ -125,3 +125,9 @@ uns32 dv_device_driver_type(const orvex_device* device) {
 bool dv_device_kernel_mode(const orvex_device* device) {
     return device->driver && device->driver->delivery == 1;
 }
+
+dv_file_opener dv_device_file_opener() {
+    if (!g_orvex_ddi.module) return nullptr;
+    return reinterpret_cast<dv_file_opener>(
+        platform::FindSymbol(g_orvex_ddi.module, "orvex_ddi_open_file"));
+}

@@ -35,6 +35,8 @@ std::string_view dv_device_path(const orvex_device* device);
 uns32 dv_device_driver_type(const orvex_device* device);
 // Events arrive by notification requests on the device file.
 bool dv_device_kernel_mode(const orvex_device* device);
+// The module's own way to open a device file; null when it has none.
+dv_file_opener dv_device_file_opener();
 
 // The state word, which callers and the notification thread share.
 inline uns32 dv_device_state(orvex_device* device) {

@@ -42,7 +42,7 @@ boolean16 EventNotifier::Start() {
     flush_done_event_.Reset();
     ready_event_.Set();
     const std::string path(dv_device_path(device_));
-    if (!device_file_.Open(path.c_str())) {
+    if (!device_file_.Open(path.c_str(), dv_device_file_opener())) {
         Stop();
         return call.fail(C0_RESOURCE_ALLOCATION_FAILED, "Cannot open device file '%s'",
                          path.c_str());

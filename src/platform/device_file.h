@@ -30,8 +30,9 @@ constexpr uint32_t operation_in_progress = 997;
 
 class DeviceChannel;
 
-// The device file of one camera: the Unix socket (or character device) that orvex_device.path
-// names. Submitting is safe from any thread, beside taking from the port.
+// The device file of one camera: what orvex_device.path names, a Unix socket or a character device,
+// or, where the module offers that, its own functions. Submitting is safe from any thread, beside
+// taking from the port.
 class DeviceFile {
   public:
     DeviceFile() = default;
@@ -39,7 +40,9 @@ class DeviceFile {
     DeviceFile(const DeviceFile&) = delete;
     DeviceFile& operator=(const DeviceFile&) = delete;
 
-    bool Open(const char* path);
+    // `opener` is the module's orvex_ddi_open_file; null when it has none. What it refuses is
+    // opened by path.
+    bool Open(const char* path, dv_file_opener opener = nullptr);
     // Forgets what is outstanding; the driver sees the end of the file.
     void Close();
     bool IsOpen() const { return channel_ != nullptr; }

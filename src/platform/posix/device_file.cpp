@@ -2,16 +2,22 @@
 
 #include <cerrno>
 
-#include "platform/posix/device_channel.h"
+#include "platform/direct_channel.h"
+#include "platform/posix/socket_channel.h"
 
 namespace platform {
 
-bool DeviceFile::Open(const char* path) {
+bool DeviceFile::Open(const char* path, dv_file_opener opener) {
     Close();
-    auto channel = std::make_shared<DeviceChannel>();
-    if (!channel->Open(path)) return false;
-    channel_ = std::move(channel);
-    return true;
+    if (opener) {
+        auto direct = std::make_shared<DirectChannel>();
+        if (direct->Open(opener, path)) channel_ = std::move(direct);
+    }
+    if (!channel_) {
+        auto socket = std::make_shared<SocketChannel>();
+        if (socket->Open(path)) channel_ = std::move(socket);
+    }
+    return IsOpen();
 }
 
 void DeviceFile::Close() {

@@ -1,4 +1,4 @@
-// The taking side of a device channel.
+// The taking side of a socket channel.
 
 #include <algorithm>
 #include <cerrno>
@@ -7,12 +7,12 @@
 #include <sys/eventfd.h>
 #include <sys/socket.h>
 
-#include "platform/posix/device_channel.h"
+#include "platform/posix/socket_channel.h"
 #include "platform/system.h"
 
 namespace platform {
 
-size_t DeviceChannel::Take(std::span<Completion> entries, uint32_t limit_ms) {
+size_t SocketChannel::Take(std::span<Completion> entries, uint32_t limit_ms) {
     const int64_t deadline = PerformanceCounter() / 1'000'000 + limit_ms;
     for (;;) {
         size_t taken = 0;
@@ -52,36 +52,32 @@ size_t DeviceChannel::Take(std::span<Completion> entries, uint32_t limit_ms) {
 }
 
 // Posts come first, so that no flood of a driver can hold back the end of a thread.
-size_t DeviceChannel::TakeLocal(std::span<Completion> entries) {
+size_t SocketChannel::TakeLocal(std::span<Completion> entries) {
     size_t taken = 0;
     while (taken < entries.size() && !posted_.empty()) {
         entries[taken++] = posted_.front();
         posted_.pop_front();
     }
-    while (taken < entries.size() && cancelled_.count > 0) {
-        const uint32_t slot = RemoveFirst(cancelled_);
-        slots_[slot].request->out = {};
-        slots_[slot].request->out.status = NOTIFICATION_STATUS_CANCELLED;
-        ReturnSlot(slot, entries[taken++]);
-    }
+    while (taken < entries.size() && cancelled_.count > 0)
+        entries[taken++] = slots_.ReturnCancelled(slots_.RemoveFirst(cancelled_), key_);
     return taken;
 }
 
-size_t DeviceChannel::TakeMessages(std::span<Completion> entries) {
+size_t SocketChannel::TakeMessages(std::span<Completion> entries) {
     const size_t count = std::min(entries.size(), batch);
     if (count == 0) return 0;
     const size_t received = is_socket_ ? ReceiveFromSocket(count) : ReceiveFromDevice(count);
     size_t taken = 0;
     const std::lock_guard guard(lock_);
     for (size_t i = 0; i < received; ++i) {
-        if (messages_[i].size == sizeof(dv_file_completion) &&
-            Deliver(messages_[i].completion, entries[taken]))
-            ++taken;
+        if (messages_[i].size != sizeof(dv_file_completion)) continue;
+        const uint32_t slot = slots_.Accept(messages_[i].completion);
+        if (slot != RequestSlots::no_slot) entries[taken++] = slots_.Return(slot, key_);
     }
     return taken;
 }
 
-size_t DeviceChannel::ReceiveFromSocket(size_t count) {
+size_t SocketChannel::ReceiveFromSocket(size_t count) {
     std::array<iovec, batch> parts;
     std::array<mmsghdr, batch> headers{};
     for (size_t i = 0; i < count; ++i) {
@@ -110,7 +106,7 @@ size_t DeviceChannel::ReceiveFromSocket(size_t count) {
     return messages;
 }
 
-size_t DeviceChannel::ReceiveFromDevice(size_t count) {
+size_t SocketChannel::ReceiveFromDevice(size_t count) {
     size_t received = 0;
     readable_ = false;
     while (received < count) {
@@ -127,51 +123,33 @@ size_t DeviceChannel::ReceiveFromDevice(size_t count) {
     return received;
 }
 
-bool DeviceChannel::HungUp() const {
+bool SocketChannel::HungUp() const {
     pollfd state{file_.get(), POLLRDHUP, 0};
     return poll(&state, 1, 0) > 0 && (state.revents & (POLLRDHUP | POLLHUP | POLLERR)) != 0;
 }
 
-bool DeviceChannel::Deliver(const dv_file_completion& message, Completion& entry) {
-    const auto slot = static_cast<uint32_t>(message.id);
-    const auto serial = static_cast<uint32_t>(message.id >> 32);
-    if (slot >= slots_.size() || slots_[slot].serial != serial || slots_[slot].use != SlotUse::sent)
-        return false;
-    slots_[slot].request->out = message.out;
-    ReturnSlot(slot, entry);
-    entry.bytes = std::min<uint32_t>(message.bytes, sizeof(message.out));
-    return true;
-}
-
-void DeviceChannel::ReturnSlot(uint32_t slot, Completion& entry) {
-    entry = {key_, slots_[slot].request, sizeof(dv_notification_report)};
-    ReleaseSlot(slot);
-}
-
-void DeviceChannel::Die() {
+void SocketChannel::Die() {
     if (dead_) return;
     dead_ = true;
     epoll_ctl(poll_.get(), EPOLL_CTL_DEL, file_.get(), nullptr);
     unsent_ = {};
 }
 
-size_t DeviceChannel::TakeOrphans(std::span<Completion> entries) {
+size_t SocketChannel::TakeOrphans(std::span<Completion> entries) {
     size_t taken = 0;
-    for (; taken < entries.size() && orphans_looked_at_ < slots_.size(); ++orphans_looked_at_) {
-        const auto slot = static_cast<uint32_t>(orphans_looked_at_);
-        if (slots_[slot].use != SlotUse::sent && slots_[slot].use != SlotUse::unsent) continue;
-        ReturnOrphan(slot, entries[taken++]);
+    for (; taken < entries.size() && orphans_looked_at_ < slots_.Size(); ++orphans_looked_at_) {
+        const Use use = slots_[orphans_looked_at_].use;
+        if (use == Use::sent || use == Use::unsent)
+            entries[taken++] = ReturnOrphan(orphans_looked_at_);
     }
     while (taken < entries.size() && orphaned_.count > 0)
-        ReturnOrphan(RemoveFirst(orphaned_), entries[taken++]);
+        entries[taken++] = ReturnOrphan(slots_.RemoveFirst(orphaned_));
     return taken;
 }
 
-void DeviceChannel::ReturnOrphan(uint32_t slot, Completion& entry) {
-    slots_[slot].request->out = {};
-    slots_[slot].request->out.flags = NOTIFICATION_DEVICE_REMOVAL;
+Completion SocketChannel::ReturnOrphan(uint32_t slot) {
     removal_returned_ = true;
-    ReturnSlot(slot, entry);
+    return slots_.ReturnRemoved(slot, key_);
 }
 
 }  // namespace platform
