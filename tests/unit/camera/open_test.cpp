@@ -141,16 +141,6 @@ TEST_F(OpenTest, FailureClosesTheDeviceAndKeepsItsError) {
     EXPECT_EQ(camera().closes(), 2u);
 }
 
-TEST_F(OpenTest, FailedReadsHaveAnErrorOfTheirOwn) {
-    firmware().reply(SEND_CAPABILITIES, hex("00 00 04 00 00000000")).reply(PAR_PORT_NUM, 2, 3);
-    EXPECT_EQ(Open(), 0);
-    EXPECT_EQ(trace_.last_error(), "bv_cam_do_reads: Invalid multiport configuration");
-    EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), C0_ERR_OPEN_CAM);
-    ExpectClosed();
-    firmware().reply(PAR_PORT_NUM, 2, 1).reply(SER_PORT_NUM, 2, 1);
-    EXPECT_EQ(Open(), 1);
-}
-
 TEST_F(OpenTest, ReopeningKeepsTheApplicationsChoices) {
     ASSERT_EQ(Open(), 1);
     pg_cam_cfg[0].clear_cycles = 5;
