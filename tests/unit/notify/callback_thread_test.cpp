@@ -208,47 +208,4 @@ TEST(DeliveryThread, SlowCallbackIsWaitedFor) {
     EXPECT_TRUE(thread.Finish(100));
 }
 
-// A function of each form notes what it was given.
-struct Given {
-    int calls = 0;
-    FRAME_INFO* info = nullptr;
-    void* context = nullptr;
-};
-Given given;
-
-class CallbackForms : public testing::TestWithParam<uns32> {};
-
-TEST_P(CallbackForms, GetTheArgumentsOfTheirType) {
-    void* const functions[] = {
-        reinterpret_cast<void*>(+[] { ++given.calls; }),
-        reinterpret_cast<void*>(+[](void* context) {
-            ++given.calls;
-            given.context = context;
-        }),
-        reinterpret_cast<void*>(+[](FRAME_INFO* info) {
-            ++given.calls;
-            given.info = info;
-        }),
-        reinterpret_cast<void*>(+[](FRAME_INFO* info, void* context) {
-            ++given.calls;
-            given.info = info;
-            given.context = context;
-        }),
-    };
-    given = {};
-    int context = 0;
-    const uns32 type = GetParam();
-    CallbackEvent event;
-    event.callback = {functions[type % 4], &context, type};
-    event.Deliver();
-    EXPECT_EQ(given.calls, type < 4 ? 1 : 0);
-    EXPECT_EQ(given.info, type == CB_TYPE_EX2 || type == CB_TYPE_EX3 ? &event.frame_info : nullptr);
-    EXPECT_EQ(given.context, type == CB_TYPE_EX || type == CB_TYPE_EX3 ? &context : nullptr);
-    event.callback.function = nullptr;
-    event.Deliver();
-    EXPECT_LE(given.calls, 1);
-}
-
-INSTANTIATE_TEST_SUITE_P(Types, CallbackForms, testing::Values(0, 1, 2, 3, 4, 0xFFFFFFFF));
-
 }  // namespace

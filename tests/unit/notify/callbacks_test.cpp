@@ -63,26 +63,6 @@ TEST_F(CallbacksTest, OperationsKeepToTheOrderOfLife) {
     ASSERT_EQ(orvex_callbacks_start(device()), 1);
 }
 
-TEST_F(CallbacksTest, ModuleDeliversFramesAndEvents) {
-    ASSERT_EQ(heard_.listen(hcam, OX_CALLBACK_EOF), 1);
-    ASSERT_EQ(orvex_callbacks_set_frame_count(device(), 10, 1), 1);
-    EXPECT_EQ(record().delivery.set_latest_frame_info(device(), 5, 1000, 1700), 1);
-    EXPECT_EQ(record().delivery.invoke(device(), OX_CALLBACK_EOF), 1);
-    ASSERT_TRUE(heard_.wait_for(1));
-    const FRAME_INFO info = heard_.all()[0].info;
-    EXPECT_EQ(info.hCam, hcam);
-    EXPECT_EQ(info.FrameNr, 5);
-    EXPECT_EQ(info.TimeStampBOF, 1000);
-    EXPECT_EQ(info.TimeStampEOF, 1700);
-    EXPECT_EQ(info.ReadoutTime, 700);
-    FRAME_INFO latest{};
-    ASSERT_EQ(orvex_callbacks_get_latest_frame_info(device(), &latest), 1);
-    EXPECT_EQ(latest.FrameNr, 5);
-    ASSERT_EQ(orvex_callbacks_reset(device()), 1);
-    ASSERT_EQ(orvex_callbacks_get_latest_frame_info(device(), &latest), 1);
-    EXPECT_EQ(latest.FrameNr, 0);
-}
-
 TEST_F(CallbacksTest, ReadoutTimeIsCutToThirtyTwoBits) {
     struct Row {
         int64 bof, eof;
@@ -161,13 +141,6 @@ TEST_F(CallbacksTest, RefusedFlushFailsARegistration) {
     EXPECT_TRUE(heard_.all().empty());
 }
 
-TEST_F(CallbacksTest, MissingFlushEventIsTold) {
-    dv_event* flush_ack = std::exchange(device()->flush_ack, nullptr);
-    EXPECT_EQ(orvex_callbacks_wait_ready(device()), 0);
-    EXPECT_TRUE(trace_.failed_with(C7_DRIVER_COM_ERROR, "Cannot reset flush event"));
-    device()->flush_ack = flush_ack;
-}
-
 TEST_F(CallbacksTest, PlugInLearnsWhoIsCalledBack) {
     ASSERT_EQ(heard_.listen(hcam, OX_CALLBACK_EOF), 1);
     EXPECT_EQ(camera_.cfg().callback_registered, 1);
@@ -178,14 +151,6 @@ TEST_F(CallbacksTest, PlugInLearnsWhoIsCalledBack) {
     EXPECT_EQ(camera_.cfg().callback_registered, 1);
     EXPECT_EQ(bv_cam_deregister_callback(hcam, OX_CALLBACK_EOF), 1);
     EXPECT_EQ(camera_.cfg().callback_registered, 0);
-}
-
-TEST_F(CallbacksTest, CallbackMayCloseTheCamera) {
-    std::atomic<int> result{-1};
-    ASSERT_EQ(heard_.listen(hcam, OX_CALLBACK_EOF, [&] { result = dv_cam_close(hcam); }), 1);
-    ASSERT_EQ(orvex_callbacks_invoke(device(), OX_CALLBACK_EOF), 1);
-    ASSERT_TRUE(support::eventually([&] { return result == 1; }, std::chrono::seconds(3)));
-    EXPECT_EQ(camera().state(), uint32_t{DEVICE_CLOSED});
 }
 
 // A module's thread can have read the address just before the camera closed.

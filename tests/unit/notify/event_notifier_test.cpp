@@ -1,10 +1,8 @@
 #include "notify/event_notifier.h"
 
-#include <algorithm>
 #include <cstring>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <random>
 #include <thread>
 
 #include "support/core/test_camera.h"
@@ -43,14 +41,6 @@ class EventNotifierTest : public testing::Test {
         const size_t before = server().submitted();
         ASSERT_TRUE(camera().report(flags, eof, bof, 900, 500));
         ASSERT_TRUE(eventually([&] { return server().submitted() > before; }));
-    }
-
-    size_t RemovalsProcessed() {
-        const std::vector<std::string> traced = trace_.messages();
-        return static_cast<size_t>(std::ranges::count_if(traced, [](const std::string& line) {
-            return line.find("DispatchAll: ENTER (flags=NOTIFICATION_DEVICE_REMOVAL") !=
-                   std::string::npos;
-        }));
     }
 
     support::TraceCapture trace_;
@@ -152,51 +142,6 @@ TEST_F(EventNotifierTest, AbortHoldsBackFrameCallbacksAlone) {
     EXPECT_EQ(heard_.frames().back(), 5);
 }
 
-// Also a buffer of no frames, which has no address to work out.
-TEST_F(EventNotifierTest, RandomFramesArriveAsReported) {
-    ASSERT_EQ(heard_.listen(hcam, OX_CALLBACK_EOF), 1);
-    std::mt19937 random(8);
-    std::vector<int32> sent;
-    for (uns32 frames : {0u, 1u, 40u}) {
-        ASSERT_EQ(orvex_callbacks_set_frame_count(device(), frames, 1), 1);
-        for (int i = 0; i < 200; ++i) {
-            sent.push_back(static_cast<int32>(random()));
-            ASSERT_TRUE(camera().report(NOTIFICATION_EOF, static_cast<uns32>(sent.back())));
-        }
-        ASSERT_TRUE(heard_.wait_for(sent.size()));
-        ASSERT_TRUE(server().wait_for_pending(std::max(frames, 1u)));
-    }
-    EXPECT_EQ(heard_.frames(), sent);
-    EXPECT_EQ(Latest().FrameNr, sent.back());
-}
-
-TEST_F(EventNotifierTest, CancelledReportEndsTheThread) {
-    ASSERT_EQ(heard_.listen(hcam, OX_CALLBACK_EOF), 1);
-    ASSERT_TRUE(server().wait_for_pending(1));
-    dv_notification_report cancelled{};
-    cancelled.status = NOTIFICATION_STATUS_CANCELLED;
-    cancelled.flags = NOTIFICATION_EOF;
-    const size_t submitted = server().submitted();
-    ASSERT_TRUE(server().report(cancelled));
-    ASSERT_TRUE(eventually([&] { return trace_.contains("bv::EventNotifier::Run: RETURN ()"); }));
-    EXPECT_EQ(server().submitted(), submitted);
-    EXPECT_TRUE(heard_.all().empty());
-}
-
-TEST_F(EventNotifierTest, DeadDriverIsARemovedCamera) {
-    ASSERT_EQ(heard_.listen(hcam, OX_CALLBACK_CAM_REMOVED), 1);
-    ASSERT_EQ(orvex_callbacks_set_frame_count(device(), 4, 1), 1);
-    ASSERT_TRUE(server().wait_for_pending(4));
-    server().die();
-    // Each pending request comes back with the removal.
-    ASSERT_TRUE(eventually([&] { return RemovalsProcessed() == 4; }));
-    EXPECT_EQ(heard_.all().size(), 1u);
-    EXPECT_EQ(camera().state(), uint32_t{DEVICE_REMOVED});
-    EXPECT_EQ(orvex_callbacks_set_frame_count(device(), 6, 1), 0);
-    EXPECT_EQ(dv_cam_close(hcam), 1);
-    EXPECT_EQ(camera().state(), uint32_t{DEVICE_CLOSED});
-}
-
 TEST_F(EventNotifierTest, RemovalIsHeardOnceUntilTheCameraIsBack) {
     Listen({OX_CALLBACK_CAM_REMOVED, OX_CALLBACK_CAM_RESUMED});
     Report(NOTIFICATION_DEVICE_REMOVAL);
@@ -209,16 +154,6 @@ TEST_F(EventNotifierTest, RemovalIsHeardOnceUntilTheCameraIsBack) {
     Report(NOTIFICATION_DEVICE_REMOVAL);
     EXPECT_THAT(heard_.events(), ElementsAre(OX_CALLBACK_CAM_REMOVED, OX_CALLBACK_CAM_RESUMED,
                                              OX_CALLBACK_CAM_REMOVED));
-}
-
-TEST_F(EventNotifierTest, RemovedCameraRefusesANewPool) {
-    ASSERT_TRUE(server().wait_for_pending(1));
-    camera().set_state(DEVICE_REMOVED);
-    EXPECT_EQ(orvex_callbacks_set_frame_count(device(), 7, 0), 0);
-    EXPECT_TRUE(trace_.failed_with(C7_DRIVER_COM_ERROR,
-                                   "Device notifier SetFrameCount(7, <cont>, FALSE) failed"));
-    EXPECT_EQ(Flushes(), 0u);
-    camera().set_state(DEVICE_OPEN);
 }
 
 TEST_F(EventNotifierTest, CloseStopsTheThreadAndLeavesTheDriver) {
@@ -250,53 +185,6 @@ TEST_F(EventNotifierTest, ModuleMayNotDeliverBesideTheDriver) {
     EXPECT_TRUE(trace_.failed_with(C0_UNKNOWN_ERROR, "DISABLED USAGE IN KERNEL DRIVER MODE"));
     EXPECT_EQ(delivery.set_latest_frame_info(device(), 1, 2, 3), 0);
     EXPECT_EQ(Latest().FrameNr, 0);
-}
-
-// --- Callbacks that use the library. Hanging, or five seconds of waiting for their own thread,
-// would be the failure.
-
-TEST_F(EventNotifierTest, CallbackMayDeregisterItself) {
-    std::atomic<int> result{-1};
-    ASSERT_EQ(heard_.listen(hcam, OX_CALLBACK_EOF,
-                            [&] { result = bv_cam_deregister_callback(hcam, OX_CALLBACK_EOF); }),
-              1);
-    ASSERT_EQ(orvex_callbacks_set_frame_count(device(), 3, 1), 1);
-    ASSERT_TRUE(server().wait_for_pending(3));
-    ASSERT_TRUE(camera().report(NOTIFICATION_EOF, 1));
-    ASSERT_TRUE(eventually([&] { return result == 1; }, std::chrono::seconds(3)));
-    pool_ = 3;
-    Report(NOTIFICATION_EOF, 2);
-    EXPECT_THAT(heard_.frames(), ElementsAre(1));
-    EXPECT_EQ(Latest().FrameNr, 2);
-}
-
-TEST_F(EventNotifierTest, CallbackMayStartTheNextRun) {
-    std::atomic<int> result{-1};
-    ASSERT_EQ(heard_.listen(hcam, OX_CALLBACK_EOF,
-                            [&] {
-                                if (result < 0)
-                                    result = orvex_callbacks_set_frame_count(device(), 50, 1);
-                            }),
-              1);
-    ASSERT_TRUE(server().wait_for_pending(1));
-    ASSERT_TRUE(camera().report(NOTIFICATION_EOF, 1));
-    ASSERT_TRUE(eventually([&] { return result == 1; }, std::chrono::seconds(3)));
-    pool_ = 50;
-    Report(NOTIFICATION_EOF, 2);
-    EXPECT_THAT(heard_.frames(), ElementsAre(1, 2));
-}
-
-TEST_F(EventNotifierTest, CallbackMayCloseTheCamera) {
-    std::atomic<int> result{-1};
-    ASSERT_EQ(heard_.listen(hcam, OX_CALLBACK_EOF, [&] { result = dv_cam_close(hcam); }), 1);
-    ASSERT_EQ(orvex_callbacks_set_frame_count(device(), 3, 1), 1);
-    ASSERT_TRUE(server().wait_for_pending(3));
-    ASSERT_TRUE(camera().report(NOTIFICATION_EOF, 1));
-    ASSERT_TRUE(eventually([&] { return result == 1; }, std::chrono::seconds(3)));
-    ASSERT_TRUE(eventually([&] { return trace_.contains("bv::EventNotifier::Run: RETURN ()"); }));
-    EXPECT_EQ(camera().state(), uint32_t{DEVICE_CLOSED});
-    int16 handle = -1;
-    EXPECT_EQ(dv_cam_open("Camera 0", &handle), 1);
 }
 
 TEST_F(EventNotifierTest, PoolIsRebuiltBesideRunningFrames) {
