@@ -64,12 +64,6 @@ TEST_F(Abort, NoChangeOnlyIdlesTheTransfer) {
         ElementsAre(DV_GET_IMAGE_DATA_STATUS, DV_SET_IMAGE_DATA_IDLE, DV_CLEANUP_IMAGE_DATA_IDLE));
 }
 
-TEST_F(Abort, RefusedHaltFails) {
-    camera_.camera().fail_write();
-    EXPECT_EQ(Run(CCS_HALT), 0);
-    EXPECT_EQ(camera_.cam_info().exp_started, 0);
-}
-
 TEST_F(Abort, StopsAnAcquisition) {
     camera_.reads().cap_stop_acquisition = 1;
     camera_.firmware().reply(STOP_ACQUISITION, 4, 1);
