@@ -296,50 +296,6 @@ TEST_F(OldCalls, DirectAccessStartsAndWatchesASequence) {
     EXPECT_NE(pixels, std::vector<uns8>(bytes));
 }
 
-// The camera halts after five frames.
-TEST_F(OldCalls, FramesOfARingAreTakenInOrder) {
-    uns32 bytes = 0, offset = 0, rings = 0;
-    ASSERT_EQ(ox_exp_setup_cont(hcam_, 1, &region, TIMED_MODE, 1, &bytes, CIRC_NO_OVERWRITE), 1);
-    Order("fault stuck_transfer 5");
-    ASSERT_EQ(ox_exp_setup_cont(hcam_, 1, &region, TIMED_MODE, 1, &bytes, CIRC_NO_OVERWRITE), 1);
-    std::vector<uns8> ring(size_t{bytes} * 8);
-    ASSERT_EQ(ox_exp_start_cont(hcam_, ring.data(), static_cast<uns32>(ring.size())), 1);
-    int16 status = 0;
-    FRAME_INFO info{};
-    Await([&] {
-        EXPECT_EQ(ox_exp_check_cont_status_ex(hcam_, &status, &offset, &rings, &info), 1);
-        return info.FrameNr == 5;
-    });
-    EXPECT_EQ(offset, 5 * bytes);
-    void* frame = nullptr;
-    for (size_t n = 0; n < 5; ++n) {
-        EXPECT_EQ(ox_exp_check_cont_status(hcam_, &status, &offset, &rings), 1);
-        EXPECT_EQ(status, FRAME_AVAILABLE);
-        EXPECT_EQ(ox_exp_get_oldest_frame_ex(hcam_, &frame, &info), 1);
-        EXPECT_EQ(frame, ring.data() + n * bytes);
-        EXPECT_EQ(info.FrameNr, 5);
-        EXPECT_EQ(ox_exp_get_oldest_frame(hcam_, &frame), 1);
-        EXPECT_EQ(frame, ring.data() + n * bytes);
-        EXPECT_EQ(ox_exp_unlock_oldest_frame(hcam_), 1);
-    }
-    EXPECT_EQ(ox_exp_check_cont_status(hcam_, &status, &offset, &rings), 1);
-    EXPECT_NE(status, FRAME_AVAILABLE);
-    EXPECT_EQ(ox_exp_get_latest_frame(hcam_, &frame), 1);
-    EXPECT_EQ(frame, ring.data() + size_t{4} * bytes);
-    EXPECT_EQ(ox_exp_stop_cont(hcam_, CCS_HALT), 1);
-}
-
-TEST_F(OldCalls, BeginsOfFramesAreWaitedFor) {
-    EXPECT_EQ(ox_exp_wait_start_xfer(hcam_, 1), 0);
-    EXPECT_EQ(ox_error_code(), C7_DRIVER_COM_ERROR);
-    uns32 bytes = 0;
-    ASSERT_EQ(ox_exp_setup_cont(hcam_, 1, &region, TIMED_MODE, 1, &bytes, CIRC_OVERWRITE), 1);
-    std::vector<uns8> ring(size_t{bytes} * 4);
-    ASSERT_EQ(ox_exp_start_cont(hcam_, ring.data(), static_cast<uns32>(ring.size())), 1);
-    EXPECT_EQ(ox_exp_wait_start_xfer(hcam_, 60000), 1) << ox_error_code();
-    EXPECT_EQ(ox_exp_stop_cont(hcam_, CCS_HALT), 1);
-}
-
 std::atomic<int> plain_calls{0};
 
 TEST_F(OldCalls, CallbacksOfEveryFormAreCalled) {
@@ -390,60 +346,6 @@ TEST_F(OldCalls, PortActionsAreInTheProgramUntilTheyAreCleared) {
     SetUpSequence(2);
     SetUpSequence(1);
     EXPECT_EQ(run(), 0);
-}
-
-// Old programs find that these succeed; what they would have written stays the caller's.
-TEST_F(OldCalls, WithoutWorkSucceedAndLeaveTheirOutputs) {
-    std::array<uns8, 256> untouched{};
-    untouched.fill(0xA5);
-    std::array<uns8, 256> memory = untouched;
-    const auto at = [&]<class T>(size_t index, T*) {
-        return reinterpret_cast<T*>(memory.data() + 16 * index);
-    };
-    const auto word = [&](size_t index) { return at(index, static_cast<uns16*>(nullptr)); };
-    const auto byte = [&](size_t index) { return at(index, static_cast<uns8*>(nullptr)); };
-    const auto number = [&] { return at(0, static_cast<int16*>(nullptr)); };
-    const auto large = [&] { return at(0, static_cast<uns32*>(nullptr)); };
-    const std::pair<const char*, std::function<boolean16()>> calls[] = {
-        {"ox_exp_init_seq", [] { return ox_exp_init_seq(); }},
-        {"ox_exp_uninit_seq", [] { return ox_exp_uninit_seq(); }},
-        {"ox_buf_init", [] { return ox_buf_init(); }},
-        {"ox_buf_uninit", [] { return ox_buf_uninit(); }},
-        {"ox_buf_alloc", [&] { return ox_buf_alloc(number(), 1, 16, 1, &region); }},
-        {"ox_buf_alloc null", [] { return ox_buf_alloc(nullptr, 1, 16, 1, &region); }},
-        {"ox_buf_get_exp_date",
-         [&] {
-             return ox_buf_get_exp_date(1, 0, word(0), byte(1), byte(2), byte(3), byte(4), byte(5),
-                                        word(6));
-         }},
-        {"ox_buf_set_exp_date", [] { return ox_buf_set_exp_date(1, 0, 2026, 1, 2, 3, 4, 5, 6); }},
-        {"ox_buf_get_exp_time", [&] { return ox_buf_get_exp_time(1, 0, large()); }},
-        {"ox_buf_get_exp_total", [&] { return ox_buf_get_exp_total(1, word(0)); }},
-        {"ox_buf_get_img_bin", [&] { return ox_buf_get_img_bin(1, word(0), word(1)); }},
-        {"ox_buf_get_img_handle", [&] { return ox_buf_get_img_handle(1, 0, 0, number()); }},
-        {"ox_buf_get_img_ofs", [&] { return ox_buf_get_img_ofs(1, word(0), word(1)); }},
-        {"ox_buf_get_img_ptr",
-         [&] { return ox_buf_get_img_ptr(1, at(0, static_cast<void**>(nullptr))); }},
-        {"ox_buf_get_img_size", [&] { return ox_buf_get_img_size(1, word(0), word(1)); }},
-        {"ox_buf_get_img_total", [&] { return ox_buf_get_img_total(1, word(0)); }},
-        {"ox_buf_get_size", [&] { return ox_buf_get_size(1, large()); }},
-        {"ox_buf_free", [] { return ox_buf_free(1); }},
-        {"ox_buf_get_bits", [&] { return ox_buf_get_bits(1, number()); }},
-        {"oz_exp_set_no_readout_timeout", [&] { return oz_exp_set_no_readout_timeout(hcam_); }},
-        {"oz_exp_reset_no_readout_timeout", [&] { return oz_exp_reset_no_readout_timeout(hcam_); }},
-        {"ox_cam_get_diags", [&] { return ox_cam_get_diags(hcam_); }},
-        {"oz_script_set_hook", [] { return oz_script_set_hook(nullptr); }},
-    };
-    for (const auto& [name, call] : calls) {
-        EXPECT_EQ(call(), 1) << name;
-        EXPECT_EQ(memory, untouched) << name;
-        memory = untouched;
-    }
-    void* buffer = this;
-    EXPECT_EQ(ox_exp_get_driver_buffer(hcam_, &buffer, large()), 0);
-    EXPECT_EQ(ox_error_code(), C2_NOT_AVAILABLE);
-    EXPECT_EQ(buffer, this);
-    EXPECT_EQ(memory, untouched);
 }
 
 }  // namespace

@@ -112,6 +112,7 @@ TEST(Trace, NestsTheLayersBetweenItsBanners) {
 
     const std::string rule = "[" + std::string(62, '=') + "]";
     EXPECT_EQ(lines[0], rule);
+    EXPECT_TRUE(HasForm(lines[1], "[Current date: 9999-99-99]")) << lines[1];
     EXPECT_THAT(lines[2], testing::StartsWith("I0 Logging started, PID "));
     EXPECT_THAT(lines, testing::Contains(testing::StartsWith("I0 Logging stopped, PID ")));
     EXPECT_THAT(std::vector<std::string>(lines.end() - 2, lines.end()),

@@ -1,9 +1,6 @@
 #include <atomic>
-#include <chrono>
-#include <condition_variable>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <mutex>
 #include <string>
 #include <thread>
 
@@ -12,6 +9,7 @@
 #include "support/scripted_driver.h"
 
 #include "child_process.h"
+#include "run_camera.h"
 
 // Runs of the library, threads in them, and ends of the process.
 namespace {
@@ -50,37 +48,6 @@ TEST_F(Run, HandlesEndWithTheRun) {
     }
 }
 
-// A gate that a driver holds a call at until a test lets it go.
-class Gate {
-  public:
-    void Pass() {
-        std::unique_lock lock(mutex_);
-        reached_ = true;
-        changed_.notify_all();
-        changed_.wait_for(lock, limit, [this] { return open_; });
-    }
-    bool WaitUntilReached() {
-        std::unique_lock lock(mutex_);
-        return changed_.wait_for(lock, limit, [this] { return reached_; });
-    }
-    void Open() {
-        std::lock_guard lock(mutex_);
-        open_ = true;
-        changed_.notify_all();
-    }
-    bool IsOpen() {
-        std::lock_guard lock(mutex_);
-        return open_;
-    }
-
-  private:
-    static constexpr std::chrono::seconds limit{20};
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    bool reached_ = false;
-    bool open_ = false;
-};
-
 TEST_F(Run, CamerasDoNotWaitForEachOther) {
     ASSERT_EQ(ox_orvex_init(), 1);
     const int16 held = Open("A");
@@ -95,7 +62,7 @@ TEST_F(Run, CamerasDoNotWaitForEachOther) {
     uns16 timeout = 0;
     uns16 timeout_again = 0;
     std::thread first([&] { EXPECT_EQ(ox_dd_get_timeout(held, &timeout), 1); });
-    ASSERT_TRUE(gate.WaitUntilReached());
+    ASSERT_TRUE(gate.AwaitReached());
 
     // Another camera, and what belongs to no camera, go on.
     uns16 retries = 0;
@@ -107,7 +74,6 @@ TEST_F(Run, CamerasDoNotWaitForEachOther) {
         EXPECT_EQ(ox_dd_get_timeout(held, &timeout_again), 1);
         second_done = true;
     });
-    EXPECT_FALSE(gate.IsOpen());
     EXPECT_FALSE(second_done);
     gate.Open();
     first.join();
