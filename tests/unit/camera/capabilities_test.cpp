@@ -11,21 +11,49 @@ using testing::ElementsAre;
 
 namespace {
 
-// The flags of the other bits are seen in the software cameras.
-TEST(Capabilities, BitsThatNoSoftwareCameraHas) {
-    const std::pair<const char*, uns16 cam_reads_type::*> bits[] = {
-        {"02000000 00000000", &cam_reads_type::cap_color},
-        {"04000000 00000000", &cam_reads_type::accum_capable},
-        {"20000000 00000000", &cam_reads_type::cap_color_mask},
-        {"00040000 00000000", &cam_reads_type::cap_flash_dwnld},
-    };
-    for (const auto& [bytes, set] : bits) {
-        SCOPED_TRACE(bytes);
-        std::array<uns8, capability_bytes> word{};
-        std::ranges::copy(hex(bytes), word.begin());
-        cam_reads_type reads;
-        bv::SpreadCapabilities(word, reads);
-        for (const auto& [other, flag] : bits) EXPECT_EQ(reads.*flag, flag == set ? 1 : 0);
+struct BitOfFlag {
+    const char* name;
+    size_t byte;
+    uns8 mask;
+    uns16 cam_reads_type::* flag;
+};
+
+#define FLAG(byte, mask, flag) {#flag, byte, mask, &cam_reads_type::flag}
+const BitOfFlag bits[] = {FLAG(0, 0x01, cap_adc_offset),       FLAG(0, 0x02, cap_color),
+                          FLAG(0, 0x08, cap_exp_res),          FLAG(0, 0x10, cap_io),
+                          FLAG(0, 0x20, cap_color_mask),       FLAG(0, 0x40, cap_head_ser_num),
+                          FLAG(1, 0x02, cap_fw_full_version),  FLAG(0, 0x80, cap_parallel_clear),
+                          FLAG(0, 0x04, accum_capable),        FLAG(1, 0x01, cap_gain_mult),
+                          FLAG(1, 0x04, cap_flash_dwnld),      FLAG(1, 0x08, cap_pp),
+                          FLAG(1, 0x10, cap_tidal_stream),     FLAG(1, 0x20, cap_readout_time),
+                          FLAG(1, 0x80, cap_actual_gain),      FLAG(1, 0x40, cap_gain_name),
+                          FLAG(2, 0x01, cap_system_name),      FLAG(2, 0x02, cap_vendor_name),
+                          FLAG(2, 0x80, cap_product_name),     FLAG(3, 0x01, cap_part_number),
+                          FLAG(3, 0x02, cap_exposure_time),    FLAG(3, 0x04, cap_clearing_time),
+                          FLAG(3, 0x08, cap_trigger_delays),   FLAG(3, 0x10, cap_post_abort_delay),
+                          FLAG(3, 0x40, cap_stop_acquisition), FLAG(2, 0x04, cap_multiport),
+                          FLAG(2, 0x08, cap_roi_count),        FLAG(2, 0x10, cap_centroids),
+                          FLAG(2, 0x20, cap_metadata),         FLAG(2, 0x40, cap_ext_metadata),
+                          FLAG(4, 0x04, cap_extended)};
+
+// All flags that are set after spreading these bytes.
+std::vector<std::string> FlagsOf(const std::array<uns8, capability_bytes>& bytes) {
+    cam_reads_type reads;
+    for (const BitOfFlag& bit : bits) reads.*bit.flag = 7;
+    bv::SpreadCapabilities(bytes, reads);
+    std::vector<std::string> names;
+    for (const BitOfFlag& bit : bits) {
+        EXPECT_LE(reads.*bit.flag, 1) << bit.name;
+        if (reads.*bit.flag) names.push_back(bit.name);
+    }
+    return names;
+}
+
+TEST(Capabilities, EachBitSetsItsFlagAlone) {
+    for (const BitOfFlag& bit : bits) {
+        std::array<uns8, capability_bytes> bytes{};
+        bytes[bit.byte] = bit.mask;
+        EXPECT_THAT(FlagsOf(bytes), ElementsAre(bit.name));
     }
 }
 

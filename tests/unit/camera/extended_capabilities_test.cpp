@@ -97,6 +97,7 @@ TEST(ExtendedCapabilities, LimitsOfTheSections) {
         {"empty range list", "00000200 00000001 0000", Fault::no_exposure_ranges},
         {"more ranges than bytes", "00000200 00000001 FFFF 000000000000000000000000",
          Fault::truncated},
+        {"no count of interfaces", "00000400 00000001 0000", Fault::truncated},
         {"modes without types", "00000400 00000002", Fault::none},
         {"no interfaces", "00000400 00000001 00000000", Fault::interface_count},
         {"eight interfaces", "00000400 00000001 00000008 " + eight, Fault::none, 8},
@@ -124,14 +125,15 @@ TEST(ExtendedCapabilities, ListsWithoutMemory) {
         const support::ExhaustedMemory exhausted(20000);
         return bv::ParseExtendedCapabilities(block, reads);
     };
-    Reads binning;
-    EXPECT_EQ(parse("00000002 04 EA60", "00000000 0000 04 0002 0100 00000000 0000", binning),
+    // Not on the stack, which may not grow meanwhile.
+    const auto binning = std::make_unique<Reads>();
+    EXPECT_EQ(parse("00000002 04 EA60", "00000000 0000 04 0002 0100 00000000 0000", *binning),
               ExtendedCapabilitiesFault::none);
-    EXPECT_THAT(binning.ser_bin_list, IsEmpty());
-    EXPECT_EQ(binning.par_bin_list.size(), 2u);
-    Reads ranges;
-    EXPECT_EQ(parse("00000200 00000001 1388", "", ranges), ExtendedCapabilitiesFault::no_memory);
-    EXPECT_THAT(ranges.exp_ranges, IsEmpty());
+    EXPECT_THAT(binning->ser_bin_list, IsEmpty());
+    EXPECT_EQ(binning->par_bin_list.size(), 2u);
+    const auto ranges = std::make_unique<Reads>();
+    EXPECT_EQ(parse("00000200 00000001 1388", "", *ranges), ExtendedCapabilitiesFault::no_memory);
+    EXPECT_THAT(ranges->exp_ranges, IsEmpty());
 }
 
 class ExtendedCapabilitiesRead : public testing::Test {

@@ -51,6 +51,10 @@ TEST_F(ReadsTest, WhatCapabilitiesAdd) {
     EXPECT_EQ(reads_.io_total, 4);
     EXPECT_EQ(reads_.exp_res_total, 3);
     EXPECT_EQ(reads_.exp_min_time, 1000.0);
+
+    camera_.camera().forget();
+    EXPECT_EQ(bv_cam_do_reads(hcam), 1);
+    EXPECT_THAT(camera_.writes(), IsEmpty()) << "what never changes";
 }
 
 TEST_F(ReadsTest, PortsPerRegisterAreOneOrTwo) {
