@@ -46,6 +46,14 @@ class CommandIo : public testing::Test {
     std::unique_ptr<InstalledDriver> installed_;
 };
 
+TEST_F(CommandIo, FramesTheLargestPayload) {
+    const Bytes largest(32768, 0xA5);
+    EXPECT_EQ(dv_cam_write_read(hcam, 61, 32768, largest.data(), 0, nullptr), 1);
+    Bytes frame = hex("3D 80 00");
+    frame.insert(frame.end(), largest.begin(), largest.end());
+    EXPECT_EQ(camera().writes().back(), frame);
+}
+
 TEST_F(CommandIo, FetchesTheReplyThatWasAnnounced) {
     camera().firmware().reply(CUR_CCD_TEMP, 2, 0xF63C);
     const Bytes message = hex("26 07 28 00 02");
@@ -184,6 +192,31 @@ TEST_F(CommandIo, NamesTheControlOperationThatFailed) {
 
     for (int16 outside : {int16{-1}, int16{3}, int16{21}})
         EXPECT_EQ(dv_reset_interface(outside), 0);
+}
+
+// The other operations of their kinds are seen through the parameters.
+TEST_F(CommandIo, SmallOperationsFailWithTheDriver) {
+    struct Operation {
+        uint32_t code;
+        boolean16 (*run)(int64& time);
+    };
+    const Operation operations[] = {
+        {DV_GET_CURRENT_TIMESTAMP,
+         [](int64& time) { return dv_exp_get_current_oz_time(0, &time); }},
+        {DV_SET_TIMEOUT, [](int64&) { return dv_driver_set_timeout(0, 1000); }},
+        {DV_CLEAR_IRQS, [](int64&) { return dv_exp_clear_ints(0); }},
+    };
+    camera().answer(DV_GET_CURRENT_TIMESTAMP, hex("01 02 03 04 05 06 07 80"));
+    int64 time = 0;
+    for (const Operation& operation : operations) {
+        SCOPED_TRACE(bv_text_dv_ioctl(operation.code));
+        camera().forget();
+        EXPECT_EQ(operation.run(time), 1);
+        EXPECT_THAT(camera().ioctl_codes(), ElementsAre(operation.code));
+        camera().refuse(operation.code);
+        EXPECT_EQ(operation.run(time), 0);
+    }
+    EXPECT_EQ(static_cast<uint64_t>(time), 0x8007060504030201);
 }
 
 TEST_F(CommandIo, OnlyOneBusIsToldTheTransferSpeed) {
