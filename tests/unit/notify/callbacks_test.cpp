@@ -76,6 +76,9 @@ TEST_F(CallbacksTest, ReadoutTimeIsCutToThirtyTwoBits) {
         FRAME_INFO latest{};
         ASSERT_EQ(orvex_callbacks_get_latest_frame_info(device(), &latest), 1);
         EXPECT_EQ(latest.ReadoutTime, row.readout);
+        EXPECT_EQ(latest.TimeStampBOF, row.bof);
+        EXPECT_EQ(latest.TimeStampEOF, row.eof);
+        EXPECT_EQ(latest.hCam, hcam);
     }
 }
 
@@ -139,6 +142,13 @@ TEST_F(CallbacksTest, RefusedFlushFailsARegistration) {
     EXPECT_FALSE(record().started);
     EXPECT_EQ(record().callback_thread, nullptr);
     EXPECT_TRUE(heard_.all().empty());
+}
+
+TEST_F(CallbacksTest, MissingFlushEventIsTold) {
+    dv_event* flush_ack = std::exchange(device()->flush_ack, nullptr);
+    EXPECT_EQ(orvex_callbacks_wait_ready(device()), 0);
+    EXPECT_TRUE(trace_.failed_with(C7_DRIVER_COM_ERROR, "Cannot reset flush event"));
+    device()->flush_ack = flush_ack;
 }
 
 TEST_F(CallbacksTest, PlugInLearnsWhoIsCalledBack) {

@@ -116,6 +116,8 @@ TEST_F(EventNotifierTest, BusResetAloneOnlyChecksCameras) {
 
 TEST_F(EventNotifierTest, OnlyAnEndOfFrameIsTheLatest) {
     ASSERT_EQ(heard_.listen(hcam, OX_CALLBACK_BOF), 1);
+    // In a buffer of no frames there is no address to work out.
+    ASSERT_EQ(orvex_callbacks_set_frame_count(device(), 0, 1), 1);
     Report(NOTIFICATION_BOF, 7, 8);
     EXPECT_THAT(heard_.frames(), ElementsAre(8));
     EXPECT_EQ(Latest().FrameNr, 0);
@@ -142,6 +144,19 @@ TEST_F(EventNotifierTest, AbortHoldsBackFrameCallbacksAlone) {
     EXPECT_EQ(heard_.frames().back(), 5);
 }
 
+TEST_F(EventNotifierTest, CancelledReportEndsTheThread) {
+    ASSERT_EQ(heard_.listen(hcam, OX_CALLBACK_EOF), 1);
+    ASSERT_TRUE(server().wait_for_pending(1));
+    dv_notification_report cancelled{};
+    cancelled.status = NOTIFICATION_STATUS_CANCELLED;
+    cancelled.flags = NOTIFICATION_EOF;
+    const size_t submitted = server().submitted();
+    ASSERT_TRUE(server().report(cancelled));
+    ASSERT_TRUE(eventually([&] { return trace_.contains("bv::EventNotifier::Run: RETURN ()"); }));
+    EXPECT_EQ(server().submitted(), submitted);
+    EXPECT_TRUE(heard_.all().empty());
+}
+
 TEST_F(EventNotifierTest, RemovalIsHeardOnceUntilTheCameraIsBack) {
     Listen({OX_CALLBACK_CAM_REMOVED, OX_CALLBACK_CAM_RESUMED});
     Report(NOTIFICATION_DEVICE_REMOVAL);
@@ -154,6 +169,16 @@ TEST_F(EventNotifierTest, RemovalIsHeardOnceUntilTheCameraIsBack) {
     Report(NOTIFICATION_DEVICE_REMOVAL);
     EXPECT_THAT(heard_.events(), ElementsAre(OX_CALLBACK_CAM_REMOVED, OX_CALLBACK_CAM_RESUMED,
                                              OX_CALLBACK_CAM_REMOVED));
+}
+
+TEST_F(EventNotifierTest, RemovedCameraRefusesANewPool) {
+    ASSERT_TRUE(server().wait_for_pending(1));
+    camera().set_state(DEVICE_REMOVED);
+    EXPECT_EQ(orvex_callbacks_set_frame_count(device(), 7, 0), 0);
+    EXPECT_TRUE(trace_.failed_with(C7_DRIVER_COM_ERROR,
+                                   "Device notifier SetFrameCount(7, <cont>, FALSE) failed"));
+    EXPECT_EQ(Flushes(), 0u);
+    camera().set_state(DEVICE_OPEN);
 }
 
 TEST_F(EventNotifierTest, CloseStopsTheThreadAndLeavesTheDriver) {
