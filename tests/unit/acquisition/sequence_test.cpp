@@ -254,11 +254,15 @@ TEST_F(Sequence, FinishEndsTheRun) {
     EXPECT_TRUE(camera_.writes().empty());  // no change of the camera was asked for
 }
 
-TEST_F(Sequence, UnknownInterruptsAreIgnored) {
+TEST_F(Sequence, SmallMembers) {
     EXPECT_EQ(bv_exp_enable_ints(camera_.hcam, BEGIN_END_FRAME_IRQS), 1);
     EXPECT_EQ(bv_exp_enable_ints(camera_.hcam, 4), 1);
     EXPECT_EQ(bv_exp_enable_ints(camera_.hcam, -1), 1);
     EXPECT_EQ(camera_.cam_info().irq_mask, BEGIN_END_FRAME_IRQS);
+    EXPECT_EQ(bv_exp_wait_start_xfer(camera_.hcam, 1), 0);
+    EXPECT_TRUE(trace_.contains("dv_exp_wait_start_xfer: BOF event not signalled within 1 ms"));
+    EXPECT_EQ(bv_exp_wait_end_xfer(camera_.hcam, 1), 0);
+    EXPECT_TRUE(trace_.contains("dv_exp_wait_end_xfer: EOF event not signalled within 1 ms"));
 }
 
 // Whatever the driver or the camera refuses on the way, the next attempt works.
