@@ -105,7 +105,8 @@ std::vector<std::string> ReadTrace(const std::filesystem::path& path) {
 TEST(Trace, NestsTheLayersBetweenItsBanners) {
     const support::TempDir directory;
     const auto log = directory / "trace.log";
-    const ChildRun run = RunInChild("traced_run", "ORVEX_CORE_LOG_FILE='" + log.string() + "'");
+    const ChildRun run = RunInChild(
+        "traced_run", "ORVEX_CORE_LOG_LEVEL= ORVEX_CORE_LOG_FILE='" + log.string() + "'");
     ASSERT_EQ(run.exit_code, 0) << run.output;
     const std::vector<std::string> lines = ReadTrace(log);
     ASSERT_GT(lines.size(), 20U);

@@ -58,10 +58,13 @@ TEST_F(Run, CamerasDoNotWaitForEachOther) {
         out = {5, 0};
         return true;
     });
-    std::atomic<bool> second_done{false};
+    std::atomic<bool> first_done{false};
     uns16 timeout = 0;
     uns16 timeout_again = 0;
-    std::thread first([&] { EXPECT_EQ(ox_dd_get_timeout(held, &timeout), 1); });
+    std::thread first([&] {
+        EXPECT_EQ(ox_dd_get_timeout(held, &timeout), 1);
+        first_done = true;
+    });
     ASSERT_TRUE(gate.AwaitReached());
 
     // Another camera, and what belongs to no camera, go on.
@@ -70,11 +73,8 @@ TEST_F(Run, CamerasDoNotWaitForEachOther) {
     const int16 third = Open("C");
     EXPECT_EQ(ox_cam_close(third), 1);
     // The camera itself takes one call after the other.
-    std::thread second([&] {
-        EXPECT_EQ(ox_dd_get_timeout(held, &timeout_again), 1);
-        second_done = true;
-    });
-    EXPECT_FALSE(second_done);
+    std::thread second([&] { EXPECT_EQ(ox_dd_get_timeout(held, &timeout_again), 1); });
+    EXPECT_FALSE(first_done);
     gate.Open();
     first.join();
     second.join();

@@ -2,6 +2,7 @@
 // beside them.
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <functional>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -108,7 +109,10 @@ TEST_P(InCallback, LibraryMayBeCalled) {
     camera.SetUpRing();
     ASSERT_EQ(camera.StartRing(), 1);
     started.Open();
+    const auto start = std::chrono::steady_clock::now();
     ASSERT_TRUE(Eventually([&] { return result != -1; }));
+    // The library waits for a thread for five seconds; its own is none to wait for.
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(4));
     EXPECT_EQ(result, 1);
     camera.OpenWhatIsClosed();
     camera.ExpectWorks();
