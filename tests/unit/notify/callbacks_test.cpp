@@ -78,7 +78,6 @@ TEST_F(CallbacksTest, ReadoutTimeIsCutToThirtyTwoBits) {
         EXPECT_EQ(latest.ReadoutTime, row.readout);
         EXPECT_EQ(latest.TimeStampBOF, row.bof);
         EXPECT_EQ(latest.TimeStampEOF, row.eof);
-        EXPECT_EQ(latest.hCam, hcam);
     }
 }
 
