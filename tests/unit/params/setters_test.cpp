@@ -128,6 +128,10 @@ TEST_F(SetterRefusals, SendNothing) {
                                "Setting bias offset not supported"));
     EXPECT_TRUE(trace_.refused(bv_ccd_set_gain_mult_factor(0, 1), C2_NOT_AVAILABLE,
                                "Multiplication gain not available"));
+    // A setup would find no exposure times for it.
+    camera_.reads().exp_res_total = 4;
+    EXPECT_TRUE(trace_.refused(Write(PARAM_EXP_RES_INDEX, 3), C2_INDEX_OUT_OF_RANGE,
+                               "No exposure range at resolution index 3"));
     EXPECT_EQ(camera_.writes().size(), 0u);
     EXPECT_EQ(camera_.cam_info().script_valid, 1);
     EXPECT_EQ(camera_.cfg().clear_mode, 4);
