@@ -190,7 +190,7 @@ ORVEX_API boolean16 ox_get_enum_param(int16 hcam, uns32 param_id, uns32 index, i
 ORVEX_API boolean16 ox_enum_str_length(int16 hcam, uns32 param_id, uns32 index, uns32* length);
 
 /**
- * Sets all post-processing features back to their defaults. Talks to the camera.
+ * Sets all post-processing features back to their defaults. Talks to a camera that has some.
  * @return 0 with C2_NOT_AVAILABLE
  */
 ORVEX_API boolean16 ox_pp_reset(int16 hcam);

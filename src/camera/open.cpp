@@ -39,6 +39,9 @@ void FillRow(int16 hcam, int16 o_mode) {
     info.irq_mask = NO_FRAME_IRQS;
     info.exp_mode = TIMED_MODE;
     info.exp_started = uns16{0};
+    // Firmware may have been replaced since the camera was open last.
+    bv::ConfigOf(hcam).pp_entries = pp_entries_not_counted;
+    bv::ReadsOf(hcam).cam_systems_info[0] = '\0';
 }
 
 // What a camera that is opened for use goes through once its row is filled.

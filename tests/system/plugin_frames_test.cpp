@@ -141,12 +141,6 @@ TEST_P(PluginFrames, ContinuousRunWithPluginOffFillsTheApplicationsRing) {
     for (size_t i = 0; i < slots; ++i) EXPECT_EQ(Frame(ring, i), camera.Seen()) << i;
 }
 
-// Both kinds of run work on the machine that has no plug-in, as the one that has it switched off.
-TEST_P(PluginFrames, RunsWithoutPlugin) {
-    const PluginCamera camera(Plugins::none, Subject());
-    EXPECT_EQ(camera.RunSequence(1), camera.Seen());
-}
-
 TEST(PluginAverage, SequenceShowsTheMeanOfTheLastFrames) {
     const PluginCamera camera(Plugins::samples, {.stamp = true});
     camera.SwitchOn(no_threshold);

@@ -1,5 +1,6 @@
 #include "camera/open.h"
 
+#include <cstring>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -153,6 +154,30 @@ TEST_F(OpenTest, ReopeningKeepsTheApplicationsChoices) {
     EXPECT_EQ(pg_cam_cfg[0].shtr_open_mode, OPEN_NEVER);
     EXPECT_EQ(pg_cam_cfg[0].preamp_off_control, 7u);
     EXPECT_EQ(pg_cam_cfg[0].clear_mode, CLEAR_PRE_EXPOSURE) << "put back to its default";
+}
+
+// Another camera, or other firmware, may stand behind the name.
+TEST_F(OpenTest, ReopeningLearnsTheCameraAnew) {
+    firmware()
+        .reply(SEND_CAPABILITIES, hex("00 00 00 00 04000000"))
+        .reply(GET_EXTENDED_CAPABILITIES_SIZE, 4, 40)
+        .reply(GET_EXTENDED_CAPABILITIES, hex("000006A1 00000002 00000001 00000000"
+                                              "00000001 0001 00000007 00000001 00000002"
+                                              "00000000 0000"));
+    ASSERT_EQ(Open(), 1);
+    cam_reads_type& reads = pg_cam_reads[0];
+    EXPECT_EQ(reads.exp_range_map->size(), 4u);
+    std::strcpy(reads.cam_systems_info, "0: Bridge @ 1.0.0");
+    pg_cam_cfg[0].pp_entries = 3;
+    pg_cam_cfg[0].exp_res_index = 7;
+    bv_cam_close(0);
+    firmware().reply(SEND_CAPABILITIES, hex("00 00 00 00 00000000"));
+    ASSERT_EQ(Open(), 1);
+    EXPECT_EQ(reads.ccl_caps + reads.sensor_caps + reads.ext_caps_flags, 0u);
+    EXPECT_EQ(reads.exp_range_map->size(), 3u);
+    EXPECT_EQ(pg_cam_cfg[0].exp_res_index, EXP_RES_ONE_MILLISEC);
+    EXPECT_STREQ(reads.cam_systems_info, "");
+    EXPECT_EQ(pg_cam_cfg[0].pp_entries, pp_entries_not_counted);
 }
 
 TEST_F(OpenTest, ExposureModeBeginsWithTheDefaults) {
