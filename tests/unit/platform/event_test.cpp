@@ -1,8 +1,11 @@
 #include "platform/event.h"
 
 #include <chrono>
+#include <filesystem>
 #include <gtest/gtest.h>
+#include <sched.h>
 #include <string>
+#include <sys/mount.h>
 #include <sys/wait.h>
 #include <thread>
 #include <vector>
@@ -16,8 +19,12 @@ using platform::LocalEvent;
 constexpr uint32_t wait_limit_ms = 10000;
 
 // Of this process alone, so that no leftover and no other run meets it.
-std::string OwnName(const std::string& name) {
-    return std::to_string(getpid()) + "_" + name;
+std::string OwnName(const std::string& name, pid_t owner = getpid()) {
+    return std::to_string(owner) + "_" + name;
+}
+
+bool Exists(const std::string& object) {
+    return std::filesystem::exists("/dev/shm" + object);
 }
 
 int OpenObject(const std::string& object) {
@@ -95,6 +102,48 @@ TEST(Event, LeftoverIsReplacedAndNeverInherited) {
     orvex_event_close(&opened);
     event.Close();
     EXPECT_FALSE(orvex_event_open_name(&opened, name.c_str()));
+}
+
+TEST(Event, OfADeadProcessIsSweptAway) {
+    Event alive;
+    ASSERT_TRUE(alive.Create(OwnName("alive").c_str(), EventReset::manual, false));
+    const pid_t child = fork();
+    if (child == 0) {
+        orvex_event left;
+        _exit(orvex_event_create(&left, OwnName("dead", getppid()).c_str(), 0, 0) ? 0 : 1);
+    }
+    int status = -1;
+    waitpid(child, &status, 0);
+    ASSERT_EQ(status, 0);
+    const std::string dead = "/orvex." + OwnName("dead"), other = "/orvex." + OwnName("other");
+    close(shm_open(other.c_str(), O_RDWR | O_CREAT, 0600));  // of another size, so no event
+    EXPECT_TRUE(Exists(dead));
+    platform::SweepEvents();
+    EXPECT_FALSE(Exists(dead));
+    EXPECT_TRUE(Exists("/orvex." + OwnName("alive")));
+    EXPECT_TRUE(Exists(other));
+    shm_unlink(other.c_str());
+}
+
+// In namespaces of its own, with room for nothing in its shared memory.
+TEST(Event, FullSharedMemoryIsAFailureAndNoSignal) {
+    constexpr int not_possible = 77;
+    const pid_t child = fork();
+    if (child == 0) {
+        if (unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0 ||
+            mount("none", "/dev/shm", "tmpfs", 0, "size=8k") != 0)
+            _exit(not_possible);
+        const int filler = shm_open("/filler", O_RDWR | O_CREAT, 0600);
+        while (write(filler, "................", 16) > 0) {
+        }
+        orvex_event event;
+        _exit(orvex_event_create(&event, "full", 0, 1));
+    }
+    int status = -1;
+    waitpid(child, &status, 0);
+    ASSERT_TRUE(WIFEXITED(status)) << status;
+    if (WEXITSTATUS(status) == not_possible) GTEST_SKIP() << "needs a mount namespace";
+    EXPECT_EQ(WEXITSTATUS(status), 0);
 }
 
 TEST(Event, LongestNamesStayApart) {
