@@ -25,6 +25,7 @@ void ClearError() {
 // true when the visitor never objected. The refusal that ends the list is no error.
 template <class Visitor>
 bool Probe(int16 hcam, boolean16 (*select)(int16, uns16), uns16& count, Visitor&& visit) {
+    const bv::ErrorHold hold;
     for (count = 0; count < index_end && select(hcam, count); ++count) {
         if (!visit()) return false;
     }

@@ -1,5 +1,6 @@
 #include "device/device_table.h"
 
+#include <filesystem>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <string>
@@ -19,6 +20,7 @@ using support::InstalledDriver;
 using support::ScriptedCamera;
 using support::ScriptedDriver;
 using support::TraceCapture;
+using testing::Contains;
 using testing::ElementsAre;
 
 class DeviceTable : public testing::Test {
@@ -201,24 +203,20 @@ TEST_F(DeviceTable, ClosesARemovedCameraWithoutAskingTheDriver) {
     EXPECT_EQ(open(), 1);
 }
 
-// Whatever fails on the way in, the application gets back to a camera that works.
-TEST_F(DeviceTable, RecoversFromAFailureOfAnyDriverCall) {
-    for (unsigned n = 1;; ++n) {
-        SCOPED_TRACE(n);
-        ASSERT_LT(n, 20u);
-        driver_.fail_call(n);
-        const boolean16 opened = open();
-        if (!driver_.fault_happened()) {
-            EXPECT_EQ(opened, 1);
-            break;
-        }
-        driver_.fail_call(0);
-        EXPECT_EQ(opened, 0);
-        EXPECT_NE(ApiGlobal::GetErrorCode(), 0);
-        dv_cam_close(hcam_);
-        ASSERT_EQ(open(), 1);
-        dv_cam_close(hcam_);
-    }
+// A name that can't be had takes nothing from the driver, which gets handles.
+TEST_F(DeviceTable, DoesWithoutTheNameThatAnotherUserHas) {
+    // Like an object of another user, a folder can't be opened, replaced or removed.
+    const std::string name = events_ + "BOF";
+    const std::filesystem::path taken = "/dev/shm/orvex." + name;
+    ASSERT_TRUE(std::filesystem::create_directory(taken));
+    EXPECT_EQ(open(), 1);
+    EXPECT_THAT(trace_.messages(bv::log_warning),
+                Contains("create_camera_events: The name of event " + name +
+                         " is another user's, only the driver can reach it"));
+    EXPECT_TRUE(camera().signal(ScriptedCamera::Ack::bof));
+    EXPECT_EQ(dv_event_wait(device()->bof, 0), 1);
+    EXPECT_EQ(dv_cam_close(hcam_), 1);
+    EXPECT_TRUE(std::filesystem::remove(taken));
 }
 
 TEST_F(DeviceTable, CountsAsOpenByItsState) {
