@@ -23,6 +23,8 @@ namespace {
 constexpr uns32 halt_wait_ms = 10;
 
 constexpr int64 nanoseconds_per_ms = 1000000;
+// Nobody waits longer for a camera, which may have sent garbage.
+constexpr int64 post_abort_max = 10000 * nanoseconds_per_ms;
 constexpr flt64 transfer_margin_ms = 2000;
 constexpr flt64 unknown_exposure_ms = 5000;
 
@@ -68,17 +70,22 @@ boolean16 StopAcquisition(int16 hcam) {
 }
 
 // Some cameras want to be left alone for a while after an abort.
-void WaitPostAbort(int16 hcam, uns32 waited_ms) {
+void WaitPostAbort(Call& call, int16 hcam, uns32 waited_ms) {
+    if (!bv::ReadsOf(hcam).cap_post_abort_delay) return;
     const int64 delay = bv::InfoOf(hcam).post_abort_delay;
-    if (!bv::ReadsOf(hcam).cap_post_abort_delay || delay == 0) return;
-    const int64 left = delay / nanoseconds_per_ms - waited_ms;
-    if (left > 0) {
-        platform::SleepMs(
-            static_cast<uns32>(std::min<int64>(left, std::numeric_limits<uns32>::max())));
+    if (delay > post_abort_max) {
+        call.warn("Post-abort delay of %lld ns is cut to %lld ns", static_cast<long long>(delay),
+                  static_cast<long long>(post_abort_max));
     }
+    if (const uns32 wait_ms = bv::PostAbortWaitMs(delay, waited_ms)) platform::SleepMs(wait_ms);
 }
 
 }  // namespace
+
+uns32 bv::PostAbortWaitMs(int64 delay, uns32 waited_ms) {
+    const int64 left = std::min(delay, post_abort_max) / nanoseconds_per_ms - waited_ms;
+    return static_cast<uns32>(std::max<int64>(left, 0));
+}
 
 boolean16 bv_exp_abort(int16 hcam, int16 cam_state) {
     Call call("bv_exp_abort", arg("hcam", hcam),
@@ -96,7 +103,7 @@ boolean16 bv_exp_abort(int16 hcam, int16 cam_state) {
     } else if (!StopAcquisition(hcam)) {
         return call.failed();
     }
-    WaitPostAbort(hcam, waited_ms);
+    WaitPostAbort(call, hcam, waited_ms);
     return call.result(!bv::ApiGlobal::IsErrorCodeSet());
 }
 

@@ -209,6 +209,7 @@ boolean16 dv_driver_is_image_data_active(int16 hcam) {
 
 int16 driver_get_status(int16 hcam, uns32* pByteCnt) {
     Call call("driver_get_status", arg("hcam", hcam), arg("pByteCnt", pByteCnt));
+    const bv::ErrorHold hold;
     int16 status = READOUT_NOT_ACTIVE;
     dv_status_record record{};
     *pByteCnt = 0;

@@ -113,6 +113,9 @@ boolean16 orvex_callbacks_create(orvex_device* device) {
     orvex_callbacks* record = KeptRecord(device);
     if (!record)
         return call.fail(C2_CANNOT_ALLOCATE_MEMORY, "Cannot allocate orvex_callbacks structure");
+    // One that is left of a life of this device that nobody ended; a thread of the module may be
+    // looking for one that never was.
+    if (record->notifier) record->notifier.reset();
     SetRecord(device, record);
     if (dv_device_kernel_mode(device)) {
         try {
@@ -181,6 +184,7 @@ boolean16 orvex_callbacks_stop(orvex_device* device) {
     if (record->notifier) {
         record->notifier->Stop();
     } else {
+        const bv::ErrorHold hold;
         if (!orvex_callbacks_wait_ready(device)) {
             call.warn("Cannot flush notifications, error ignored");
             ApiGlobal::ClearErrorCode(EXT_OPEN_EXCLUSIVE);

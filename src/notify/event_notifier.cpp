@@ -107,6 +107,7 @@ boolean16 EventNotifier::Flush() {
         count = pending_;
     }
     for (uns32 i = 0; i < count; ++i) {
+        const ErrorHold hold;
         if (!dv_ioctl(device_->hcam, DV_EVENT_NOTIFICATION_FLUSH, nullptr, 0, nullptr, 0, nullptr,
                       nullptr)) {
             ApiGlobal::ClearErrorCode(EXT_OPEN_EXCLUSIVE);

@@ -62,6 +62,7 @@ using Selector = Selection (*)(int16 hcam, uns16 index);
 // objected, which says nothing of the list's length.
 template <class Visitor>
 bool Probe(int16 hcam, Selector select, uns16& count, Visitor&& visit) {
+    const bv::ErrorHold hold;
     for (count = 0; count < index_end; ++count) {
         const Selection selection = select(hcam, count);
         if (selection == Selection::failed) return false;
@@ -75,6 +76,7 @@ bool Probe(int16 hcam, Selector select, uns16& count, Visitor&& visit) {
 // Selects again what was selected ahead of a probing. A camera may not take it back, as where
 // nothing was selected, which leaves the result and the error of the probing as they are.
 void Restore(int16 hcam, Selector select, uns16 index) {
+    const bv::ErrorHold hold;
     const int16 code = bv::ApiGlobal::GetErrorCode();
     if (select(hcam, index) == Selection::taken) return;
     ClearError();

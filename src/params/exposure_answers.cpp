@@ -159,6 +159,7 @@ boolean16 UsualClearMode(Call&, int16 hcam, Value& value) {
 }
 
 boolean16 CountsInterrupts(Call&, int16 hcam, Value& value) {
+    const ErrorHold hold;
     uns16 capabilities = 0;
     if (!dv_driver_get_pci_cap(hcam, &capabilities)) {
         ApiGlobal::ClearErrorCode(EXT_OPEN_EXCLUSIVE);

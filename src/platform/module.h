@@ -11,7 +11,8 @@ using ModuleHandle = void*;
 
 // A name with a directory is tried there, then by its base name. A bare name is sought in each
 // directory of ORVEX_MODULE_PATH, in the directory of this library, in its sub-directory "orvex",
-// then by the system's own search. Null when not found.
+// then by the system's own search. The first file that is there is the module: one that can't be
+// loaded is not passed over for another. Null when not found or not loaded.
 ModuleHandle LoadModule(const char* contract_name);
 
 // Null when the module has no such symbol.

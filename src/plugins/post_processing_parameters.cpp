@@ -261,6 +261,7 @@ boolean16 bv_pp_initialize_counts(int16 hcam) {
     cam_cfg_type& cfg = bv::ConfigOf(hcam);
     if (cfg.pp_initialized) return call.ok();
     if (bv::ReadsOf(hcam).cap_pp) {
+        const bv::ErrorHold hold;
         uns16 entries = 0;
         if (!bv_cam_pp_get_entries(hcam, &entries)) {
             // A list that was found empty still leaves the features of the plug-in.

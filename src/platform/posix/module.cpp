@@ -26,20 +26,20 @@ std::string NativeName(std::string_view contract_name) {
 
 ModuleHandle Open(const std::string& name) {
     ModuleHandle module = dlopen(name.c_str(), RTLD_NOW | RTLD_LOCAL);
-    // A file that is there and can't be loaded tells more than those that are not there.
-    if (!module && last_failure.empty()) {
+    if (!module) {
         const char* text = dlerror();
         last_failure = text ? text : "";
     }
     return module;
 }
 
-ModuleHandle OpenIfPresent(const std::string& path) {
+bool IsThere(const std::string& path) {
     std::error_code error;
-    return std::filesystem::exists(path, error) ? Open(path) : nullptr;
+    return std::filesystem::exists(path, error);
 }
 
-ModuleHandle SearchModulePath(const std::string& name) {
+// The file of a bare name; the name itself, for the system to look for, when there is none.
+std::string FindFile(const std::string& name) {
     const char* variable = std::getenv("ORVEX_MODULE_PATH");
     std::string_view left = variable ? variable : "";
     while (!left.empty()) {
@@ -47,9 +47,13 @@ ModuleHandle SearchModulePath(const std::string& name) {
         const std::string_view directory = left.substr(0, end);
         left.remove_prefix(std::min(end + 1, left.size()));
         if (directory.empty()) continue;
-        if (ModuleHandle module = OpenIfPresent(std::string(directory) + '/' + name)) return module;
+        if (std::string path = std::string(directory) + '/' + name; IsThere(path)) return path;
     }
-    return nullptr;
+    for (const char* beside_library : {"/", "/orvex/"}) {
+        if (std::string path = LibraryDirectory() + beside_library + name; IsThere(path))
+            return path;
+    }
+    return name;
 }
 
 std::string FindLibraryDirectory() {
@@ -73,18 +77,14 @@ ModuleHandle LoadModule(const char* contract_name) {
     }
     std::string name = NativeName(contract_name);
     if (const size_t slash = name.rfind('/'); slash != std::string::npos) {
-        if (ModuleHandle module = OpenIfPresent(name)) return module;
+        if (IsThere(name)) return Open(name);
         name.erase(0, slash + 1);
         if (name.empty()) {
             last_failure = "no module name";
             return nullptr;
         }
     }
-    if (ModuleHandle module = SearchModulePath(name)) return module;
-    const std::string directory = LibraryDirectory();
-    if (ModuleHandle module = OpenIfPresent(directory + '/' + name)) return module;
-    if (ModuleHandle module = OpenIfPresent(directory + "/orvex/" + name)) return module;
-    return Open(name);
+    return Open(FindFile(name));
 }
 
 void* FindSymbol(ModuleHandle module, const char* name) {

@@ -89,6 +89,17 @@ TEST_F(Abort, StopsAnAcquisition) {
     EXPECT_EQ(camera_.cam_info().exp_started, 0);
 }
 
+TEST(PostAbortWait, IsWhatIsLeftAndNeverLong) {
+    const std::tuple<int64, uns32, uns32> cases[] = {
+        {50'999'999, 20, 30},        {50'000'000, 50, 0},         {5'000'000, 10, 0},
+        {-1'000'000'000, 0, 0},      {10'000'000'000, 0, 10'000}, {11'000'000'000, 10, 9'990},
+        {int64{1} << 62, 0, 10'000},
+    };
+    for (const auto& [delay, waited_ms, wait_ms] : cases) {
+        EXPECT_EQ(bv::PostAbortWaitMs(delay, waited_ms), wait_ms) << delay;
+    }
+}
+
 // Lower bounds only: a slow machine may take longer.
 TEST_F(Abort, LeavesTheCameraAlone) {
     EXPECT_GE(MillisecondsOf(CCS_HALT), 10.0);

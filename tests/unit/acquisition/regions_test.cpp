@@ -3,6 +3,7 @@
 #include <array>
 #include <gtest/gtest.h>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "orvex/orvex_errors.h"
@@ -161,10 +162,12 @@ TEST(Snapshot, TakesTheDelaysAndTheModesOfTheSensor) {
 TEST(Snapshot, CameraThatKnowsNothingOfMpp) {
     SetupCamera camera;
     camera.reads().mpp_capable = MPP_UNKNOWN;
+    std::thread([] { bv::ApiGlobal::SetErrorCode(EXT_OPEN_EXCLUSIVE, 39); }).join();
     active_camera_type cam;
     ASSERT_EQ(bv_get_camera_info(camera.hcam, &cam), 1);
     EXPECT_EQ(cam.mpp_selectable, 0);
     EXPECT_FALSE(bv::ApiGlobal::IsErrorCodeSet());
+    EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), 39) << "another thread's own";
 }
 
 TEST(ParallelMode, Flags) {

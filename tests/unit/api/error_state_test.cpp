@@ -1,13 +1,21 @@
 #include <algorithm>
 #include <cstring>
+#include <functional>
 #include <gtest/gtest.h>
 #include <set>
 #include <string>
 #include <system_error>
+#include <thread>
+#include <utility>
 
 #include "orvex/orvex.h"
 
 #include "api/api_entry_layer.h"
+#include "camera/open.h"
+#include "device/image_transfer.h"
+#include "messages/bridge.h"
+#include "params/dispatch.h"
+#include "params/post_processing.h"
 #include "state/api_locks.h"
 #include "support/core/test_camera.h"
 #include "support/core/trace_capture.h"
@@ -31,6 +39,45 @@ TEST_F(OpenCamera, SuccessClearsAnEarlierError) {
     EXPECT_EQ(ox_error_code(), 40);
     EXPECT_EQ(ox_cam_check(hcam), 1);
     EXPECT_EQ(ox_error_code(), 0);
+}
+
+// Steps whose failure is no failure of the operation around them.
+TEST_F(OpenCamera, AFailureThatIsIgnoredLeavesTheCodeOfAnotherThread) {
+    camera_.camera().refuse(DV_GET_IMAGE_DATA_STATUS).refuse(DV_GET_VER);
+    camera_.camera().refuse(DV_GET_BRIDGE_CAPS_SIZE).refuse(DV_CAM_CLOSE);
+    camera_.firmware().bridge_reply(OZ_DATA_GET_FRIENDLY_NAME, 0, BC_NO_MEMORY, {});
+    camera_.reads().cap_pp = 1;
+    camera_.firmware().ignore(SET_PP_FEATURE_IDX);
+    const std::pair<const char*, std::function<void()>> steps[] = {
+        {"status",
+         [] {
+             uns32 bytes = 0;
+             driver_get_status(hcam, &bytes);
+         }},
+        {"interrupts",
+         [] {
+             uns16 there = 0;
+             bv_get_param(hcam, PARAM_BOF_EOF_ENABLE, ATTR_AVAIL, &there);
+         }},
+        {"bridge", [this] { camera_.cam_info().bridge_caps->Read(hcam); }},
+        {"systems", [] { oz_bridge_read_cam_systems_info(hcam); }},
+        {"features",
+         [] {
+             uns16 entries = 0;
+             bv_cam_pp_get_entries(hcam, &entries);
+         }},
+        {"close", [] { bv_cam_close(hcam); }},
+    };
+    for (const auto& [name, step] : steps) {
+        SCOPED_TRACE(name);
+        bv::ApiGlobal::ClearErrorCode(EXT_OPEN_EXCLUSIVE);
+        std::thread([] { bv::ApiGlobal::SetErrorCode(EXT_OPEN_EXCLUSIVE, 39); }).join();
+        support::TraceCapture trace;
+        step();
+        EXPECT_TRUE(trace.contains("bv::ApiGlobal::ClearErrorCode: RETURN ()"))
+            << "nothing was ignored";
+        EXPECT_EQ(ox_error_code(), 39);
+    }
 }
 
 TEST_F(OpenCamera, CameraIndexIsBounded) {

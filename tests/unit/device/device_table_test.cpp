@@ -1,5 +1,6 @@
 #include "device/device_table.h"
 
+#include <filesystem>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <string>
@@ -19,6 +20,7 @@ using support::InstalledDriver;
 using support::ScriptedCamera;
 using support::ScriptedDriver;
 using support::TraceCapture;
+using testing::Contains;
 using testing::ElementsAre;
 
 class DeviceTable : public testing::Test {
@@ -164,6 +166,22 @@ TEST_F(DeviceTable, ClosesARemovedCameraWithoutAskingTheDriver) {
     EXPECT_EQ(camera().state(), uint32_t{DEVICE_CLOSED});
     EXPECT_EQ(device()->hcam, -1);
     EXPECT_EQ(open(), 1);
+}
+
+// A name that can't be had takes nothing from the driver, which gets handles.
+TEST_F(DeviceTable, DoesWithoutTheNameThatAnotherUserHas) {
+    // Like an object of another user, a folder can't be opened, replaced or removed.
+    const std::string name = events_ + "BOF";
+    const std::filesystem::path taken = "/dev/shm/orvex." + name;
+    ASSERT_TRUE(std::filesystem::create_directory(taken));
+    EXPECT_EQ(open(), 1);
+    EXPECT_THAT(trace_.messages(bv::log_warning),
+                Contains("create_camera_events: The name of event " + name +
+                         " is another user's, only the driver can reach it"));
+    EXPECT_TRUE(camera().signal(ScriptedCamera::Ack::bof));
+    EXPECT_EQ(dv_event_wait(device()->bof, 0), 1);
+    EXPECT_EQ(dv_cam_close(hcam_), 1);
+    EXPECT_TRUE(std::filesystem::remove(taken));
 }
 
 TEST_F(DeviceTable, CountsAsOpenByItsState) {

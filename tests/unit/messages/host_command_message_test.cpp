@@ -188,6 +188,17 @@ TEST_F(HostCommandMessageTest, RefusalByTheFirmware) {
                               "Host command message failed with code 7"));
 }
 
+TEST_F(HostCommandMessageTest, AReplyWithoutItsStatusIsAFailure) {
+    camera_.use_reply_status();
+    camera_.camera().queue_reply({});
+    support::TraceCapture trace;
+    HostCommandMessage message(hcam);
+    message.AddWriteAndReadBack(SET_OFFSET, uns16{1}, GET_OFFSET);
+    EXPECT_TRUE(trace.refused(
+        message.Execute(), C7_DRIVER_COM_ERROR,
+        "Host command message failed with code " + std::to_string(static_cast<int>(SET_OFFSET))));
+}
+
 // 16 bits hold neither length; nothing may go out that the camera would take for something else.
 TEST_F(HostCommandMessageTest, LengthBeyondSixteenBitsIsRefused) {
     const std::vector<uns8> block(65533);

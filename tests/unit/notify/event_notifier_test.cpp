@@ -200,8 +200,20 @@ TEST_F(EventNotifierTest, UnreachableDeviceFileFailsTheStart) {
     int16 handle = -1;
     EXPECT_EQ(dv_cam_open("Camera 0", &handle), 0);
     EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), C0_RESOURCE_ALLOCATION_FAILED);
-    EXPECT_EQ(dv_cam_close(hcam), 1);
+    EXPECT_EQ(camera().state(), uint32_t{DEVICE_CLOSED}) << "nobody has a handle to close it";
+    EXPECT_EQ(camera().ioctl_codes().back(), uint32_t{DV_CAM_CLOSE});
+    EXPECT_EQ(device()->write_ack, nullptr);
     std::strcpy(device()->path, former.c_str());
+    EXPECT_EQ(dv_cam_open("Camera 0", &handle), 1);
+}
+
+// A record lives as long as the process, and a module may describe the device anew.
+TEST_F(EventNotifierTest, FormerModeOfADeviceIsForgotten) {
+    EXPECT_EQ(orvex_callbacks_stop(device()), 1);
+    std::atomic_ref(device()->callbacks).store(nullptr);
+    device()->driver->delivery = 0;
+    EXPECT_EQ(orvex_callbacks_create(device()), 1);
+    EXPECT_EQ(static_cast<orvex_callbacks*>(device()->callbacks)->notifier, nullptr);
 }
 
 TEST_F(EventNotifierTest, ModuleMayNotDeliverBesideTheDriver) {
