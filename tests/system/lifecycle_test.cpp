@@ -1,7 +1,6 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <mutex>
 #include <string>
@@ -11,9 +10,7 @@
 
 #include "support/scripted_driver.h"
 
-#include "child_process.h"
-
-// Runs of the library, threads in them, and ends of the process.
+// Runs of the library, and threads in them.
 namespace {
 
 int16 Open(std::string name) {
@@ -134,21 +131,6 @@ TEST_F(Run, ManyThreadsShareTheInterface) {
     }
     for (std::thread& thread : threads) thread.join();
     EXPECT_EQ(failures, 0);
-}
-
-// --- ends of the process
-
-TEST(ProcessEnd, NeedsNoUninit) {
-    const ChildRun run = RunInChild("end_with_open_cameras", "LSAN_OPTIONS=detect_leaks=0");
-    EXPECT_EQ(run.exit_code, 0) << run.output;
-}
-
-TEST(ProcessEnd, AnswersCallsToTheLast) {
-    for (const char* environment : {"", "ORVEX_CORE_LOG_FILE=/dev/null"}) {
-        const ChildRun run = RunInChild("late_calls", environment);
-        EXPECT_EQ(run.exit_code, 0) << run.output;
-        EXPECT_THAT(run.output, testing::HasSubstr("late calls are answered"));
-    }
 }
 
 }  // namespace
