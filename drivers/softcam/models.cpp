@@ -3,6 +3,7 @@
 #include "orvex/orvex_ddi.h"
 #include "orvex/orvex_types.h"
 
+#include "engine/module.h"
 #include "softcam/model.h"
 
 namespace softcam {
@@ -287,8 +288,9 @@ Model ElectronMultiplying() {
 }  // namespace
 
 std::span<const Model> AllModels() {
-    static const std::array<Model, 4> models = {Ccd(), Cmos(), Plain(), ElectronMultiplying()};
-    return models;
+    static const engine::SharedByCameras models(
+        std::array{Ccd(), Cmos(), Plain(), ElectronMultiplying()});
+    return *models;
 }
 
 const Model* FindModel(std::string_view type) {

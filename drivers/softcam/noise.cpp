@@ -2,6 +2,8 @@
 
 #include <cmath>
 
+#include "engine/module.h"
+
 namespace softcam {
 
 Noise::Noise(uint64_t seed)
@@ -13,7 +15,7 @@ Noise::Noise(uint64_t seed)
 
 const Noise::NormalTable& Noise::SharedNormal() {
     // Quantiles of the normal distribution, so that the table itself has mean 0 and variance 1.
-    static const std::unique_ptr<const NormalTable> table = [] {
+    static const engine::SharedByCameras table([] {
         auto made = std::make_unique<NormalTable>();
         const size_t size = made->size();
         double z = -5.0;
@@ -32,12 +34,12 @@ const Noise::NormalTable& Noise::SharedNormal() {
             (*made)[i] = static_cast<float>(z);
         }
         return made;
-    }();
-    return *table;
+    }());
+    return **table;
 }
 
 const Noise::PoissonTable& Noise::SharedPoisson() {
-    static const std::unique_ptr<const PoissonTable> table = [] {
+    static const engine::SharedByCameras table([] {
         auto made = std::make_unique<PoissonTable>();
         for (size_t row = 0; row < made->size(); ++row) {
             // The middle of the step that the row stands for.
@@ -58,8 +60,8 @@ const Noise::PoissonTable& Noise::SharedPoisson() {
             }
         }
         return made;
-    }();
-    return *table;
+    }());
+    return **table;
 }
 
 uint32_t Noise::Poisson(float mean) {

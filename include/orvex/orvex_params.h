@@ -8,6 +8,11 @@
 #ifndef ORVEX_PARAMS_H
 #define ORVEX_PARAMS_H
 
+/* Lists end with a comma, which the oldest dialects take with a warning. */
+#if defined(__GNUC__) && defined(__cplusplus) && __cplusplus < 201103L
+#pragma GCC system_header
+#endif
+
 /**
  * All parameters in order of their ids, as X(name, id). What "asks" costs an exchange with the
  * camera, which ends a running acquisition; what asks the driver alone does not.

@@ -86,3 +86,23 @@ def test_the_example_of_the_readme():
     lines = run.stdout.splitlines()
     assert lines[3].startswith("(240, 320) ") and lines[4] == "(10, 256, 256)"
     assert lines[-1].startswith("True the set-up was refused: Invalid region (C3_RGN_INVALID)")
+
+
+def test_a_forked_child_starts_anew():
+    script = """if True:
+        import orvex, os, sys
+        camera = orvex.Camera(0)
+        child = os.fork()
+        if child == 0:
+            try:
+                camera.temp
+            except orvex.Error as error:
+                assert error.code == orvex.C2_ORVEX_NOT_INITED
+                with orvex.Camera(0) as own:
+                    sys.exit(own.snap(1).size == 0)
+            sys.exit(3)
+        assert os.waitpid(child, 0)[1] == 0
+        assert camera.snap(1).size > 0
+        """
+    run = subprocess.run([sys.executable, "-c", script], capture_output=True, text=True, timeout=100)
+    assert run.returncode == 0, run.stderr

@@ -6,6 +6,7 @@
 
 #include "camera/open.h"
 #include "camera/tables.h"
+#include "platform/module.h"
 #include "plugins/post_processing_host.h"
 #include "state/api_global.h"
 #include "state/camera_tables.h"
@@ -40,6 +41,7 @@ boolean16 orvex_init(bv::Call& call) {
     if (!oz_cam_init_globals()) return call.failed();
     bv_pop_loadlibrary();
     oz_orvex_notify_user();
+    platform::KeepLibrary();
     orvex_initialized = 1;
     return bv::OZ_OK;
 }
@@ -51,6 +53,7 @@ boolean16 orvex_uninit(bv::Call& call) {
         CloseAllCameras();
         oz_cam_uninit_globals();
         orvex_initialized = 0;
+        platform::ReleaseLibrary();
     } else {
         result = call.fail(C2_ORVEX_NOT_INITED, "ORVEX is not initialized");
     }

@@ -9,6 +9,8 @@
 #include "device/ddi.h"
 #include "device/device_table.h"
 #include "log/enum_texts.h"
+#include "log/never_destroyed.h"
+#include "platform/fork.h"
 #include "state/call.h"
 
 using bv::ApiGlobal;
@@ -87,14 +89,21 @@ uint16_t DeliverEvent(orvex_device* device, uint32_t event) {
     return orvex_callbacks_invoke(device, event);
 }
 
+struct KeptRecords {
+    std::mutex lock;
+    std::unordered_map<orvex_device*, std::unique_ptr<orvex_callbacks>> of_devices;
+};
+bv::NeverDestroyed<KeptRecords> kept_records;
+
+// A forked child may find other devices at the same addresses.
+const platform::ForkHandler forget_records([] { new (&kept_records.value) KeptRecords; });
+
 // The one record that a device has in its life, empty; null without memory.
 orvex_callbacks* KeptRecord(orvex_device* device) {
-    using Records = std::unordered_map<orvex_device*, std::unique_ptr<orvex_callbacks>>;
-    static std::mutex lock;
+    KeptRecords& kept = kept_records.value;
     try {
-        static Records& records = *new Records;
-        const std::lock_guard guard(lock);
-        std::unique_ptr<orvex_callbacks>& record = records[device];
+        const std::lock_guard guard(kept.lock);
+        std::unique_ptr<orvex_callbacks>& record = kept.of_devices[device];
         if (!record) {
             record = std::make_unique<orvex_callbacks>();
             record->delivery = {DeliverLatest, DeliverEvent};

@@ -1,5 +1,6 @@
 #include "notify/delivery_thread.h"
 
+#include "platform/module.h"
 #include "platform/mutex.h"
 
 namespace bv {
@@ -29,6 +30,7 @@ bool DeliveryThread::Finish(uint32_t lock_limit_ms) {
         }
         behind_lock_ms = progress_->waits_for_lock ? behind_lock_ms + round_ms : 0;
     }
+    platform::KeepLibraryForGood();
     thread_.detach();
     return false;
 }

@@ -16,6 +16,8 @@ class ErrorCheckingMutex {
 
     void lock();
     void unlock();
+    // In a forked child: free, whoever held it in the parent.
+    void Renew();
 
   private:
     pthread_mutex_t mutex_ = PTHREAD_ERRORCHECK_MUTEX_INITIALIZER_NP;

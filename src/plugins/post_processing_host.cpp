@@ -21,7 +21,7 @@ constinit bv::post_processing_plugin plugin;
 
 // The suite installs itself on the system's drive.
 std::string PluginPath() {
-    const char* drive = std::getenv("SystemDrive");
+    const char* drive = secure_getenv("SystemDrive");
     std::string path = drive ? drive : "";
     path += "\\Program Files\\Brelvane\\Kelmo64\\BV_PoP.dll";
     if (path.size() > path_length_max) path.resize(path_length_max);

@@ -1,5 +1,4 @@
 #include <atomic>
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <string>
 #include <thread>
@@ -8,10 +7,9 @@
 
 #include "support/scripted_driver.h"
 
-#include "child_process.h"
 #include "run_camera.h"
 
-// Runs of the library, threads in them, and ends of the process.
+// Runs of the library, and threads in them.
 namespace {
 
 int16 Open(std::string name) {
@@ -100,21 +98,6 @@ TEST_F(Run, ManyThreadsShareTheInterface) {
     }
     for (std::thread& thread : threads) thread.join();
     EXPECT_EQ(failures, 0);
-}
-
-// --- ends of the process
-
-TEST(ProcessEnd, NeedsNoUninit) {
-    const ChildRun run = RunInChild("end_with_open_cameras", "LSAN_OPTIONS=detect_leaks=0");
-    EXPECT_EQ(run.exit_code, 0) << run.output;
-}
-
-TEST(ProcessEnd, AnswersCallsToTheLast) {
-    for (const char* environment : {"", "ORVEX_CORE_LOG_FILE=/dev/null"}) {
-        const ChildRun run = RunInChild("late_calls", environment);
-        EXPECT_EQ(run.exit_code, 0) << run.output;
-        EXPECT_THAT(run.output, testing::HasSubstr("late calls are answered"));
-    }
 }
 
 }  // namespace

@@ -26,6 +26,10 @@ void ErrorCheckingMutex::unlock() {
     pthread_mutex_unlock(&mutex_);
 }
 
+void ErrorCheckingMutex::Renew() {
+    mutex_ = PTHREAD_ERRORCHECK_MUTEX_INITIALIZER_NP;
+}
+
 void MarkWaitsOfThisThread(std::atomic<bool>* mark) {
     waiting_mark = mark;
 }

@@ -3,6 +3,7 @@
 #include <cstring>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <sys/un.h>
@@ -254,6 +255,45 @@ TEST_F(Notifications, MessagesOfTheWrongShapeAreIgnored) {
     host.Submit(2);
     channel_.FlushOne();
     EXPECT_EQ(host.Take().id, 2u);
+}
+
+double ProcessSeconds() {
+    timespec used{};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &used);
+    return static_cast<double>(used.tv_sec) + static_cast<double>(used.tv_nsec) * 1e-9;
+}
+
+// A connection that can't be taken for want of a descriptor waits, and costs nothing.
+TEST_F(Notifications, WaitsForADescriptorInPeace) {
+    rlimit former{};
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &former), 0);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::strncpy(address.sun_path, path_.c_str(), sizeof(address.sun_path) - 1);
+    const int host = socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
+    const int next = dup(host);
+    close(next);
+    const rlimit none{static_cast<rlim_t>(next), former.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
+    EXPECT_EQ(connect(host, reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
+    const double before = ProcessSeconds();
+    std::this_thread::sleep_for(std::chrono::milliseconds(500));
+    EXPECT_LT(ProcessSeconds() - before, 0.25);
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &former), 0);
+
+    dv_file_request request{};
+    request.operation = DV_FILE_SUBMIT;
+    request.code = DV_EVENT_NOTIFICATION_REQUEST;
+    request.id = 7;
+    request.in.mask = everything;
+    EXPECT_EQ(send(host, &request, sizeof(request), MSG_NOSIGNAL),
+              static_cast<ssize_t>(sizeof(request)));
+    dv_file_completion completion{};
+    channel_.Report(EndOfFrame(1));
+    EXPECT_EQ(recv(host, &completion, sizeof(completion), 0),
+              static_cast<ssize_t>(sizeof(completion)));
+    EXPECT_EQ(completion.id, 7u);
+    close(host);
 }
 
 }  // namespace
