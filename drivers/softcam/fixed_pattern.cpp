@@ -1,7 +1,6 @@
 #include "softcam/fixed_pattern.h"
 
 #include <algorithm>
-#include <cmath>
 
 #include "softcam/noise.h"
 
@@ -17,7 +16,9 @@ FixedPattern::FixedPattern(const Geometry& geometry, uint64_t seed)
     for (uint32_t row = 0; row < rows_; ++row) {
         noise.Normal(line);
         std::ranges::transform(line, &deviates_[size_t{row} * columns_], [](float deviate) {
-            return static_cast<int8_t>(std::lround(std::clamp(deviate / step, -127.0F, 127.0F)));
+            // Steps from 1 on, so that the conversion rounds to the nearest.
+            const float steps = std::clamp(deviate / step, -127.0F, 127.0F) + 128.5F;
+            return static_cast<int8_t>(static_cast<int32_t>(steps) - 128);
         });
     }
 }
