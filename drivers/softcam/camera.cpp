@@ -120,12 +120,15 @@ bool Camera::Execute() {
     StopRun();
     // Here and not in the run, which may be stopped before it begins.
     live_.frames_written = 0;
+    live_.frames_behind = 0;
+    live_.schedule_lost_ns = 0;
     pump_.Start([this] { Run(); });
     return true;
 }
 
 void Camera::Run() {
     live_.running = true;
+    if (!options_.ideal && !pattern_) pattern_.emplace(options_.model->geometry, options_.seed);
     RunContext context{
         .model = *options_.model,
         .settings = firmware_.settings,
@@ -137,11 +140,13 @@ void Camera::Run() {
         .host = *host_,
         .trigger = options_.trigger,
         .hot_pixels = hot_pixels_,
+        .pattern = pattern_ ? &*pattern_ : nullptr,
+        .cooler = firmware_.cooler,
         .ideal = options_.ideal,
         .stamp = options_.stamp,
         .flux = options_.flux,
         .time_scale = options_.time_scale,
-        .temperature = firmware_.cooler.Temperature() / 100.0,
+        .noise_frames = options_.noise_frames,
     };
     if (options_.model->dialect == Dialect::full)
         RunFullProgram(context, full_program_);

@@ -57,6 +57,7 @@ class Camera : public engine::Sensor, private CameraActions {
     std::vector<engine::BridgeNode> nodes_;
     std::unique_ptr<Scene> scene_;
     std::vector<HotPixel> hot_pixels_;
+    std::optional<FixedPattern> pattern_;  // made for the first run with noise
     LiveState live_;
     Faults faults_;
     Firmware firmware_;

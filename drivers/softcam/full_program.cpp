@@ -1,9 +1,12 @@
 #include "softcam/full_program.h"
 
+#include <algorithm>
+
 #include "orvex/orvex_types.h"
 
 #include "softcam/ccl_interpreter.h"
 #include "softcam/digitizer.h"
+#include "softcam/exposure.h"
 
 namespace softcam {
 namespace {
@@ -24,7 +27,8 @@ class Ccd : public ProgramEffects {
     explicit Ccd(RunContext& context)
         : context_(context),
           clock_(context.pump, context.time_scale),
-          charge_(LayoutOf(context.model.geometry, context.model.abilities.frame_transfer)),
+          charge_(LayoutOf(context.model.geometry, context.model.abilities.frame_transfer),
+                  context.ideal ? 0 : context.model.physics.transfer_loss, &context.noise),
           digitizer_(context.model, context.settings, context.ideal),
           pixel_ns_(CurrentSpeed(context.model, context.settings).pixel_time_ns) {}
 
@@ -82,13 +86,16 @@ class Ccd : public ProgramEffects {
         if (frame_.size() > frame_limit) return false;
         const size_t start = frame_.size();
         frame_.resize(start + size_t{pixels} * 2);
-        for (size_t i = 0; i < pixels; ++i) {
-            uint32_t electrons = 0;
-            for (uint32_t shift = 0; shift < serial_bin_; ++shift)
-                electrons += charge_.ShiftSerial();
-            engine::StoreLittle(&frame_[start + 2 * i],
-                                digitizer_.Convert(electrons, context_.noise), 2);
+        electrons_.resize(pixels);
+        for (float& pixel : electrons_) {
+            uint32_t charge = 0;
+            for (uint32_t shift = 0; shift < serial_bin_; ++shift) charge += charge_.ShiftSerial();
+            pixel = static_cast<float>(charge);
         }
+        counts_.resize(pixels);
+        digitizer_.Convert(electrons_, context_.noise, 1, counts_);
+        for (size_t i = 0; i < pixels; ++i)
+            engine::StoreLittle(&frame_[start + 2 * i], counts_[i], 2);
         pending_ns_ += pixels * pixel_ns_;
         return !context_.pump.Stopping();
     }
@@ -133,48 +140,25 @@ class Ccd : public ProgramEffects {
     // Light that fell through the open shutter, and what heat adds with the shutter closed too.
     bool Collect(int64_t nanoseconds) {
         const bool lit = !context_.model.shutter || context_.live.shutter_open;
-        if (context_.ideal) {
-            if (lit) CollectIdeal();
-            return !context_.pump.Stopping();
-        }
-        const double seconds = static_cast<double>(nanoseconds) * 1e-9;
-        const auto dark = static_cast<float>(DarkCurrent(context_) * seconds);
-        charge_.AddEverywhere([&](std::span<uint32_t> row) {
-            for (uint32_t& pixel : row) pixel += context_.noise.Poisson(dark);
-        });
-        CollectHotPixels(dark * hot_pixel_factor);
-        if (lit) CollectPhotons(static_cast<float>(context_.flux * seconds));
-        return !context_.pump.Stopping();
-    }
-
-    void CollectIdeal() {
+        const bool ideal = context_.ideal;
+        if (ideal && !lit) return !context_.pump.Stopping();
         const Image& image = context_.scene.At(at_);
-        charge_.Illuminate([&](uint32_t row, std::span<uint32_t> pixels) {
-            const uint16_t* light = &image.pixels[size_t{row} * image.columns];
-            for (size_t i = 0; i < pixels.size(); ++i) pixels[i] += light[i];
-        });
-    }
-
-    void CollectHotPixels(float electrons) {
-        if (context_.hot_pixels.empty()) return;
-        charge_.Illuminate([&](uint32_t row, std::span<uint32_t> pixels) {
-            for (const HotPixel& hot : HotPixelsOf(context_.hot_pixels, row, row))
-                pixels[hot.column] =
-                    std::min(pixels[hot.column] + context_.noise.Poisson(electrons),
-                             context_.model.physics.full_well);
-        });
-    }
-
-    void CollectPhotons(float electrons_per_unit) {
-        const Image& image = context_.scene.At(at_);
-        const uint32_t full_well = context_.model.physics.full_well;
-        charge_.Illuminate([&](uint32_t row, std::span<uint32_t> pixels) {
-            const uint16_t* light = &image.pixels[size_t{row} * image.columns];
-            for (size_t i = 0; i < pixels.size(); ++i) {
-                const float mean = static_cast<float>(light[i]) * electrons_per_unit;
-                pixels[i] = std::min(pixels[i] + context_.noise.Poisson(mean), full_well);
+        // One that a trigger began and ended had some length.
+        Exposure exposure(context_, std::max<int64_t>(nanoseconds, 1));
+        const uint32_t limit = ideal ? 0xFFFFFFFF : context_.model.physics.full_well;
+        electrons_.resize(charge_.Layout().columns);
+        charge_.Charge(!ideal, [&](int32_t row, std::span<uint32_t> pixels) {
+            if (row < 0) {
+                exposure.CollectDark(electrons_);
+            } else {
+                const auto image_row = static_cast<uint32_t>(row);
+                const uint16_t* light = &image.pixels[size_t{image_row} * image.columns];
+                exposure.Collect(image_row, 0, light, lit, electrons_);
             }
+            for (size_t i = 0; i < pixels.size(); ++i)
+                pixels[i] = std::min(pixels[i] + static_cast<uint32_t>(electrons_[i]), limit);
         });
+        return !context_.pump.Stopping();
     }
 
     RunContext& context_;
@@ -186,6 +170,8 @@ class Ccd : public ProgramEffects {
     double at_ = 0;
     uint32_t serial_bin_ = 1;
     uint16_t port_ = 0;
+    std::vector<float> electrons_;  // of the row at hand
+    std::vector<uint16_t> counts_;
     std::vector<uint8_t> frame_;
 };
 

@@ -28,6 +28,7 @@ struct Speed {
     uint8_t bits = 16;
     std::vector<double> electrons_per_count{};  // by gain index, from 1
     std::vector<std::string_view> gain_names{};
+    std::vector<double> read_noise{};  // electrons, root mean square, by gain index
 };
 
 struct ReadoutPort {
@@ -148,8 +149,11 @@ struct Abilities {
 
 struct Physics {
     uint32_t full_well = 0;           // electrons
-    double read_noise = 0;            // electrons, root mean square
     double dark_current = 0;          // electrons per pixel and second at 20 degrees
+    double dark_spread = 0;           // by which pixels differ in it, share, root mean square
+    double prnu = 0;                  // and in sensitivity
+    double dsnu = 0;                  // offsets of pixels that have amplifiers, electrons
+    double transfer_loss = 0;         // share of a charge that stays behind at every shift
     int16_t bias = 0;                 // counts
     double row_time_us = 0;           // readout of one row where rows are converted at once
     int16_t min_temperature = -3000;  // hundredths of a degree Celsius

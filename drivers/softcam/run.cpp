@@ -2,11 +2,21 @@
 
 #include <cmath>
 
+#include "softcam/firmware.h"
+
 namespace softcam {
+
+namespace {
+
+// A frame that comes later than this after its time counts as behind schedule.
+constexpr std::chrono::milliseconds pace_tolerance{1};
+
+}  // namespace
 
 double DarkCurrent(const RunContext& context) {
     // It doubles every 7 degrees.
-    return context.model.physics.dark_current * std::exp2((context.temperature - 20.0) / 7.0);
+    const double temperature = context.cooler.Temperature() / 100.0;
+    return context.model.physics.dark_current * std::exp2((temperature - 20.0) / 7.0);
 }
 
 bool DeliverFrame(RunContext& context, CameraClock& clock, int64_t readout_ns,
@@ -15,6 +25,8 @@ bool DeliverFrame(RunContext& context, CameraClock& clock, int64_t readout_ns,
     if (context.faults.Strikes(Fault::stuck_transfer)) return context.pump.SleepForever();
     host.FrameBegins(engine::CurrentTimeStamp());
     if (!clock.Pass(readout_ns)) return false;
+    if (clock.Behind() > pace_tolerance) ++context.live.frames_behind;
+    context.live.schedule_lost_ns = clock.Lost().count();
     if (context.faults.Strikes(Fault::failed_transfer)) {
         host.FrameFails();
         return context.pump.SleepForever();

@@ -4,6 +4,7 @@
 
 #include "engine/sensor.h"
 #include "softcam/faults.h"
+#include "softcam/fixed_pattern.h"
 #include "softcam/frame_pump.h"
 #include "softcam/hot_pixels.h"
 #include "softcam/noise.h"
@@ -19,6 +20,8 @@ struct TriggerSource {
     bool manual = false;
 };
 
+class Cooler;
+
 // What a run of a program works with; all of it outlives the run.
 struct RunContext {
     const Model& model;
@@ -31,14 +34,16 @@ struct RunContext {
     engine::HostSide& host;
     TriggerSource trigger;
     std::span<const HotPixel> hot_pixels;
+    const FixedPattern* pattern = nullptr;  // null in ideal mode
+    const Cooler& cooler;
     bool ideal = false;
     bool stamp = false;  // frame number in the first and last 4 bytes of every frame
     double flux = 20.0;  // electrons per second and unit of scene brightness
     double time_scale = 1.0;
-    double temperature = 0;  // degrees Celsius
+    uint32_t noise_frames = 8;  // different ones, where frames are repeated; 0: all differ
 };
 
-// Electrons that heat alone frees in one second.
+// Electrons that heat alone frees in one second, at the present temperature.
 double DarkCurrent(const RunContext& context);
 
 // Hands a finished frame to the host as it is read out: begin, pixels, end. False when the run is

@@ -14,8 +14,8 @@ namespace softcam {
 namespace {
 
 // A region keeps its alignment in memory; pixels go out least significant byte first.
-engine::Bytes PixelBytes(const Image& image) {
-    return {reinterpret_cast<const uint8_t*>(image.pixels.data()), image.pixels.size() * 2};
+std::span<uint8_t> PixelBytes(Image& image) {
+    return {reinterpret_cast<uint8_t*>(image.pixels.data()), image.pixels.size() * 2};
 }
 
 class Cmos {
@@ -90,7 +90,7 @@ class Cmos {
             ExposesDuringReadout(index) ? std::min(exposure_ns, readout_ns_) : 0;
         const double at = clock_.Seconds() - static_cast<double>(passed_ns) * 1e-9;
         if (!clock_.Pass(exposure_ns - passed_ns)) return false;
-        std::vector<uint8_t>& frame = Rendered(index, exposure_ns, at);
+        const std::span<uint8_t> frame = Rendered(index, exposure_ns, at);
         if (context_.pump.Stopping()) return false;
         if (context_.settings.metadata) Stamp(frame, index, exposure_ns);
         return DeliverFrame(context_, clock_, readout_ns_, frame);
@@ -106,27 +106,41 @@ class Cmos {
                                      .color = context_.model.color});
     }
 
-    // At full speed one rendered exposure is delivered over and over, one for each entry of the
-    // exposure list; what moves or depends on the frames before is rendered every time.
-    std::vector<uint8_t>& Rendered(uint64_t index, int64_t exposure_ns, double at) {
+    // How many frames differ before they are delivered again, for each entry of an exposure list;
+    // 0 where every frame is rendered. At full speed a frame is to cost one copy; what moves or
+    // depends on the frames before can't be repeated.
+    size_t Repeats() const {
+        if (context_.scene.Moves() || filters_.Remembers()) return 0;
+        if (context_.ideal) return 1;
+        return context_.time_scale <= 0 ? context_.noise_frames : 0;
+    }
+
+    std::span<uint8_t> Rendered(uint64_t index, int64_t exposure_ns, double at) {
         const Settings& settings = context_.settings;
         const bool listed = settings.tidal_enabled && !settings.tidal_exposures.empty();
-        const size_t variants = listed ? settings.tidal_exposures.size() : 1;
-        const bool reuse = (context_.time_scale <= 0 || context_.ideal) &&
-                           !context_.scene.Moves() && !filters_.Remembers();
-        const size_t variant = reuse ? index % variants : 0;
-        if (frames_.size() < variants) frames_.resize(variants);
-        if (!reuse || frames_[variant].empty()) Render(frames_[variant], exposure_ns, at);
+        const size_t variants = Repeats() * (listed ? settings.tidal_exposures.size() : 1);
+        // What is not to be kept and wrapped goes out as it is.
+        if (variants == 0 && program_.regions.size() == 1 && !settings.metadata) {
+            Expose(exposure_ns, at);
+            return PixelBytes(images_[0]);
+        }
+        const size_t variant = variants > 0 ? index % variants : 0;
+        if (frames_.size() <= variant) frames_.resize(variant + 1);
+        if (variants == 0 || frames_[variant].empty()) Render(frames_[variant], exposure_ns, at);
         return frames_[variant];
     }
 
-    void Render(std::vector<uint8_t>& frame, int64_t exposure_ns, double at) {
+    void Expose(int64_t exposure_ns, double at) {
         const Image& light = context_.scene.At(at);
         images_.resize(program_.regions.size());
         for (size_t i = 0; i < images_.size(); ++i) {
             RenderRegion(context_, digitizer_, light, program_.regions[i], exposure_ns, images_[i]);
             filters_.Apply(images_[i]);
         }
+    }
+
+    void Render(std::vector<uint8_t>& frame, int64_t exposure_ns, double at) {
+        Expose(exposure_ns, at);
         if (!context_.settings.metadata) return Pack(frame);
         if (context_.settings.centroids) return WrapSpots(frame);
         MetadataFrame wrapped(frame, context_.model.abilities.extended_metadata);
@@ -137,7 +151,7 @@ class Cmos {
 
     void Pack(std::vector<uint8_t>& frame) {
         frame.clear();
-        for (const Image& image : images_) {
+        for (Image& image : images_) {
             const engine::Bytes bytes = PixelBytes(image);
             frame.insert(frame.end(), bytes.begin(), bytes.end());
         }
@@ -164,7 +178,7 @@ class Cmos {
 
     void WrapSpots(std::vector<uint8_t>& frame) {
         const Settings& settings = context_.settings;
-        const Image& image = images_[0];
+        Image& image = images_[0];
         const bool extended = context_.model.abilities.extended_metadata;
         const size_t block = 32 + (extended ? region_extension_bytes : 0);
         std::vector<Spot> spots = FindSpots(image, settings.centroid_radius,

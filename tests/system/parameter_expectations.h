@@ -239,7 +239,7 @@ inline const std::vector<Row>& rows() {
         {PARAM_VENDOR_NAME, 13, cmos, text("Orvex")},
         {PARAM_PRODUCT_NAME, 13, cmos, text("SoftCMOS")},
         {PARAM_CAMERA_PART_NUMBER, 13, cmos, text("OX-SCM-2048")},
-        {PARAM_GAIN_NAME, 13, cmos, text("Full Well")},
+        {PARAM_GAIN_NAME, 13, cmos, text("Sensitivity")},
         {PARAM_HEAD_SER_NUM_ALPHA, 13, all, text({"SC1-0001", "SC2-0001", "SC3-0001", "SC4-0001"})},
         {PARAM_CAM_FW_FULL_VERSION, 13, ccd | cmos | em, text({"6.12.0", "6.40.1", "", "6.3.7"})},
         {PARAM_CAM_SYSTEMS_INFO, 13, all,

@@ -1,4 +1,6 @@
+#include <cmath>
 #include <gtest/gtest.h>
+#include <numeric>
 #include <random>
 #include <sstream>
 
@@ -146,7 +148,7 @@ TEST(ChargeArray, HalfOfTheRowsAreStorageWhenThePreMaskIsSmall) {
     const softcam::SensorLayout layout = softcam::LayoutOf(geometry, true);
     EXPECT_EQ(layout.lit_rows, 3u);
     softcam::ChargeArray charge(layout);
-    charge.Illuminate([](uint32_t row, std::span<uint32_t> pixels) { pixels[0] = row + 1; });
+    charge.Charge(false, [](uint32_t row, std::span<uint32_t> pixels) { pixels[0] = row + 1; });
     charge.Shift(4);
     charge.StorageOnly(true);
     charge.DiscardSerial(4);
@@ -162,7 +164,7 @@ TEST(ChargeArray, HalfOfTheRowsAreStorageWhenThePreMaskIsSmall) {
 TEST(ChargeArray, DiscardedRowsReachTheRegisterAndDrainedOnesDoNot) {
     const softcam::Geometry geometry{.columns = 1, .rows = 4};
     softcam::ChargeArray charge(softcam::LayoutOf(geometry, false));
-    charge.Illuminate([](uint32_t row, std::span<uint32_t> pixels) { pixels[0] = row + 1; });
+    charge.Charge(false, [](uint32_t row, std::span<uint32_t> pixels) { pixels[0] = row + 1; });
     charge.Drain(1);
     charge.Shift(2);
     EXPECT_EQ(charge.ShiftSerial(), 2u + 3u);
@@ -175,7 +177,7 @@ TEST(ChargeArray, TheRegisterMovesPastTheColumns) {
     const softcam::Geometry geometry{
         .columns = 3, .rows = 2, .premask = 0, .postmask = 0, .prescan = 1, .postscan = 1};
     softcam::ChargeArray charge(softcam::LayoutOf(geometry, false));
-    charge.Illuminate([](uint32_t row, std::span<uint32_t> pixels) {
+    charge.Charge(false, [](uint32_t row, std::span<uint32_t> pixels) {
         for (uint32_t i = 0; i < 3; ++i) pixels[i] = (row + 1) * (i == 0 ? 1 : i == 1 ? 10 : 100);
     });
     charge.Shift(1);
@@ -184,6 +186,30 @@ TEST(ChargeArray, TheRegisterMovesPastTheColumns) {
     charge.Shift(1);
     const std::array<uint32_t, 5> expected = {10, 102, 20, 200, 0};
     for (const uint32_t value : expected) EXPECT_EQ(charge.ShiftSerial(), value);
+}
+
+// One charge in row 199 and column 49 takes 200 shifts down and 50 along; a share stays behind each
+// time and comes with the next row or column.
+TEST(ChargeArray, ShiftsLeaveAShareToTheNextCharge) {
+    constexpr uint32_t bright = 10'000'000;
+    constexpr double loss = 1e-5;
+    softcam::Noise noise(5);
+    const softcam::Geometry geometry{.columns = 52, .rows = 202};
+    softcam::ChargeArray charge(softcam::LayoutOf(geometry, false), loss, &noise);
+    charge.Charge(false, [](uint32_t row, std::span<uint32_t> pixels) {
+        if (row == 199) pixels[49] = bright;
+    });
+    std::array<std::array<uint32_t, 52>, 202> read{};
+    for (auto& row : read) {
+        charge.Shift(1);
+        for (uint32_t& pixel : row) pixel = charge.ShiftSerial();
+    }
+    const auto five_errors = [](double electrons) { return 5 * std::sqrt(electrons); };
+    EXPECT_NEAR(read[200][49], 200 * loss * bright, five_errors(200 * loss * bright) + 50);
+    EXPECT_NEAR(read[199][50], 50 * loss * bright, five_errors(50 * loss * bright) + 50);
+    uint32_t sum = 0;
+    for (const auto& row : read) sum = std::accumulate(row.begin(), row.end(), sum);
+    EXPECT_EQ(sum, bright);
 }
 
 }  // namespace

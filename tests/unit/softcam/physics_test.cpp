@@ -1,5 +1,6 @@
 // Statistics of the sensor with fixed seeds, filters, and the centroid finder.
 
+#include <array>
 #include <cmath>
 
 #include "softcam/centroid_finder.h"
@@ -27,34 +28,113 @@ Statistics Of(const Values& values) {
     return {.mean = sum / count, .variance = squares / count - sum / count * (sum / count)};
 }
 
-class PoissonMeans : public testing::TestWithParam<float> {};
+// Five standard errors of a mean and of a variance, from a distribution's central moments.
+void ExpectMoments(const Statistics& found, size_t count, double mean, double variance,
+                   double fourth) {
+    const auto samples = static_cast<double>(count);
+    EXPECT_NEAR(found.mean, mean, 5 * std::sqrt(variance / samples));
+    EXPECT_NEAR(found.variance, variance,
+                5 * std::sqrt((fourth - variance * variance) / samples) + 1e-6 * variance);
+}
 
-TEST_P(PoissonMeans, MeanAndVarianceAreEqual) {
-    constexpr size_t count = 400000;
-    softcam::Noise noise(42);
-    std::vector<uint32_t> values(count);
-    for (uint32_t& value : values) value = noise.Poisson(GetParam());
-    const Statistics found = Of(values);
+// Sum of the squared differences to expected numbers, in units of their variance; numbers that are
+// rarer than ten are taken together.
+void ExpectChiSquare(const std::vector<double>& found, const std::vector<double>& expected) {
+    double sum = 0, freedom = -1, rare_found = 0, rare_expected = 0;
+    const auto add = [&](double f, double e) {
+        sum += (f - e) * (f - e) / e;
+        ++freedom;
+    };
+    for (size_t i = 0; i < found.size(); ++i) {
+        if (expected[i] >= 10) {
+            add(found[i], expected[i]);
+        } else {
+            rare_found += found[i];
+            rare_expected += expected[i];
+        }
+    }
+    if (rare_expected > 1) add(rare_found, rare_expected);
+    EXPECT_LT(sum, freedom + 5 * std::sqrt(2 * freedom) + 5);
+}
+
+class PoissonMeans : public testing::TestWithParam<double> {};
+
+TEST_P(PoissonMeans, AreThoseOfTheDistribution) {
     const double mean = GetParam();
-    // Four standard errors, and the grain of the tables.
-    EXPECT_NEAR(found.mean, mean, 4 * std::sqrt(mean / count) + 0.01);
-    EXPECT_NEAR(found.variance / mean, 1.0, 0.03);
+    const size_t rounds = mean < 1e-3 ? 8192 : 1024;
+    softcam::Noise noise(42);
+    std::vector<float> values(4096);
+    std::vector<double> found(static_cast<size_t>(mean + 12 * std::sqrt(mean) + 20));
+    for (size_t round = 0; round < rounds; ++round) {
+        std::ranges::fill(values, static_cast<float>(mean));
+        noise.Poisson(values);
+        for (const float value : values) ++found.at(static_cast<size_t>(value));
+    }
+    const auto samples = static_cast<double>(rounds * values.size());
+    Statistics moments;
+    std::vector<double> expected(found.size());
+    for (size_t k = 0; k < found.size(); ++k) {
+        const auto number = static_cast<double>(k);
+        expected[k] = samples * std::exp(number * std::log(mean) - mean - std::lgamma(number + 1));
+        moments.mean += found[k] / samples * number;
+        moments.variance += found[k] / samples * (number - mean) * (number - mean);
+    }
+    ExpectMoments(moments, rounds * values.size(), mean, mean, mean + 3 * mean * mean);
+    ExpectChiSquare(found, expected);
 }
 
 INSTANTIATE_TEST_SUITE_P(All, PoissonMeans,
-                         testing::Values(0.3F, 1.0F, 3.3F, 12.0F, 29.9F, 33.0F, 400.0F, 9000.0F));
+                         testing::Values(1e-6, 1e-4, 0.01, 0.11, 0.5, 3.3, 15.9, 16.1, 40.0, 900.0,
+                                         30000.0));
+
+// Dim and bright pixels side by side don't change each other.
+TEST(Noise, EveryPixelHasItsOwnMean) {
+    softcam::Noise noise(3);
+    std::array<Statistics, 3> found{};
+    constexpr size_t each = 100 * 300;
+    for (int round = 0; round < 300; ++round) {
+        std::array<float, 300> values{};
+        for (size_t i = 0; i < 300; ++i) values[i] = std::array{0.0F, 2.0F, 500.0F}[i % 3];
+        noise.Poisson(values);
+        for (size_t i = 0; i < 300; ++i) found[i % 3].mean += values[i] / each;
+    }
+    EXPECT_EQ(found[0].mean, 0);
+    EXPECT_NEAR(found[1].mean, 2, 5 * std::sqrt(2.0 / each));
+    EXPECT_NEAR(found[2].mean, 500, 5 * std::sqrt(500.0 / each));
+}
 
 TEST(Noise, NormalDeviatesAreNormal) {
     softcam::Noise noise(1);
-    std::vector<float> values(400000);
-    size_t outside = 0;
-    for (float& value : values) {
-        value = noise.Normal();
-        if (std::fabs(value) > 2.0F) ++outside;
+    std::vector<float> values(1 << 21);
+    noise.Normal(values);
+    ExpectMoments(Of(values), values.size(), 0, 1, 3);
+    constexpr size_t cells = 100;
+    std::vector<double> found(cells), expected(cells);
+    const auto below = [](double z) { return 0.5 * std::erfc(-z / std::sqrt(2.0)); };
+    for (const float value : values)
+        ++found[static_cast<size_t>(std::clamp((value + 5.0) * 10, 0.0, cells - 1.0))];
+    for (size_t i = 0; i < cells; ++i) {
+        const double z = static_cast<double>(i) / 10 - 5;
+        expected[i] = (below(z + 0.1) - below(z)) * static_cast<double>(values.size());
     }
-    EXPECT_NEAR(Of(values).mean, 0.0, 0.008);
-    EXPECT_NEAR(Of(values).variance, 1.0, 0.02);
-    EXPECT_NEAR(static_cast<double>(outside) / 400000.0, 0.0455, 0.002);
+    ExpectChiSquare(found, expected);
+}
+
+// What one electron becomes is geometrically distributed, what more become is a sum of that.
+TEST(Noise, AMultiplierGivesEachElectronItsOwnAvalanche) {
+    constexpr double gain = 50, count = 1 << 18;
+    softcam::Noise noise(8);
+    for (const int electrons : {0, 1, 3, 200}) {
+        std::vector<float> values(1 << 18, static_cast<float>(electrons));
+        noise.Multiply(values, gain);
+        const double variance = gain * (gain - 1);
+        const double fourth = variance * (9 * variance + 1);
+        ExpectMoments(Of(values), values.size(), electrons * gain, electrons * variance,
+                      electrons * (fourth + 3 * (electrons - 1) * variance * variance));
+        if (electrons != 1) continue;
+        const auto unchanged = static_cast<double>(std::ranges::count(values, 1.0F));
+        EXPECT_NEAR(unchanged, count / gain, 5 * std::sqrt(count / gain));
+    }
 }
 
 class Physics : public ModuleTest {
@@ -72,27 +152,72 @@ class Physics : public ModuleTest {
                         {"model": "cmos", "name": "Other", "seed": 10}]})";
 };
 
-TEST_F(Physics, SignalAndNoiseFollowTheDataSheet) {
-    ASSERT_TRUE(Configure(noisy));
-    client::Connection& camera = Camera();
-    // 20 electrons per unit and second: 200 in 10 ms; bias 100, 1.6 electrons read noise, one
-    // electron a count. The fraction of a count adds a twelfth.
-    const Statistics one = Of(Flat(camera, 10));
-    EXPECT_NEAR(one.mean, 100 + 200, 0.5);
-    EXPECT_NEAR(one.variance, 200 + 1.6 * 1.6 + 1.0 / 12, 8);
-    const Statistics binned = Of(Flat(camera, 10, 2));
-    EXPECT_NEAR(binned.mean, 100 + 4 * 200, 1.0);
-    EXPECT_NEAR(binned.variance, 4 * (200 + 1.6 * 1.6), 60);
-    // Twice the gain: half as many electrons in a count.
-    ASSERT_TRUE(camera.Tell(SET_SPD_GAIN, 2, 1));
-    const Statistics gained = Of(Flat(camera, 10));
-    EXPECT_NEAR(gained.mean, 100 + 400, 1.0);
-    EXPECT_NEAR(gained.variance, 4 * (200 + 1.6 * 1.6), 32);
-}
-
-TEST_F(Physics, CountsEndAtTheBitDepth) {
+// The electrons of a full well, or the last count of the bit depth, whatever comes first.
+TEST_F(Physics, CountsEndAtBitDepthOrFullWell) {
     ASSERT_TRUE(Configure(noisy));
     for (const uint16_t pixel : Flat(Camera(), 10000)) EXPECT_EQ(pixel, 4095);
+    ASSERT_TRUE(cameras_[0]->Tell(SET_SPD_GAIN, 2, 1));
+    const Statistics full = Of(Flat(*cameras_[0], 10000));
+    EXPECT_NEAR(full.mean, 100 + 45000 / 11.3, 0.1);
+    EXPECT_LT(full.variance, 1);
+}
+
+// 0.7 electrons a second at the set-point fill a pixel in five days.
+TEST_F(Physics, DarkChargeEndsAtTheFullWell) {
+    ASSERT_TRUE(Configure(R"({"time_scale": 0, "scene": {"kind": "flat", "level": 0},
+                              "cameras": [{"model": "plain"}]})"));
+    const client::Bytes program = client::Full({{OP_EXPOSE_SCALE, 60000},
+                                                {OP_EXPOSE, 60000},
+                                                {OP_PARALLEL_DIS, 1},
+                                                {OP_SERIAL_DISCARD, 10},
+                                                {OP_SERIAL_CONVERT, 500},
+                                                {OP_EOF},
+                                                {OP_TERMINATE}});
+    const auto pixels = client::Pixels(Camera().RunProgram(CLASS_CCL_SCRIPT, program, 1000));
+    const Statistics row = Of(pixels);
+    EXPECT_NEAR(row.mean, 400 + 300000 / 8.0, 1);
+    EXPECT_LT(row.variance, 100);
+}
+
+// The dark current follows the sensor's temperature within a run.
+TEST_F(Physics, EveryExposureHasItsOwnTemperature) {
+    ASSERT_TRUE(Configure(R"({"time_scale": 0, "scene": {"kind": "flat", "level": 0},
+                              "noise_frames": 0, "cameras": [{"model": "cmos"}]})"));
+    client::Connection& camera = Camera();
+    const client::Run run{
+        .regions = {{0, 63, 1, 0, 63, 1}}, .buffer_mode = CIRC_OVERWRITE, .exposure = 100000};
+    camera.Tell(SET_TEMP, 2000, 2);
+    client::Bytes frame(64 * 64 * 2);
+    ASSERT_TRUE(camera.Send(CLASS_SIMPLIFIED_CCL, run.Program(), 5000));
+    ASSERT_TRUE(camera.Receive(frame, 64 * 64 * 2, true) && camera.Execute());
+    const auto mean = [&] { return Of(client::Pixels(frame)).mean; };
+    EXPECT_TRUE(client::Eventually([&] { return mean() > 500; }));
+    camera.Tell(SET_TEMP, static_cast<uint16_t>(-1500), 2);
+    EXPECT_TRUE(client::Eventually([&] { return mean() < 150; }));
+    camera.Idle();
+}
+
+TEST_F(Physics, FramesAtFullSpeedDifferAsOftenAsConfigured) {
+    ASSERT_TRUE(
+        Configure(R"({"time_scale": 0, "noise_frames": 3, "cameras": [{"model": "cmos"}]})"));
+    const client::Run run{.frames = 5, .regions = {{0, 31, 1, 0, 31, 1}}};
+    const client::Bytes all = Camera().RunProgram(CLASS_SIMPLIFIED_CCL, run.Program(), 2048, 5);
+    ASSERT_EQ(all.size(), 5u * 2048);
+    const auto equal = [&](size_t a, size_t b) {
+        return std::equal(&all[a * 2048], &all[a * 2048] + 2048, &all[b * 2048]);
+    };
+    EXPECT_FALSE(equal(0, 1) || equal(1, 2) || equal(0, 2));
+    EXPECT_TRUE(equal(0, 3) && equal(1, 4));
+}
+
+TEST_F(Physics, FramesThatComeTooLateAreCounted) {
+    ASSERT_TRUE(Configure(R"({"time_scale": 1e-6, "cameras": [{"model": "cmos"}]})"));
+    const client::Run run{.frames = 4, .regions = {{0, 2047, 1, 0, 2047, 1}}};
+    ASSERT_FALSE(Camera().RunProgram(CLASS_SIMPLIFIED_CCL, run.Program(), 1 << 23, 4).empty());
+    EXPECT_EQ(cameras_[0]->Console("pace").substr(0, 2), "4 ");
+    cameras_[0]->Console("time_scale 0");
+    ASSERT_FALSE(cameras_[0]->RunProgram(CLASS_SIMPLIFIED_CCL, run.Program(), 1 << 23, 4).empty());
+    EXPECT_EQ(cameras_[0]->Console("pace"), "0 0");
 }
 
 TEST_F(Physics, TheSameSeedRepeatsAFrame) {
