@@ -23,14 +23,20 @@ class Digitizer {
                               ? static_cast<float>(settings.multiplication)
                               : 1.0F) {}
 
-    // `reads` is how many pixels were read with noise to make this one.
+    // What one pixel can hold when its counts end.
+    uint32_t PixelLimit() const {
+        return static_cast<uint32_t>(std::max((top_ - bias_) * electrons_per_count_, 0.0F));
+    }
+
+    // `reads` is how many pixels were read with noise to make this one. Sums of counts are not held
+    // to the depth of the converter: they end where the frame's 16 bits do.
     uint16_t Convert(uint32_t electrons, Noise& noise, float reads = 1.0F) const {
         if (ideal_) return static_cast<uint16_t>(std::min<uint32_t>(electrons, 0xFFFF));
         float signal = static_cast<float>(electrons);
         if (multiplication_ > 1.0F) signal = Multiply(signal, noise);
         signal += read_noise_ * std::sqrt(reads) * noise.Normal();
         const float counts = signal / electrons_per_count_ + bias_ + 0.5F;
-        return static_cast<uint16_t>(std::clamp(counts, 0.0F, top_));
+        return static_cast<uint16_t>(std::clamp(counts, 0.0F, reads > 1.0F ? 65535.0F : top_));
     }
 
   private:

@@ -27,7 +27,9 @@ void RenderRegion(RunContext& context, const Digitizer& digitizer, const Image& 
     const double seconds = static_cast<double>(exposure_ns) * 1e-9;
     const auto flux = static_cast<float>(context.flux * seconds);
     const auto dark = static_cast<float>(DarkCurrent(context) * seconds);
+    const bool summed = region.sbin * region.pbin > 1;
     const uint32_t full_well = context.model.physics.full_well;
+    const uint32_t limit = summed ? std::min(full_well, digitizer.PixelLimit()) : full_well;
     const auto reads = static_cast<float>(region.sbin * region.pbin);
     std::vector<uint32_t> sums(columns);
 
@@ -42,7 +44,7 @@ void RenderRegion(RunContext& context, const Digitizer& digitizer, const Image& 
                     sums[column] +=
                         context.ideal
                             ? *pixel
-                            : std::min(context.noise.Poisson(*pixel * flux + dark), full_well);
+                            : std::min(context.noise.Poisson(*pixel * flux + dark), limit);
                 }
             }
         }

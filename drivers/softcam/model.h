@@ -25,6 +25,7 @@ struct Geometry {
 
 struct Speed {
     uint16_t pixel_time_ns = 0;
+    double row_time_us = 0;  // readout of one row where rows are converted at once
     uint8_t bits = 16;
     std::vector<double> electrons_per_count{};  // by gain index, from 1
     std::vector<std::string_view> gain_names{};
@@ -91,6 +92,7 @@ struct Centroids {
     uint16_t max_count = 100;
     std::vector<NamedValue> modes{};
     std::vector<NamedValue> background_counts{};
+    std::vector<uint16_t> background_frames{};  // by the values of background_counts
 };
 
 // The self-description block of newer cameras.
@@ -151,7 +153,6 @@ struct Physics {
     double read_noise = 0;            // electrons, root mean square
     double dark_current = 0;          // electrons per pixel and second at 20 degrees
     int16_t bias = 0;                 // counts
-    double row_time_us = 0;           // readout of one row where rows are converted at once
     int16_t min_temperature = -3000;  // hundredths of a degree Celsius
     int16_t max_temperature = 2500;
     int16_t first_setpoint = -1000;

@@ -255,6 +255,8 @@ struct Run {
     uint32_t buffer_mode = CIRC_NONE;
     uint32_t exposure = 10;
     uint32_t exposure_mode = EXT_TRIG_INTERNAL;
+    uint32_t clear_mode = CLEAR_PRE_EXPOSURE;
+    uint32_t clear_count = 2;
 
     Bytes Program() const {
         std::vector<Setting> settings = {{OP_FRAME_COUNT, frames},
@@ -263,8 +265,8 @@ struct Run {
                                          {OP_SUB_ROI_COUNT, static_cast<uint32_t>(regions.size())},
                                          {OP_EXPOSURETIME, exposure},
                                          {OP_EXPOSUREMODE, exposure_mode},
-                                         {OP_SENSOR_CLEAR_MODE, CLEAR_PRE_EXPOSURE},
-                                         {OP_SENSOR_CLEAR_COUNT, 2}};
+                                         {OP_SENSOR_CLEAR_MODE, clear_mode},
+                                         {OP_SENSOR_CLEAR_COUNT, clear_count}};
         for (const rgn_type& region : regions) {
             settings.insert(settings.end(), {{OP_BIN_X, region.sbin},
                                              {OP_BIN_Y, region.pbin},

@@ -22,7 +22,7 @@ class Record : public softcam::ProgramEffects {
     bool ExposeUntilTrigger() override { return Note("until_trig"); }
     bool ExposeWhileTrigger() override { return Note("while_trig"); }
     bool Flash(uint16_t duration) override { return Note("flash", duration); }
-    void Shutter(bool open) override { Note(open ? "open" : "close"); }
+    bool Shutter(bool open) override { return Note(open ? "open" : "close"); }
     void ParallelDiscard(uint16_t rows) override { Note("discard", rows); }
     void ParallelBin(uint16_t rows) override { Note("bin", rows); }
     void ParallelClear(uint16_t rows) override { Note("pclear", rows); }

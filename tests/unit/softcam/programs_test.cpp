@@ -126,6 +126,10 @@ TEST_F(Programs, SeveralRegionsComeWrappedInMetadata) {
         EXPECT_EQ(client::Little(at, 4), 0x005A4E4Cu);
         EXPECT_EQ(client::Little(at + 5, 4), number);
         EXPECT_EQ(client::Little(at + 9, 2), regions.size());
+        // Two clears of 2.048 ms and 10 ms of exposure lie ahead of the 0.4 ms for 40 rows.
+        const uint64_t begin = number * 140'960 + (number - 1) * 4'000;
+        EXPECT_EQ(client::Little(at + 11, 8), begin);
+        EXPECT_EQ(client::Little(at + 19, 8), begin + 4'000);
         EXPECT_EQ(client::Little(at + 27, 8), 10'000'000u);
         at += 48;
         for (const rgn_type& region : regions) {
