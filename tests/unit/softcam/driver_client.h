@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <chrono>
 #include <cstring>
 #include <initializer_list>
 #include <span>
@@ -17,6 +16,8 @@
 #include "orvex/orvex_event.h"
 #include "orvex/orvex_protocol.h"
 #include "orvex/orvex_types.h"
+
+#include "support/eventually.h"
 
 // Plays the library's part at a device record, with nothing but the contract.
 namespace client {
@@ -37,17 +38,6 @@ inline uint64_t Little(const uint8_t* bytes, size_t size) {
     uint64_t value = 0;
     while (size-- > 0) value = value << 8 | bytes[size];
     return value;
-}
-
-// Polls a condition instead of relying on time.
-template <typename Condition>
-bool Eventually(Condition condition, int limit_ms = 10000) {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(limit_ms);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > end) return false;
-        std::this_thread::sleep_for(std::chrono::microseconds(200));
-    }
-    return true;
 }
 
 class Connection {
@@ -169,8 +159,8 @@ class Connection {
         Control(DV_GET_IMAGE_DATA_STATUS, nullptr, 0, &status, sizeof(status));
         return status;
     }
-    bool WaitComplete(int limit_ms = 20000) {
-        return Eventually([this] { return Status().status == DRIVER_STATUS_COMPLETE; }, limit_ms);
+    bool WaitComplete() {
+        return support::Eventually([this] { return Status().status == DRIVER_STATUS_COMPLETE; });
     }
     bool Idle() {
         uint16_t status = 0;

@@ -1,6 +1,7 @@
 // Statistics of the sensor with fixed seeds, filters, and the centroid finder.
 
 #include <cmath>
+#include <gmock/gmock.h>
 
 #include "softcam/centroid_finder.h"
 #include "softcam/filters.h"
@@ -124,17 +125,6 @@ TEST_F(Physics, TheSameSeedRepeatsAFrame) {
     const auto first = Flat(Camera(0), 10);
     EXPECT_EQ(first, Flat(Camera(1), 10));
     EXPECT_NE(first, Flat(Camera(2), 10));
-}
-
-TEST_F(Physics, FiltersOfTheCameraChangeItsFrames) {
-    ASSERT_TRUE(Configure(noisy));
-    client::Connection& camera = Camera();
-    camera.Tell(SET_PP_FEATURE_IDX, 0, 2);
-    camera.Tell(SET_PP_PARAM_IDX, 1, 2);
-    camera.Tell(SET_PP_PARAM, 250, 4);
-    camera.Tell(SET_PP_PARAM_IDX, 0, 2);
-    camera.Tell(SET_PP_PARAM, 1, 4);
-    EXPECT_NEAR(Of(Flat(camera, 10)).mean, 50, 1.0);
 }
 
 std::vector<std::vector<uint32_t>> FilterValues(size_t feature, std::vector<uint32_t> values) {

@@ -194,7 +194,7 @@ TEST_F(Timing, AnExposureUntilATriggerByHandCollectsMeanwhile) {
     constexpr uint32_t size = 512 * rows * 2;
     const Bytes program = FullProgram(OP_SERIAL_LATCH, {OP_EXPOSE_UNTIL_TRIG}, 1);
     std::chrono::milliseconds patience{0};
-    EXPECT_TRUE(client::Eventually([&] {
+    EXPECT_TRUE(support::Eventually([&] {
         Bytes frame(size);
         if (!camera.Send(CLASS_CCL_SCRIPT, program) || !camera.Receive(frame, size, false) ||
             !camera.Execute())
