@@ -88,7 +88,7 @@ bool Camera::TellConsole(const std::string& word, std::vector<std::string>& argu
         options_.ideal = arguments[0] == "off";
     } else if (word == "seed" && is_number) {
         options_.seed = static_cast<uint64_t>(value);
-        noise_ = Noise(options_.seed);
+        new_seed_ = options_.seed;
     } else if (word == "time_scale" && is_number) {
         options_.time_scale = value;
     } else if (word == "stamp") {

@@ -23,7 +23,7 @@ void Digitizer::Convert(std::span<float> electrons, Noise& noise, uint32_t reads
         .slope = slope,
         .spread = ideal_ ? 0 : read_noise_ * std::sqrt(static_cast<float>(reads)) * slope,
         .start = ideal_ ? 0 : bias_ + 0.5F,
-        .top = ideal_ ? 0xFFFF : top_,
+        .top = ideal_ || reads > 1 ? 0xFFFF : top_,
     };
     if (!ideal_) noise.Multiply(electrons, multiplication_);
     for (size_t done = 0; done < counts.size(); done += pixel_block) {

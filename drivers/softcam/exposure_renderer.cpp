@@ -7,15 +7,21 @@
 namespace softcam {
 namespace {
 
-// Pixels with amplifiers of their own differ in what they show in the dark.
+// Pixels with amplifiers of their own differ in what they show in the dark, unless the camera
+// corrects for it.
 void AddOffsets(const RunContext& context, uint32_t row, uint32_t first,
                 std::span<float> electrons) {
     const auto spread = FixedPattern::step * static_cast<float>(context.model.physics.dsnu);
-    if (context.ideal || spread <= 0) return;
+    if (context.ideal || spread <= 0 || context.settings.sensor_correction) return;
     const int8_t* const offset = context.pattern->Offset(row) + first;
     float* const target = electrons.data();
     const size_t count = electrons.size();
     for (size_t i = 0; i < count; ++i) target[i] += spread * static_cast<float>(offset[i]);
+}
+
+// A pixel that is read before it is summed ends where its counts do.
+void EndAt(float limit, std::span<float> electrons) {
+    for (float& pixel : electrons) pixel = pixel < limit ? pixel : limit;
 }
 
 // Adds the pixels of a line to the sums of `bin` neighbours each.
@@ -56,6 +62,7 @@ void RenderRegion(RunContext& context, const Digitizer& digitizer, const Image& 
             std::ranges::fill(sums, 0.0F);
             for (uint32_t y = top; y < top + region.pbin; ++y) {
                 collect(y, line);
+                if (!context.ideal) EndAt(digitizer.PixelLimit(), line);
                 AddBinned(line, region.sbin, sums);
             }
         }

@@ -55,6 +55,7 @@ class CameraClock {
 
     // Lets time pass; false when the run is to end.
     bool Pass(int64_t nanoseconds);
+    int64_t Nanoseconds() const { return elapsed_; }
     double Seconds() const { return static_cast<double>(elapsed_) * 1e-9; }
     double Scale() const { return scale_; }
     // How far the last step of time was behind the wall clock.

@@ -1,6 +1,7 @@
 #include "softcam/full_program.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "orvex/orvex_types.h"
 
@@ -21,16 +22,66 @@ constexpr int64_t serial_shift_ns = 20;
 constexpr int64_t millisecond_ns = 1'000'000;
 constexpr int64_t microsecond_ns = 1000;
 
+// The time that charge takes to move, which passes when the camera next exposes or ends a frame.
+class Clocking {
+  public:
+    explicit Clocking(const Speed& speed) : pixel_ns_(speed.pixel_time_ns) {}
+
+    void Rows(uint16_t count) { pending_ns_ += count * row_shift_ns; }
+    void Discarded(uint16_t pixels) { pending_ns_ += pixels * serial_shift_ns; }
+    void Converted(uint16_t pixels) { pending_ns_ += pixels * pixel_ns_; }
+    int64_t Take() { return std::exchange(pending_ns_, 0); }
+
+  private:
+    int64_t pixel_ns_;
+    int64_t pending_ns_ = 0;
+};
+
+// Follows a program to the end of its first frame, to learn how long reading it takes.
+class ReadoutTimer : public ProgramEffects {
+  public:
+    explicit ReadoutTimer(const Speed& speed) : clocking_(speed) {}
+
+    int64_t Readout() const { return readout_ns_; }
+
+    // What came ahead of an exposure is no readout.
+    bool Expose(uint16_t /*scale*/, uint16_t /*count*/, bool /*fast*/) override { return Begin(); }
+    bool ExposeUntilTrigger() override { return Begin(); }
+    bool ExposeWhileTrigger() override { return Begin(); }
+    bool Flash(uint16_t /*duration*/) override { return Begin(); }
+
+    void ParallelDiscard(uint16_t rows) override { clocking_.Rows(rows); }
+    void ParallelBin(uint16_t rows) override { clocking_.Rows(rows); }
+    void ParallelClear(uint16_t rows) override { clocking_.Rows(rows); }
+    void SerialDiscard(uint16_t pixels) override { clocking_.Discarded(pixels); }
+    bool SerialConvert(uint16_t pixels) override {
+        clocking_.Converted(pixels);
+        return true;
+    }
+    bool EndOfFrame() override {
+        readout_ns_ = clocking_.Take();
+        return false;
+    }
+
+  private:
+    bool Begin() {
+        clocking_.Take();
+        return true;
+    }
+
+    Clocking clocking_;
+    int64_t readout_ns_ = 0;
+};
+
 // The sensor and its clocks as a program sees them.
 class Ccd : public ProgramEffects {
   public:
     explicit Ccd(RunContext& context)
         : context_(context),
-          clock_(context.pump, context.time_scale),
           charge_(LayoutOf(context.model.geometry, context.model.abilities.frame_transfer),
                   context.ideal ? 0 : context.model.physics.transfer_loss, &context.noise),
           digitizer_(context.model, context.settings, context.ideal),
-          pixel_ns_(CurrentSpeed(context.model, context.settings).pixel_time_ns) {}
+          clocking_(CurrentSpeed(context.model, context.settings)) {}
 
     bool Expose(uint16_t scale, uint16_t count, bool fast) override {
         const uint64_t unit = scale != 0 ? scale : context_.settings.exposure_register;
@@ -39,46 +90,47 @@ class Ccd : public ProgramEffects {
     }
 
     bool ClearUntilTrigger() override {
-        if (!WaitForTrigger(context_, clock_)) return false;
+        if (!Settle() || !WaitForTrigger(context_)) return false;
         charge_.Clear();
         return true;
     }
 
     bool ExposeUntilTrigger() override {
-        if (context_.trigger.manual) return WaitForTrigger(context_, clock_) && Collect(0);
-        return Integrate(static_cast<int64_t>(context_.trigger.period_ms * 1e6));
+        if (!Settle()) return false;
+        const int64_t start = context_.clock.Nanoseconds();
+        return WaitForTrigger(context_) && Collect(context_.clock.Nanoseconds() - start);
     }
 
     bool ExposeWhileTrigger() override {
-        return WaitForTrigger(context_, clock_) &&
+        return Settle() && WaitForTrigger(context_) &&
                Integrate(static_cast<int64_t>(context_.trigger.width_ms * 1e6));
     }
 
     // The lamp lights the scene for that many milliseconds.
     bool Flash(uint16_t duration) override { return Integrate(duration * millisecond_ns); }
 
-    void Shutter(bool open) override {
-        if (open == context_.live.shutter_open.exchange(open)) return;
+    bool Shutter(bool open) override {
+        if (open == context_.live.shutter_open.exchange(open)) return true;
         const uint16_t delay =
             open ? context_.settings.shutter_open_ms : context_.settings.shutter_close_ms;
-        pending_ns_ += delay * millisecond_ns;
+        return Settle() && context_.clock.Pass(delay * millisecond_ns);
     }
 
     void ParallelDiscard(uint16_t rows) override {
         charge_.Shift(rows);
-        pending_ns_ += rows * row_shift_ns;
+        clocking_.Rows(rows);
     }
     void ParallelBin(uint16_t rows) override { ParallelDiscard(rows); }
     void ParallelClear(uint16_t rows) override {
         charge_.Drain(rows);
-        pending_ns_ += rows * row_shift_ns;
+        clocking_.Rows(rows);
     }
     void Clear() override { charge_.Clear(); }
     void StorageOnly(bool on) override { charge_.StorageOnly(on); }
 
     void SerialDiscard(uint16_t pixels) override {
         charge_.DiscardSerial(pixels);
-        pending_ns_ += pixels * serial_shift_ns;
+        clocking_.Discarded(pixels);
     }
     void SerialBin(uint16_t factor) override { serial_bin_ = factor == 0 ? 1 : factor; }
 
@@ -96,14 +148,12 @@ class Ccd : public ProgramEffects {
         digitizer_.Convert(electrons_, context_.noise, 1, counts_);
         for (size_t i = 0; i < pixels; ++i)
             engine::StoreLittle(&frame_[start + 2 * i], counts_[i], 2);
-        pending_ns_ += pixels * pixel_ns_;
+        clocking_.Converted(pixels);
         return !context_.pump.Stopping();
     }
 
     bool EndOfFrame() override {
-        const int64_t readout = pending_ns_;
-        pending_ns_ = 0;
-        const bool delivered = DeliverFrame(context_, clock_, readout, frame_);
+        const bool delivered = DeliverFrame(context_, clocking_.Take(), frame_);
         frame_.clear();
         context_.host.Exposing();
         return delivered;
@@ -126,15 +176,16 @@ class Ccd : public ProgramEffects {
         if (port_ < context_.model.io_ports.size()) context_.live.ports[port_] = state;
     }
 
+    // Catches up with the program; what comes next begins here.
+    bool Settle() {
+        if (!context_.clock.Pass(clocking_.Take())) return false;
+        at_ = context_.clock.Seconds();
+        return true;
+    }
+
     bool Integrate(int64_t nanoseconds) {
-        if (nanoseconds <= 0) return true;
-        const int64_t waited = pending_ns_;
-        pending_ns_ = 0;
-        if (!clock_.Pass(waited)) return false;
-        const double start = clock_.Seconds();
-        if (!clock_.Pass(nanoseconds)) return false;
-        at_ = start;
-        return Collect(nanoseconds);
+        if (!Settle()) return false;
+        return nanoseconds <= 0 || (context_.clock.Pass(nanoseconds) && Collect(nanoseconds));
     }
 
     // Light that fell through the open shutter, and what heat adds with the shutter closed too.
@@ -162,11 +213,9 @@ class Ccd : public ProgramEffects {
     }
 
     RunContext& context_;
-    CameraClock clock_;
     ChargeArray charge_;
     Digitizer digitizer_;
-    int64_t pixel_ns_;
-    int64_t pending_ns_ = 0;
+    Clocking clocking_;
     double at_ = 0;
     uint32_t serial_bin_ = 1;
     uint16_t port_ = 0;
@@ -176,6 +225,12 @@ class Ccd : public ProgramEffects {
 };
 
 }  // namespace
+
+int64_t ReadoutNanoseconds(const Speed& speed, engine::Bytes program) {
+    ReadoutTimer timer(speed);
+    RunProgram(program, timer, step_budget);
+    return timer.Readout();
+}
 
 void RunFullProgram(RunContext& context, engine::Bytes program) {
     context.host.Exposing();
