@@ -119,10 +119,9 @@ TEST_F(SideBySide, AnOpenIsKeptApartFromCallsWithTheOldHandle) {
     const int16 hcam = Open("Old");
     std::array<char, 32> chip{};
     ASSERT_EQ(ox_get_param(hcam, PARAM_CHIP_NAME, ATTR_CURRENT, chip.data()), 1);
-    std::atomic<bool> done = false;
-    std::thread reader([&] {
+    const std::jthread reader([&](const std::stop_token& done) {
         int16 temperature = 0;
-        while (!done) ox_get_param(hcam, PARAM_TEMP, ATTR_CURRENT, &temperature);
+        while (!done.stop_requested()) ox_get_param(hcam, PARAM_TEMP, ATTR_CURRENT, &temperature);
     });
     for (int round = 0; round < 500; ++round) {
         EXPECT_EQ(ox_cam_close(hcam), 1);
@@ -131,8 +130,6 @@ TEST_F(SideBySide, AnOpenIsKeptApartFromCallsWithTheOldHandle) {
         EXPECT_EQ(ox_get_param(hcam, PARAM_CHIP_NAME, ATTR_CURRENT, again.data()), 1);
         EXPECT_STREQ(again.data(), chip.data());
     }
-    done = true;
-    reader.join();
 }
 
 }  // namespace
