@@ -103,7 +103,8 @@ class Ccd : public ProgramEffects {
     bool EndOfFrame() override {
         const int64_t readout = pending_ns_;
         pending_ns_ = 0;
-        const bool delivered = DeliverFrame(context_, clock_, readout, frame_);
+        const bool delivered =
+            DeliverFrame(context_, clock_, readout, [this] { return std::span<uint8_t>(frame_); });
         frame_.clear();
         context_.host.Exposing();
         return delivered;

@@ -20,10 +20,11 @@ double DarkCurrent(const RunContext& context) {
 }
 
 bool DeliverFrame(RunContext& context, CameraClock& clock, int64_t readout_ns,
-                  std::span<uint8_t> frame) {
+                  const std::function<std::span<uint8_t>()>& read) {
     engine::HostSide& host = context.host;
     if (context.faults.Strikes(Fault::stuck_transfer)) return context.pump.SleepForever();
     host.FrameBegins(engine::CurrentTimeStamp());
+    const std::span<uint8_t> frame = read();
     if (!clock.Pass(readout_ns)) return false;
     if (clock.Behind() > pace_tolerance) ++context.live.frames_behind;
     context.live.schedule_lost_ns = clock.Lost().count();

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
+#include <span>
 
 #include "engine/sensor.h"
 #include "softcam/faults.h"
@@ -47,9 +49,10 @@ struct RunContext {
 double DarkCurrent(const RunContext& context);
 
 // Hands a finished frame to the host as it is read out: begin, pixels, end. False when the run is
-// to end, because the host takes no more or something broke.
+// to end, because the host takes no more or something broke. `read` gives the pixels, in the time
+// that their readout takes.
 bool DeliverFrame(RunContext& context, CameraClock& clock, int64_t readout_ns,
-                  std::span<uint8_t> frame);
+                  const std::function<std::span<uint8_t>()>& read);
 
 // Waits for the trigger input.
 bool WaitForTrigger(RunContext& context, CameraClock& clock);

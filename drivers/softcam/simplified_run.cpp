@@ -90,10 +90,11 @@ class Cmos {
             ExposesDuringReadout(index) ? std::min(exposure_ns, readout_ns_) : 0;
         const double at = clock_.Seconds() - static_cast<double>(passed_ns) * 1e-9;
         if (!clock_.Pass(exposure_ns - passed_ns)) return false;
-        const std::span<uint8_t> frame = Rendered(index, exposure_ns, at);
-        if (context_.pump.Stopping()) return false;
-        if (context_.settings.metadata) Stamp(frame, index, exposure_ns);
-        return DeliverFrame(context_, clock_, readout_ns_, frame);
+        return DeliverFrame(context_, clock_, readout_ns_, [&] {
+            const std::span<uint8_t> frame = Rendered(index, exposure_ns, at);
+            if (context_.settings.metadata) Stamp(frame, index, exposure_ns);
+            return frame;
+        });
     }
 
     void Stamp(std::span<uint8_t> frame, uint64_t index, int64_t exposure_ns) {
