@@ -153,7 +153,8 @@ class Ccd : public ProgramEffects {
     }
 
     bool EndOfFrame() override {
-        const bool delivered = DeliverFrame(context_, clocking_.Take(), frame_);
+        const bool delivered =
+            DeliverFrame(context_, clocking_.Take(), [this] { return std::span<uint8_t>(frame_); });
         frame_.clear();
         context_.host.Exposing();
         return delivered;

@@ -17,10 +17,12 @@ double DarkCurrent(const RunContext& context) {
     return context.model.physics.dark_current * std::exp2((celsius - 20.0) / 7.0);
 }
 
-bool DeliverFrame(RunContext& context, int64_t readout_ns, std::span<uint8_t> frame) {
+bool DeliverFrame(RunContext& context, int64_t readout_ns,
+                  const std::function<std::span<uint8_t>()>& read) {
     engine::HostSide& host = context.host;
     if (context.faults.Strikes(Fault::stuck_transfer)) return context.pump.SleepForever();
     host.FrameBegins(engine::CurrentTimeStamp());
+    const std::span<uint8_t> frame = read();
     if (!context.clock.Pass(readout_ns)) return false;
     if (context.clock.Behind() > pace_tolerance) ++context.live.frames_behind;
     context.live.schedule_lost_ns = context.clock.Lost().count();

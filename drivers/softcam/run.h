@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
+#include <span>
 
 #include "engine/sensor.h"
 #include "softcam/cooler.h"
@@ -52,8 +54,10 @@ struct RunContext {
 double DarkCurrent(const RunContext& context);
 
 // Hands a finished frame to the host as it is read out: begin, pixels, end. False when the run is
-// to end, because the host takes no more or something broke.
-bool DeliverFrame(RunContext& context, int64_t readout_ns, std::span<uint8_t> frame);
+// to end, because the host takes no more or something broke. `read` gives the pixels, in the time
+// that their readout takes.
+bool DeliverFrame(RunContext& context, int64_t readout_ns,
+                  const std::function<std::span<uint8_t>()>& read);
 
 // Waits for the next signal at the trigger input. One that comes while the camera is busy is
 // missed.

@@ -130,10 +130,11 @@ class Cmos {
         const int64_t exposure_ns = ExposureOf(index);
         if (!context_.clock.Pass(IdleBefore(index) + WaitFor(index))) return false;
         const double at = context_.clock.Seconds() - static_cast<double>(exposure_ns) * 1e-9;
-        const std::span<uint8_t> frame = Rendered(index, exposure_ns, at);
-        if (context_.pump.Stopping()) return false;
-        if (context_.settings.metadata) Stamp(frame, index, exposure_ns);
-        return DeliverFrame(context_, readout_ns_, frame);
+        return DeliverFrame(context_, readout_ns_, [&] {
+            const std::span<uint8_t> frame = Rendered(index, exposure_ns, at);
+            if (context_.settings.metadata) Stamp(frame, index, exposure_ns);
+            return frame;
+        });
     }
 
     void Stamp(std::span<uint8_t> frame, uint64_t index, int64_t exposure_ns) {
