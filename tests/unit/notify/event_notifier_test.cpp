@@ -181,6 +181,11 @@ TEST_F(EventNotifierTest, CancelledReportEndsTheThread) {
     ASSERT_TRUE(eventually([&] { return trace_.contains("bv::EventNotifier::Run: RETURN ()"); }));
     EXPECT_EQ(server().submitted(), submitted);
     EXPECT_TRUE(heard_.all().empty());
+    // Nothing begins any more that would never be told of.
+    EXPECT_EQ(orvex_callbacks_set_frame_count(device(), 1, 1), 0);
+    EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), C7_DRIVER_COM_ERROR);
+    EXPECT_EQ(heard_.listen(hcam, OX_CALLBACK_BOF), 0);
+    EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), C7_DRIVER_COM_ERROR);
 }
 
 TEST_F(EventNotifierTest, DeadDriverIsARemovedCamera) {
@@ -219,6 +224,9 @@ TEST_F(EventNotifierTest, RemovedCameraRefusesANewPool) {
                                    "Device notifier SetFrameCount(7, <cont>, FALSE) failed"));
     EXPECT_EQ(Flushes(), 0u);
     camera().set_state(DEVICE_OPEN);
+    // A start that failed is no start of that shape.
+    EXPECT_EQ(orvex_callbacks_set_frame_count(device(), 7, 0), 1);
+    EXPECT_TRUE(server().wait_for_pending(5));
 }
 
 TEST_F(EventNotifierTest, CloseStopsTheThreadAndLeavesTheDriver) {
@@ -270,20 +278,29 @@ TEST_F(EventNotifierTest, CallbackMayDeregisterItself) {
     EXPECT_EQ(Latest().FrameNr, 2);
 }
 
+// The frames behind the one that it was called for are of the run before, its end of frame too.
 TEST_F(EventNotifierTest, CallbackMayStartTheNextRun) {
-    std::atomic<int> result{-1};
-    ASSERT_EQ(heard_.listen(hcam, OX_CALLBACK_EOF,
-                            [&] {
-                                if (result < 0)
-                                    result = orvex_callbacks_set_frame_count(device(), 50, 1);
-                            }),
-              1);
-    ASSERT_TRUE(server().wait_for_pending(1));
-    ASSERT_TRUE(camera().report(NOTIFICATION_EOF, 1));
-    ASSERT_TRUE(eventually([&] { return result == 1; }, std::chrono::seconds(3)));
-    pool_ = 50;
-    Report(NOTIFICATION_EOF, 2);
-    EXPECT_THAT(heard_.frames(), ElementsAre(1, 2));
+    for (const uns32 next : {50u, 4u}) {
+        tests::HeardEvents heard;
+        std::atomic<bool> reported{false};
+        std::atomic<int> result{-1};
+        const auto start = [&] {
+            eventually([&] { return reported.load(); });
+            if (result < 0) result = orvex_callbacks_set_frame_count(device(), next, 1);
+        };
+        ASSERT_EQ(heard.listen(hcam, OX_CALLBACK_BOF, start), 1);
+        ASSERT_EQ(heard.listen(hcam, OX_CALLBACK_EOF), 1);
+        ASSERT_EQ(orvex_callbacks_set_frame_count(device(), 4, 1), 1);
+        ASSERT_TRUE(server().wait_for_pending(4));
+        for (uns32 frame : {1, 2, 3}) ASSERT_TRUE(camera().report(NOTIFICATION_BOF_EOF, frame));
+        reported = true;
+        ASSERT_TRUE(eventually([&] { return result == 1; }, std::chrono::seconds(3)));
+        pool_ = next;
+        Report(NOTIFICATION_EOF, 9);
+        EXPECT_THAT(heard.frames(), ElementsAre(1, 9));
+        for (uns32 event : {OX_CALLBACK_BOF, OX_CALLBACK_EOF})
+            ASSERT_EQ(bv_cam_deregister_callback(hcam, event), 1);
+    }
 }
 
 TEST_F(EventNotifierTest, CallbackMayCloseTheCamera) {
