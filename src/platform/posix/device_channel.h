@@ -24,6 +24,9 @@ class DeviceChannel {
     void Forget();
     bool Post(uint32_t bytes, uint64_t key);
     size_t Take(std::span<Completion> entries, uint32_t limit_ms);
+    size_t Outstanding();
+    bool IsUntouched(size_t count);
+    bool HasMore();
 
   private:
     static constexpr size_t batch = 32;
@@ -68,8 +71,11 @@ class DeviceChannel {
     void ReturnSlot(uint32_t slot, Completion& entry);
     size_t ReceiveFromSocket(size_t count);
     size_t ReceiveFromDevice(size_t count);
+    bool Polls(short event) const;
     bool HungUp() const;
 
+    // Held while messages are between the descriptor and their requests; taken before the next.
+    std::mutex receive_lock_;
     std::mutex lock_;  // guards all but what only the taking thread uses
     Descriptor file_;
     Descriptor poll_;

@@ -70,6 +70,7 @@ size_t DeviceChannel::TakeLocal(std::span<Completion> entries) {
 size_t DeviceChannel::TakeMessages(std::span<Completion> entries) {
     const size_t count = std::min(entries.size(), batch);
     if (count == 0) return 0;
+    const std::lock_guard receive_guard(receive_lock_);
     const size_t received = is_socket_ ? ReceiveFromSocket(count) : ReceiveFromDevice(count);
     size_t taken = 0;
     const std::lock_guard guard(lock_);
@@ -127,9 +128,30 @@ size_t DeviceChannel::ReceiveFromDevice(size_t count) {
     return received;
 }
 
+bool DeviceChannel::Polls(short event) const {
+    pollfd state{file_.get(), event, 0};
+    return poll(&state, 1, 0) > 0 && (state.revents & (event | POLLHUP | POLLERR)) != 0;
+}
+
 bool DeviceChannel::HungUp() const {
-    pollfd state{file_.get(), POLLRDHUP, 0};
-    return poll(&state, 1, 0) > 0 && (state.revents & (POLLRDHUP | POLLHUP | POLLERR)) != 0;
+    return Polls(POLLRDHUP);
+}
+
+size_t DeviceChannel::Outstanding() {
+    const std::lock_guard guard(lock_);
+    return slots_.size() - free_.count;
+}
+
+bool DeviceChannel::HasMore() {
+    const std::scoped_lock guard(receive_lock_, lock_);
+    return !dead_ && Polls(POLLIN);
+}
+
+bool DeviceChannel::IsUntouched(size_t count) {
+    const std::scoped_lock guard(receive_lock_, lock_);
+    const bool all =
+        slots_.size() - free_.count == count && cancelled_.count + orphaned_.count == 0;
+    return all && !dead_ && !Polls(POLLIN);
 }
 
 bool DeviceChannel::Deliver(const dv_file_completion& message, Completion& entry) {

@@ -83,9 +83,6 @@ TEST_F(Abort, StopsAnAcquisition) {
     EXPECT_EQ(Run(CCS_HALT), 0);
     EXPECT_EQ(camera_.camera().ioctls()[0].in, hex("58 1B 00 00"));
     EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), C2_INDEX_OUT_OF_RANGE);
-
-    camera_.camera().fail_write();
-    EXPECT_EQ(Run(CCS_HALT), 0);
     EXPECT_EQ(camera_.cam_info().exp_started, 0);
 }
 
@@ -97,6 +94,45 @@ TEST(PostAbortWait, IsWhatIsLeftAndNeverLong) {
     };
     for (const auto& [delay, waited_ms, wait_ms] : cases) {
         EXPECT_EQ(bv::PostAbortWaitMs(delay, waited_ms), wait_ms) << delay;
+    }
+}
+
+// Success means that nothing is written into the buffer any more, so a failure is no end.
+TEST_F(Abort, RefusedStopIsTakenAgain) {
+    struct Case {
+        uns16 stops;  // the camera knows how to stop
+        void (*refuse)(support::ScriptedCamera& camera, bool refused);
+        uint32_t disarmed_by;
+    };
+    const Case cases[] = {
+        {1, [](support::ScriptedCamera& camera, bool refused) { camera.fail_write(refused); },
+         DV_STOP_DATA_TRANSFER},
+        {1,
+         [](support::ScriptedCamera& camera, bool refused) {
+             camera.refuse(DV_STOP_DATA_TRANSFER, refused);
+         },
+         DV_STOP_DATA_TRANSFER},
+        {0,
+         [](support::ScriptedCamera& camera, bool refused) {
+             camera.refuse(DV_SET_IMAGE_DATA_IDLE, refused);
+         },
+         DV_SET_IMAGE_DATA_IDLE},
+    };
+    camera_.firmware().reply(STOP_ACQUISITION, 4, 0);
+    camera_.camera().driver_status(DRIVER_STATUS_EXPOSING, 0);
+    for (const Case& row : cases) {
+        SCOPED_TRACE(testing::Message() << row.stops << " by " << row.disarmed_by);
+        camera_.reads().cap_stop_acquisition = row.stops;
+        row.refuse(camera_.camera(), true);
+        EXPECT_EQ(Run(CCS_HALT), 0);
+        row.refuse(camera_.camera(), false);
+        camera_.camera().forget();
+        bv::ApiGlobal::ClearErrorCode(EXT_OPEN_EXCLUSIVE);
+        EXPECT_EQ(bv_exp_abort(camera_.hcam, CCS_HALT), 1);
+        EXPECT_EQ(camera_.writes().size(), 1u);
+        EXPECT_THAT(camera_.camera().ioctl_codes(), testing::Contains(row.disarmed_by));
+        EXPECT_EQ(bv_exp_abort(camera_.hcam, CCS_HALT), 1);
+        EXPECT_EQ(camera_.writes().size(), 1u);
     }
 }
 

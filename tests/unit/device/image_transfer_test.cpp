@@ -213,7 +213,7 @@ TEST_F(ImageTransfer, GivesTheLatestFrameWithTheStatus) {
 }
 
 TEST_F(ImageTransfer, GoesIdleInAllSteps) {
-    dv_driver_set_image_data_idle(hcam);
+    EXPECT_EQ(dv_driver_set_image_data_idle(hcam), 1);
     EXPECT_THAT(camera().ioctl_codes(),
                 ElementsAre(DV_SET_IMAGE_DATA_IDLE, DV_CLEANUP_IMAGE_DATA_IDLE));
     for (const support::Ioctl& ioctl : camera().ioctls()) {
@@ -223,7 +223,7 @@ TEST_F(ImageTransfer, GoesIdleInAllSteps) {
     EXPECT_THAT(trace_.messages(bv::log_warning), IsEmpty());
 
     camera().refuse(DV_SET_IMAGE_DATA_IDLE).refuse(DV_CLEANUP_IMAGE_DATA_IDLE);
-    dv_driver_set_image_data_idle(hcam);
+    EXPECT_EQ(dv_driver_set_image_data_idle(hcam), 0);
     EXPECT_THAT(
         trace_.messages(bv::log_warning),
         ElementsAre("dv_driver_set_image_data_idle: IOCTL DV_SET_IMAGE_DATA_IDLE failed, error "
@@ -241,7 +241,7 @@ TEST_F(ImageTransfer, StopsInAllSteps) {
     EXPECT_THAT(trace_.messages(bv::log_warning), IsEmpty());
 
     camera().refuse(DV_STOP_DATA_TRANSFER);
-    EXPECT_EQ(dv_driver_stop_data_transfer(hcam, 0), 1);
+    EXPECT_EQ(dv_driver_stop_data_transfer(hcam, 0), 0);
     EXPECT_THAT(
         trace_.messages(bv::log_warning),
         ElementsAre(

@@ -155,6 +155,11 @@ TEST_F(EventNotifierTest, CancelledReportEndsTheThread) {
     ASSERT_TRUE(eventually([&] { return trace_.contains("bv::EventNotifier::Run: RETURN ()"); }));
     EXPECT_EQ(server().submitted(), submitted);
     EXPECT_TRUE(heard_.all().empty());
+    // Nothing begins any more that would never be told of.
+    EXPECT_EQ(orvex_callbacks_set_frame_count(device(), 1, 1), 0);
+    EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), C7_DRIVER_COM_ERROR);
+    EXPECT_EQ(heard_.listen(hcam, OX_CALLBACK_BOF), 0);
+    EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), C7_DRIVER_COM_ERROR);
 }
 
 TEST_F(EventNotifierTest, RemovalIsHeardOnceUntilTheCameraIsBack) {
@@ -179,6 +184,9 @@ TEST_F(EventNotifierTest, RemovedCameraRefusesANewPool) {
                                    "Device notifier SetFrameCount(7, <cont>, FALSE) failed"));
     EXPECT_EQ(Flushes(), 0u);
     camera().set_state(DEVICE_OPEN);
+    // A start that failed is no start of that shape.
+    EXPECT_EQ(orvex_callbacks_set_frame_count(device(), 7, 0), 1);
+    EXPECT_TRUE(server().wait_for_pending(5));
 }
 
 TEST_F(EventNotifierTest, CloseStopsTheThreadAndLeavesTheDriver) {
@@ -222,6 +230,31 @@ TEST_F(EventNotifierTest, ModuleMayNotDeliverBesideTheDriver) {
     EXPECT_TRUE(trace_.failed_with(C0_UNKNOWN_ERROR, "DISABLED USAGE IN KERNEL DRIVER MODE"));
     EXPECT_EQ(delivery.set_latest_frame_info(device(), 1, 2, 3), 0);
     EXPECT_EQ(Latest().FrameNr, 0);
+}
+
+// The frames behind the one that it was called for are of the run before, its end of frame too.
+TEST_F(EventNotifierTest, CallbackMayStartTheNextRun) {
+    for (const uns32 next : {50u, 4u}) {
+        tests::HeardEvents heard;
+        std::atomic<bool> reported{false};
+        std::atomic<int> result{-1};
+        const auto start = [&] {
+            eventually([&] { return reported.load(); });
+            if (result < 0) result = orvex_callbacks_set_frame_count(device(), next, 1);
+        };
+        ASSERT_EQ(heard.listen(hcam, OX_CALLBACK_BOF, start), 1);
+        ASSERT_EQ(heard.listen(hcam, OX_CALLBACK_EOF), 1);
+        ASSERT_EQ(orvex_callbacks_set_frame_count(device(), 4, 1), 1);
+        ASSERT_TRUE(server().wait_for_pending(4));
+        for (uns32 frame : {1, 2, 3}) ASSERT_TRUE(camera().report(NOTIFICATION_BOF_EOF, frame));
+        reported = true;
+        ASSERT_TRUE(eventually([&] { return result == 1; }, std::chrono::seconds(3)));
+        pool_ = next;
+        Report(NOTIFICATION_EOF, 9);
+        EXPECT_THAT(heard.frames(), ElementsAre(1, 9));
+        for (uns32 event : {OX_CALLBACK_BOF, OX_CALLBACK_EOF})
+            ASSERT_EQ(bv_cam_deregister_callback(hcam, event), 1);
+    }
 }
 
 TEST_F(EventNotifierTest, PoolIsRebuiltBesideRunningFrames) {

@@ -24,19 +24,26 @@ TEST(ErrorCheckingMutex, OwnThreadIsRefusedAndTheLockStaysGood) {
     mutex.unlock();
 }
 
-TEST(ErrorCheckingMutex, WaitingThreadIsSeenToWait) {
+TEST(ErrorCheckingMutex, WaitingThreadNamesWhatItWaitsFor) {
     ErrorCheckingMutex mutex;
-    std::atomic<bool> waits{false};
+    platform::WaitMark awaited{nullptr};
     mutex.lock();
+    EXPECT_TRUE(mutex.IsHeldByThisThread());
+    EXPECT_FALSE(mutex.TryLockFor(1000)) << "its own thread has it";
     std::thread thread([&] {
-        platform::MarkWaitsOfThisThread(&waits);
+        platform::MarkWaitsOfThisThread(&awaited);
+        EXPECT_FALSE(mutex.IsHeldByThisThread());
+        EXPECT_FALSE(mutex.TryLockFor(1));
         const std::lock_guard guard(mutex);
-        EXPECT_FALSE(waits);
+        EXPECT_EQ(awaited, nullptr);
     });
-    while (!waits) std::this_thread::yield();
+    while (!awaited) std::this_thread::yield();
+    EXPECT_EQ(awaited, &mutex);
     mutex.unlock();
     thread.join();
-    EXPECT_FALSE(waits);
+    EXPECT_FALSE(mutex.IsHeldByThisThread());
+    EXPECT_TRUE(mutex.TryLockFor(0));
+    mutex.unlock();
 }
 
 }  // namespace
