@@ -5,13 +5,12 @@
 #include <cstdio>
 #include <exception>
 #include <mutex>
-#include <stdlib.h>
 #include <string>
-#include <unistd.h>
 
 #include "orvex/orvex_ddi.h"
 
 #include "engine/device.h"
+#include "engine/device_folder.h"
 
 namespace engine {
 namespace {
@@ -23,14 +22,14 @@ class Module {
         Clear();
         std::vector<std::unique_ptr<Sensor>> sensors;
         std::string message;
-        if (!FindSensors(sensors, message) || !MakeDirectory(message)) {
+        if (!FindSensors(sensors, message) || !folder_.Make(message)) {
             std::fprintf(stderr, "orvexDDI: %s\n", message.c_str());
             return false;
         }
         const size_t count = std::min<size_t>(sensors.size(), ORVEX_DDI_MAX_DEVICES);
         for (size_t i = 0; i < count; ++i) {
-            devices_.push_back(std::make_unique<Device>(std::move(sensors[i]),
-                                                        directory_ + "/cam" + std::to_string(i)));
+            devices_.push_back(std::make_unique<Device>(
+                std::move(sensors[i]), folder_.Path() + "/cam" + std::to_string(i)));
             ddi.devices[i] = devices_.back()->Record();
         }
         ddi.camCount = static_cast<int16_t>(count);
@@ -39,30 +38,14 @@ class Module {
 
     void Clear() {
         devices_.clear();
-        if (!directory_.empty()) rmdir(directory_.c_str());
-        directory_.clear();
+        folder_.Remove();
     }
 
     ~Module() { Clear(); }
 
   private:
-    // Private to this user: who can open the device files gets the camera's events.
-    bool MakeDirectory(std::string& message) {
-        constexpr size_t longest = 90;  // the path of a socket holds 107 bytes
-        const char* parent = getenv("TMPDIR");
-        std::string path = parent != nullptr && *parent != '\0' ? parent : "/tmp";
-        if (path.size() > longest - 16) path = "/tmp";
-        path += "/orvex-XXXXXX";
-        if (mkdtemp(path.data()) == nullptr) {
-            message = "cannot make a directory " + path;
-            return false;
-        }
-        directory_ = path;
-        return true;
-    }
-
     std::vector<std::unique_ptr<Device>> devices_;
-    std::string directory_;
+    DeviceFolder folder_;
 };
 
 std::mutex module_lock;
