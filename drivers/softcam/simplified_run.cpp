@@ -147,19 +147,20 @@ class Cmos {
                                      .color = context_.model.color});
     }
 
-    // How many frames differ before they are delivered again, for each entry of an exposure list;
-    // 0 where every frame is rendered. At full speed a frame is to cost one copy; what moves or
-    // depends on the frames before can't be repeated.
-    size_t Repeats() const {
+    // How many frames differ before they are delivered again, a multiple of the entries of an
+    // exposure list; 0 where every frame is rendered. At full speed a frame is to cost one copy;
+    // what moves or depends on the frames before can't be repeated.
+    size_t Variants(size_t entries) const {
         if (context_.scene.Moves() || filters_.Remembers() || background_.Remembers()) return 0;
-        if (context_.ideal) return 1;
-        return context_.time_scale <= 0 ? context_.noise_frames : 0;
+        if (context_.ideal) return entries;
+        if (context_.time_scale > 0 || context_.noise_frames == 0) return 0;
+        return std::max<size_t>(context_.noise_frames / entries, 1) * entries;
     }
 
     std::span<uint8_t> Rendered(uint64_t index, int64_t exposure_ns, double at) {
         const Settings& settings = context_.settings;
         const bool listed = settings.tidal_enabled && !settings.tidal_exposures.empty();
-        const size_t variants = Repeats() * (listed ? settings.tidal_exposures.size() : 1);
+        const size_t variants = Variants(listed ? settings.tidal_exposures.size() : 1);
         // What is not to be kept and wrapped goes out as it is.
         if (variants == 0 && program_.regions.size() == 1 && !settings.metadata) {
             Expose(exposure_ns, at);
