@@ -54,8 +54,7 @@ std::string did_you_mean(const std::string& wanted, const std::vector<std::strin
         const size_t d = distance(plain_name(wanted), plain_name(name));
         if (d != SIZE_MAX) near.emplace_back(d, name);
     }
-    std::stable_sort(near.begin(), near.end(),
-                     [](const auto& a, const auto& b) { return a.first < b.first; });
+    std::sort(near.begin(), near.end());
     std::vector<std::string> nearest;
     for (size_t i = 0; i < std::min(near.size(), most); ++i) nearest.push_back(near[i].second);
     return nearest.empty() ? "" : "; did you mean " + any_of(nearest) + "?";
