@@ -174,11 +174,11 @@ TEST(CallbackThread, CallbackMayDestroyItsOwnThreadAndWhatIsQueued) {
         std::unique_ptr<CallbackThread> thread = std::make_unique<CallbackThread>();
         LocalEvent queued{EventReset::manual, false};
         LocalEvent done{EventReset::manual, false};
+        std::atomic<int> calls{0};
     } context;
-    static std::atomic<int> calls = 0;
     const auto end = reinterpret_cast<void*>(+[](void* argument) {
         auto& own = *static_cast<Context*>(argument);
-        ++calls;
+        ++own.calls;
         own.queued.Wait(wait_limit_ms);
         own.thread.reset();
         own.done.Set();
@@ -188,7 +188,8 @@ TEST(CallbackThread, CallbackMayDestroyItsOwnThreadAndWhatIsQueued) {
         context.thread->Enqueue(LaggingApplication::Event(OX_CALLBACK_EOF, frame));
     context.queued.Set();
     EXPECT_TRUE(context.done.Wait(wait_limit_ms));
-    EXPECT_FALSE(support::eventually([&] { return calls > 1; }, std::chrono::milliseconds(50)));
+    EXPECT_FALSE(
+        support::eventually([&] { return context.calls > 1; }, std::chrono::milliseconds(50)));
 }
 
 // A caller who holds the lock leaves the thread to itself at once, another one after a while.
