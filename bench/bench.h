@@ -64,6 +64,16 @@ class Camera {
         require(oz_cam_send_debug(handle_, line.data(), 0, nullptr), "console");
     }
 
+    // The same for a question; blanks make room for the answer.
+    std::string ask(std::string line) const {
+        line.resize(64, ' ');
+        std::array<char, 128> answer{};
+        require(oz_cam_send_debug(handle_, line.data(), static_cast<uns16>(line.size() + 10),
+                                  answer.data()),
+                "console");
+        return answer.data();
+    }
+
   private:
     int16 handle_ = -1;
 };

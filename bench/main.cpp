@@ -15,8 +15,9 @@ struct Section {
     void (*measure)(bench::Table&, const bench::Peer&);
 };
 
-constexpr std::array<Section, 6> sections{{
+constexpr std::array<Section, 7> sections{{
     {"frames", bench::measure_frames},
+    {"pace", bench::measure_pace},
     {"latency", bench::measure_latency},
     {"metadata", bench::measure_metadata},
     {"set-up", bench::measure_set_up},
@@ -26,7 +27,7 @@ constexpr std::array<Section, 6> sections{{
 
 constexpr const char* usage =
     "usage: orvex_bench [--peer PROGRAM] [--json FILE] [FILTER]\n"
-    "sections, of which FILTER is a part: frames latency metadata set-up calls trace\n";
+    "sections, of which FILTER is a part: frames pace latency metadata set-up calls trace\n";
 
 void run_child(std::string_view kind) {
     if (kind == "exchanges") bench::make_calls_to_count();

@@ -27,6 +27,7 @@ class Peer {
 };
 
 void measure_frames(Table& table, const Peer& peer);
+void measure_pace(Table& table, const Peer& peer);
 void measure_latency(Table& table, const Peer& peer);
 void measure_metadata(Table& table, const Peer& peer);
 void measure_set_up(Table& table, const Peer& peer);

@@ -10,6 +10,25 @@ if(ORVEX_SANITIZE)
     target_link_options(orvex_flags INTERFACE -fsanitize=${ORVEX_SANITIZE})
 endif()
 
+# orvex_unity(<target> [<pattern of files to leave alone>]): compiles the sources of a folder as one,
+# which reads the headers once. A file of its own stays one that holds a table under a name that
+# others of the folder use too, or that has flags of its own.
+function(orvex_unity target)
+    if(NOT ORVEX_UNITY)
+        return()
+    endif()
+    get_target_property(sources ${target} SOURCES)
+    foreach(source IN LISTS sources)
+        if(ARGC GREATER 1 AND source MATCHES "${ARGV1}")
+            continue()
+        endif()
+        get_filename_component(folder ${source} DIRECTORY)
+        string(REPLACE "/" "_" folder ${folder})
+        set_source_files_properties(${source} PROPERTIES UNITY_GROUP ${folder})
+    endforeach()
+    set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_MODE GROUP)
+endfunction()
+
 # orvex_sources(<variable> <folder>...): all C++ sources below the folders.
 function(orvex_sources variable)
     set(found "")

@@ -1,18 +1,20 @@
 #include "engine/module.h"
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <exception>
 #include <mutex>
-#include <stdlib.h>
+#include <new>
+#include <pthread.h>
 #include <string>
 #include <string_view>
-#include <unistd.h>
 
 #include "orvex/orvex_ddi.h"
 
 #include "engine/device.h"
+#include "engine/device_directory.h"
 
 namespace engine {
 namespace {
@@ -24,17 +26,18 @@ class Module {
         Clear();
         std::vector<std::unique_ptr<Sensor>> sensors;
         std::string message;
-        if (!FindSensors(sensors, message) || !MakeDirectory(message)) {
+        if (!FindSensors(sensors, message) || !directory_.Make(message)) {
             std::fprintf(stderr, "orvexDDI: %s\n", message.c_str());
             return false;
         }
         const size_t count = std::min<size_t>(sensors.size(), ORVEX_DDI_MAX_DEVICES);
         for (size_t i = 0; i < count; ++i) {
-            devices_.push_back(std::make_unique<Device>(std::move(sensors[i]),
-                                                        directory_ + "/cam" + std::to_string(i)));
+            devices_.push_back(std::make_unique<Device>(
+                std::move(sensors[i]), directory_.Path() + "/cam" + std::to_string(i)));
             ddi.devices[i] = devices_.back()->Record();
         }
         ddi.camCount = static_cast<int16_t>(count);
+        has_cameras = count > 0;
         return true;
     }
 
@@ -45,41 +48,42 @@ class Module {
     }
 
     void Clear() {
-        devices_.clear();
-        if (!directory_.empty()) rmdir(directory_.c_str());
-        directory_.clear();
+        std::vector<std::unique_ptr<Device>>().swap(devices_);
+        directory_.Remove();
+        has_cameras = false;
     }
 
-    ~Module() { Clear(); }
+    std::mutex lock;
+    std::atomic<bool> has_cameras = false;
 
   private:
-    // Private to this user: who can open the device files gets the camera's events.
-    bool MakeDirectory(std::string& message) {
-        constexpr size_t longest = 90;  // the path of a socket holds 107 bytes
-        const char* parent = getenv("TMPDIR");
-        std::string path = parent != nullptr && *parent != '\0' ? parent : "/tmp";
-        if (path.size() > longest - 16) path = "/tmp";
-        path += "/orvex-XXXXXX";
-        if (mkdtemp(path.data()) == nullptr) {
-            message = "cannot make a directory " + path;
-            return false;
-        }
-        directory_ = path;
-        return true;
-    }
-
     std::vector<std::unique_ptr<Device>> devices_;
-    std::string directory_;
+    DeviceDirectory directory_;
 };
 
-std::mutex module_lock;
+// There before anything else, and never destroyed: what ends the cameras is uninit, or the end of
+// the process, during which they are used.
+union Storage {
+    constexpr Storage() : module() {}
+    constexpr ~Storage() {}
 
-Module& TheModule() {
-    static Module module;
-    return module;
+    Module module;
+};
+constinit Storage storage;
+
+// A forked child has a copy of the parent's cameras, whose threads are not there, and leaves it
+// alone: with none of its own it starts from nothing.
+void ForgetInForkedChildren() {
+    static const int registered =
+        pthread_atfork(nullptr, nullptr, [] { new (&storage.module) Module; });
+    static_cast<void>(registered);
 }
 
 }  // namespace
+
+bool HasCameras() {
+    return storage.module.has_cameras;
+}
 
 int64_t CurrentTimeStamp() {
     using Ticks = std::chrono::duration<int64_t, std::ratio<1, 10'000'000>>;
@@ -99,28 +103,29 @@ ORVEX_EXPORT uint16_t orvex_ddi_version(void) {
 
 ORVEX_EXPORT uint32_t orvex_ddi_init(orvex_ddi* ddi) {
     if (ddi == nullptr) return 0;
-    const std::lock_guard hold(engine::module_lock);
+    engine::ForgetInForkedChildren();
+    const std::lock_guard hold(engine::storage.module.lock);
     engine::CurrentTimeStamp();
     // Nothing may be thrown through a C interface.
     try {
-        return engine::TheModule().Init(*ddi) ? 1 : 0;
+        return engine::storage.module.Init(*ddi) ? 1 : 0;
     } catch (const std::exception& problem) {
         std::fprintf(stderr, "orvexDDI: %s\n", problem.what());
-        engine::TheModule().Clear();
+        engine::storage.module.Clear();
         return 0;
     }
 }
 
 ORVEX_EXPORT uint32_t orvex_ddi_uninit(orvex_ddi* /*ddi*/) {
-    const std::lock_guard hold(engine::module_lock);
-    engine::TheModule().Clear();
+    const std::lock_guard hold(engine::storage.module.lock);
+    engine::storage.module.Clear();
     return 1;
 }
 
 ORVEX_EXPORT uint16_t orvex_ddi_open_file(const char* path, const dv_file_host* host,
                                           dv_file_driver* driver) {
     if (path == nullptr || host == nullptr || driver == nullptr) return 0;
-    const std::lock_guard hold(engine::module_lock);
-    return engine::TheModule().OpenFile(path, *host, *driver) ? 1 : 0;
+    const std::lock_guard hold(engine::storage.module.lock);
+    return engine::storage.module.OpenFile(path, *host, *driver) ? 1 : 0;
 }
 }

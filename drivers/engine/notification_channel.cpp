@@ -17,6 +17,7 @@ namespace {
 
 // Messages moved by one system call.
 constexpr size_t batch = 64;
+constexpr int retry_accept_ms = 100;
 // Host and driver move data past each other only while neither end is wedged.
 constexpr std::chrono::milliseconds drain_limit{200};
 
@@ -122,11 +123,14 @@ void NotificationChannel::Run() {
             }
         }
         const bool blocked = !Send();
+        // Without a descriptor for it, a connection goes on asking to be taken.
+        const int listener = accept_refused_ ? -1 : listener_;
+        const int limit = accept_refused_ ? retry_accept_ms : -1;
         std::array<pollfd, 3> waits = {{{.fd = wake_, .events = POLLIN, .revents = 0},
-                                        {.fd = listener_, .events = POLLIN, .revents = 0},
+                                        {.fd = listener, .events = POLLIN, .revents = 0},
                                         {.fd = Peer(), .events = POLLIN, .revents = 0}}};
         if (blocked) waits[2].events |= POLLOUT;
-        poll(waits.data(), waits.size(), -1);
+        poll(waits.data(), waits.size(), limit);
         const std::lock_guard hold(lock_);
         if (waits[0].revents != 0) {
             uint64_t count = 0;
@@ -148,6 +152,7 @@ int NotificationChannel::Peer() {
 // Called with the lock held. A new connection takes the place of the one before.
 void NotificationChannel::Accept() {
     const int descriptor = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
+    accept_refused_ = descriptor < 0 && errno != EAGAIN && errno != EWOULDBLOCK;
     if (descriptor < 0) return;
     ForgetPeer();
     peer_ = descriptor;

@@ -128,6 +128,7 @@ class NotificationChannel {
     int peer_ = -1;
     int wake_ = -1;
     bool wake_sent_ = false;
+    std::atomic<bool> accept_refused_ = false;
     bool stop_ = false;
     std::thread thread_;
 };

@@ -1,5 +1,8 @@
 #include "softcam/camera.h"
 
+#include <cmath>
+#include <utility>
+
 #include "orvex/orvex_ddi.h"
 #include "orvex/orvex_protocol.h"
 
@@ -120,33 +123,51 @@ bool Camera::Execute() {
     StopRun();
     // Here and not in the run, which may be stopped before it begins.
     live_.frames_written = 0;
-    pump_.Start([this] { Run(); });
+    live_.frames_behind = 0;
+    live_.schedule_lost_ns = 0;
+    if (new_seed_) noise_ = Noise(*std::exchange(new_seed_, std::nullopt));
+    pump_.Start([this, context = Context()]() mutable { Run(context); });
     return true;
 }
 
-void Camera::Run() {
-    live_.running = true;
-    RunContext context{
+// Made by the thread that brings the command: the next one may change what is copied here.
+RunContext Camera::Context() {
+    if (!options_.ideal && !pattern_) pattern_.emplace(options_.model->geometry, options_.seed);
+    const double scale = options_.time_scale;
+    // With no pace of its own, the camera's time stands still between its runs.
+    const int64_t start_ns =
+        scale > 0 ? std::llround(static_cast<double>(engine::CurrentTimeStamp()) * 100.0 / scale)
+                  : idle_since_ns_;
+    return {
         .model = *options_.model,
         .settings = firmware_.settings,
         .live = live_,
         .scene = *scene_,
         .noise = noise_,
         .faults = faults_,
+        .cooler = firmware_.cooler,
         .pump = pump_,
         .host = *host_,
+        .clock = CameraClock(pump_, scale),
+        .start_ns = start_ns,
         .trigger = options_.trigger,
         .hot_pixels = hot_pixels_,
+        .pattern = pattern_ ? &*pattern_ : nullptr,
         .ideal = options_.ideal,
         .stamp = options_.stamp,
         .flux = options_.flux,
-        .time_scale = options_.time_scale,
-        .temperature = firmware_.cooler.Temperature() / 100.0,
+        .time_scale = scale,
+        .noise_frames = options_.noise_frames,
     };
+}
+
+void Camera::Run(RunContext& context) {
+    live_.running = true;
     if (options_.model->dialect == Dialect::full)
         RunFullProgram(context, full_program_);
     else
         RunSimplifiedProgram(context, *simplified_program_);
+    idle_since_ns_ = context.Now();
     live_.running = false;
 }
 
@@ -165,16 +186,21 @@ int64_t Camera::ExposureNanoseconds() const {
 
 int64_t Camera::ReadoutNanoseconds() const {
     const Model& model = *options_.model;
-    if (simplified_program_) return softcam::ReadoutNanoseconds(model, *simplified_program_);
+    const Speed& speed = CurrentSpeed(model, firmware_.settings);
+    if (simplified_program_) return softcam::ReadoutNanoseconds(model, speed, *simplified_program_);
+    if (!full_program_.empty()) return softcam::ReadoutNanoseconds(speed, full_program_);
+    // Of the whole sensor, until a program says what to read.
     const Geometry& geometry = model.geometry;
-    return int64_t{geometry.columns} * geometry.rows *
-           CurrentSpeed(model, firmware_.settings).pixel_time_ns;
+    if (model.dialect == Dialect::simplified)
+        return static_cast<int64_t>(geometry.rows * speed.row_time_us * 1000.0);
+    return int64_t{geometry.columns} * geometry.rows * speed.pixel_time_ns;
 }
 
 int64_t Camera::ClearingNanoseconds() const {
-    return simplified_program_
-               ? ClearNanoseconds(*options_.model) * simplified_program_->clear_count
-               : 0;
+    const Model& model = *options_.model;
+    return simplified_program_ ? ClearNanoseconds(model, CurrentSpeed(model, firmware_.settings)) *
+                                     simplified_program_->clear_count
+                               : 0;
 }
 
 bool Camera::SetScene(const SceneChoice& choice, std::string& message) {

@@ -43,7 +43,8 @@ class Camera : public engine::Sensor, private CameraActions {
     int64_t ClearingNanoseconds() const override;
 
     void Describe();
-    void Run();
+    RunContext Context();
+    void Run(RunContext& context);
     void StopRun();
     bool SetScene(const SceneChoice& choice, std::string& message);
     // Answers of the console by topic; false for a word of another topic.
@@ -57,10 +58,13 @@ class Camera : public engine::Sensor, private CameraActions {
     std::vector<engine::BridgeNode> nodes_;
     std::unique_ptr<Scene> scene_;
     std::vector<HotPixel> hot_pixels_;
+    std::optional<FixedPattern> pattern_;  // made for the first run with noise
     LiveState live_;
     Faults faults_;
     Firmware firmware_;
     Noise noise_;
+    std::optional<uint64_t> new_seed_;  // of the noise, from the next run on
+    int64_t idle_since_ns_ = 0;         // camera time at the end of the last run
     std::vector<uint8_t> full_program_;
     std::optional<SimplifiedProgram> simplified_program_;
     engine::HostSide* host_ = nullptr;

@@ -78,8 +78,8 @@ class Machine {
             case OP_EXPOSE_SCALE: scale_ = argument; return;
             case OP_EXPOSE: return Continue(effects_.Expose(scale_, argument, false));
             case OP_EXPOSE_FAST: return Continue(effects_.Expose(scale_, argument, true));
-            case OP_OPEN_SHUTTER: return effects_.Shutter(true);
-            case OP_CLOSE_SHUTTER: return effects_.Shutter(false);
+            case OP_OPEN_SHUTTER: return Continue(effects_.Shutter(true));
+            case OP_CLOSE_SHUTTER: return Continue(effects_.Shutter(false));
             case OP_PARALLEL_DIS: return effects_.ParallelDiscard(argument);
             case OP_PARALLEL_BIN: return effects_.ParallelBin(argument);
             case OP_PARALLEL_CLEAR: return effects_.ParallelClear(argument);

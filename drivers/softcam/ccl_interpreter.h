@@ -6,37 +6,38 @@
 
 namespace softcam {
 
-// What a program does to the camera. Operations that take time return false to end the run.
+// What a program does to the camera; here, nothing. Operations that take time return false to end
+// the run.
 class ProgramEffects {
   public:
     virtual ~ProgramEffects() = default;
 
     // `scale` is 0 while no scale was loaded: then the exposure time register counts.
-    virtual bool Expose(uint16_t scale, uint16_t count, bool fast) = 0;
-    virtual bool ClearUntilTrigger() = 0;
-    virtual bool ExposeUntilTrigger() = 0;
-    virtual bool ExposeWhileTrigger() = 0;
-    virtual bool Flash(uint16_t duration) = 0;
-    virtual void Shutter(bool open) = 0;
+    virtual bool Expose(uint16_t /*scale*/, uint16_t /*count*/, bool /*fast*/) { return true; }
+    virtual bool ClearUntilTrigger() { return true; }
+    virtual bool ExposeUntilTrigger() { return true; }
+    virtual bool ExposeWhileTrigger() { return true; }
+    virtual bool Flash(uint16_t /*duration*/) { return true; }
+    virtual bool Shutter(bool /*open*/) { return true; }
 
-    virtual void ParallelDiscard(uint16_t rows) = 0;
-    virtual void ParallelBin(uint16_t rows) = 0;
-    virtual void ParallelClear(uint16_t rows) = 0;
-    virtual void Clear() = 0;
-    virtual void StorageOnly(bool on) = 0;
+    virtual void ParallelDiscard(uint16_t /*rows*/) {}
+    virtual void ParallelBin(uint16_t /*rows*/) {}
+    virtual void ParallelClear(uint16_t /*rows*/) {}
+    virtual void Clear() {}
+    virtual void StorageOnly(bool /*on*/) {}
 
-    virtual void SerialDiscard(uint16_t pixels) = 0;
-    virtual void SerialBin(uint16_t factor) = 0;
+    virtual void SerialDiscard(uint16_t /*pixels*/) {}
+    virtual void SerialBin(uint16_t /*factor*/) {}
     // False when the frame outgrows what the camera can hold.
-    virtual bool SerialConvert(uint16_t pixels) = 0;
-    virtual bool EndOfFrame() = 0;
+    virtual bool SerialConvert(uint16_t /*pixels*/) { return true; }
+    virtual bool EndOfFrame() { return true; }
 
-    virtual void SelectPort(uint16_t address) = 0;
-    virtual void SetPort(uint16_t state) = 0;
-    virtual void SetDac(uint16_t thousandths) = 0;
-    virtual void SetGain(uint16_t gain) = 0;
+    virtual void SelectPort(uint16_t /*address*/) {}
+    virtual void SetPort(uint16_t /*state*/) {}
+    virtual void SetDac(uint16_t /*thousandths*/) {}
+    virtual void SetGain(uint16_t /*gain*/) {}
     // Clocking modes that leave the pixels as they are.
-    virtual void ClockingMode(uint8_t operation) = 0;
+    virtual void ClockingMode(uint8_t /*operation*/) {}
 };
 
 enum class ProgramEnd : uint8_t {

@@ -94,6 +94,23 @@ std::vector<Spot> FindSpots(const Image& image, uint32_t radius, uint32_t count,
     return spots;
 }
 
+const Image& BackgroundFrames::Without(const Image& image) {
+    if (!Remembers()) return image;
+    result_ = image;
+    sums_.resize(image.pixels.size());
+    const auto count = static_cast<uint32_t>(before_.size());
+    for (size_t i = 0; count > 0 && i < sums_.size(); ++i) {
+        const uint32_t still = std::min<uint32_t>(sums_[i] / count, image.pixels[i]);
+        result_.pixels[i] = static_cast<uint16_t>(image.pixels[i] - still);
+    }
+    before_.push_back(image);
+    const bool full = before_.size() == frames_;
+    for (size_t i = 0; i < sums_.size(); ++i)
+        sums_[i] += image.pixels[i] - (full ? before_.front().pixels[i] : 0u);
+    if (full) before_.pop_front();
+    return result_;
+}
+
 void SpotTracker::Number(std::vector<Spot>& spots, uint32_t radius) {
     for (Spot& spot : spots) {
         const auto nearest = std::min_element(

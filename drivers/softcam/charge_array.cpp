@@ -1,6 +1,7 @@
 #include "softcam/charge_array.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace softcam {
 
@@ -26,17 +27,54 @@ SensorLayout LayoutOf(const Geometry& geometry, bool frame_transfer) {
     return layout;
 }
 
-ChargeArray::ChargeArray(const SensorLayout& layout)
+ChargeArray::ChargeArray(const SensorLayout& layout, double loss, Noise* noise)
     : layout_(layout),
+      loss_(loss),
+      noise_(noise),
       rows_(layout.height),
       register_(layout.prescan + layout.columns + layout.postscan) {
     for (Row& row : rows_) {
         row.pixels.resize(layout.columns);
         order_.push_back(&row);
     }
+    for (size_t i = 0; i < register_.size(); ++i) register_loss_.push_back(LossAfter(i + 1));
+}
+
+float ChargeArray::LossAfter(size_t shifts) const {
+    return static_cast<float>(-std::expm1(static_cast<double>(shifts) * std::log1p(-loss_)));
+}
+
+void ChargeArray::LeaveBehind(Row& row, Row& next) {
+    const float share = LossAfter(row.shifts);
+    lost_.assign(row.pixels.begin(), row.pixels.end());
+    for (float& charge : lost_) charge *= share;
+    noise_->Poisson(lost_);
+    for (size_t i = 0; i < lost_.size(); ++i) {
+        const uint32_t lost = std::min(static_cast<uint32_t>(lost_[i]), row.pixels[i]);
+        row.pixels[i] -= lost;
+        next.pixels[i] += lost;
+    }
+    next.charged = true;
+}
+
+void ChargeArray::SettleRegister() {
+    settled_ = true;
+    if (loss_ <= 0) return;
+    const size_t size = register_.size();
+    lost_.resize(size);
+    for (size_t i = 0; i < size; ++i)
+        lost_[i] = static_cast<float>(register_[(head_ + i) % size]) * register_loss_[i];
+    noise_->Poisson(lost_);
+    for (size_t i = 0; i + 1 < size; ++i) {
+        uint32_t& charge = register_[(head_ + i) % size];
+        const uint32_t lost = std::min(static_cast<uint32_t>(lost_[i]), charge);
+        charge -= lost;
+        register_[(head_ + i + 1) % size] += lost;
+    }
 }
 
 void ChargeArray::AddToRegister(const Row& row) {
+    settled_ = false;
     size_t place = head_ + layout_.prescan;
     for (const uint32_t charge : row.pixels) {
         if (place >= register_.size()) place -= register_.size();
@@ -51,10 +89,14 @@ void ChargeArray::MoveOut(uint32_t rows, bool into_register) {
     for (size_t i = 0; i < count; ++i) {
         Row& row = *order_[i];
         if (!row.charged) continue;
+        row.shifts += static_cast<uint32_t>(i + 1);
+        if (into_register && loss_ > 0 && i + 1 < area) LeaveBehind(row, *order_[i + 1]);
         if (into_register) AddToRegister(row);
         std::fill(row.pixels.begin(), row.pixels.end(), 0);
         row.charged = false;
     }
+    for (size_t i = count; loss_ > 0 && i < area; ++i)
+        order_[i]->shifts += static_cast<uint32_t>(count);
     const auto first = order_.begin();
     std::rotate(first, first + static_cast<std::ptrdiff_t>(count),
                 first + static_cast<std::ptrdiff_t>(area));

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "softcam/model.h"
+#include "softcam/noise.h"
 
 namespace softcam {
 
@@ -28,27 +29,27 @@ struct SensorLayout {
 // register is storage and only the other half sees light.
 SensorLayout LayoutOf(const Geometry& geometry, bool frame_transfer);
 
+// Of every charge that is shifted the share `loss` stays behind and joins the next one. It is taken
+// off when the charge leaves rows or register, all of it to the next charge, which is right to the
+// first order of shifts times loss. With a loss, `noise` tells which electrons stay.
 class ChargeArray {
   public:
-    explicit ChargeArray(const SensorLayout& layout);
+    explicit ChargeArray(const SensorLayout& layout, double loss = 0, Noise* noise = nullptr);
 
     const SensorLayout& Layout() const { return layout_; }
 
-    // Calls `add(image_row, pixels)` for every row that sees light.
+    // Calls `add(image_row, pixels)` for every row that sees light, or for every row there is, with
+    // -1 for those that see none.
     template <typename Add>
-    void Illuminate(Add&& add) {
-        for (uint32_t row = 0; row < layout_.lit_rows; ++row) {
-            Row& target = *order_[layout_.first_lit_row + row];
+    void Charge(bool everywhere, Add&& add) {
+        for (uint32_t row = 0; row < order_.size(); ++row) {
+            const uint32_t image_row = row - layout_.first_lit_row;
+            const bool lit = image_row < layout_.lit_rows;
+            if (!lit && !everywhere) continue;
+            Row& target = *order_[row];
+            if (!target.charged) target.shifts = 0;
             target.charged = true;
-            add(row, std::span<uint32_t>(target.pixels));
-        }
-    }
-    // The same for every row there is.
-    template <typename Add>
-    void AddEverywhere(Add&& add) {
-        for (Row* row : order_) {
-            row->charged = true;
-            add(std::span<uint32_t>(row->pixels));
+            add(lit ? static_cast<int32_t>(image_row) : -1, std::span<uint32_t>(target.pixels));
         }
     }
 
@@ -61,6 +62,7 @@ class ChargeArray {
 
     // Moves the register by one and returns what came out.
     uint32_t ShiftSerial() {
+        if (!settled_) SettleRegister();
         const uint32_t charge = register_[head_];
         register_[head_] = 0;
         if (++head_ == register_.size()) head_ = 0;
@@ -71,17 +73,26 @@ class ChargeArray {
   private:
     struct Row {
         std::vector<uint32_t> pixels;
+        uint32_t shifts = 0;  // since it was empty
         bool charged = false;
     };
 
+    float LossAfter(size_t shifts) const;
+    void LeaveBehind(Row& row, Row& next);
+    void SettleRegister();
     void MoveOut(uint32_t rows, bool into_register);
     void AddToRegister(const Row& row);
 
     SensorLayout layout_;
+    double loss_;
+    Noise* noise_;
     std::vector<Row> rows_;
     std::vector<Row*> order_;  // by distance from the register
     std::vector<uint32_t> register_;
     size_t head_ = 0;
+    std::vector<float> register_loss_;  // by distance from the head
+    bool settled_ = true;               // what stays behind in the register was moved
+    std::vector<float> lost_;           // of one row
     bool storage_only_ = false;
 };
 

@@ -87,7 +87,7 @@ constexpr Command commands[] = {
     TELL(GET_ACTUAL_GAIN, HasActualGain,
          U16(static_cast<uint64_t>(ElectronsPerCount(f.model, f.settings) * 100.0))),
     TELL(GET_READ_NOISE, HasActualGain,
-         U16(static_cast<uint64_t>(f.model.physics.read_noise * 100.0))),
+         U16(static_cast<uint64_t>(ReadNoise(f.model, f.settings) * 100.0))),
     SET(SELECT_SPD, Always, SelectSpeed(f, in.U8())),
     SET(SET_SPD_GAIN, Always, const uint8_t gain = in.U8();
         if (gain >= 1 && gain <= MaxGain(f)) f.settings.gain = gain),

@@ -181,6 +181,7 @@ void ParseShared(Section& section, CameraOptions& camera, Problem& problem) {
     section.Take("time_scale", camera.time_scale, 0, 1000);
     section.TakeInteger("seed", camera.seed, 0xFFFFFFFFFFFFFFFF);
     section.TakeInteger("hot_pixels", camera.hot_pixels, 100000);
+    section.TakeInteger("noise_frames", camera.noise_frames, 1000);
     section.TakeInteger("tidal_step", camera.tidal_step, 1000000);
 }
 

@@ -21,6 +21,7 @@ struct CameraOptions {
     bool ideal = false;
     bool stamp = false;
     uint32_t hot_pixels = 0;
+    uint32_t noise_frames = 8;
     double flux = 20.0;
     double time_scale = 1.0;
     uint32_t tidal_step = 0;  // 0: as the model has it

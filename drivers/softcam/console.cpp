@@ -37,6 +37,9 @@ std::string Camera::Console(const std::string& line) {
 bool Camera::AskConsole(const std::string& word, std::string& answer) {
     if (word == "frames")
         answer = std::to_string(live_.frames_written.load());
+    else if (word == "pace")
+        answer = std::to_string(live_.frames_behind.load()) + " " +
+                 std::to_string(live_.schedule_lost_ns.load() / 1'000'000);
     else if (word == "program")
         answer = live_.last_end.load();
     else if (word == "model")
@@ -85,7 +88,7 @@ bool Camera::TellConsole(const std::string& word, std::vector<std::string>& argu
         options_.ideal = arguments[0] == "off";
     } else if (word == "seed" && is_number) {
         options_.seed = static_cast<uint64_t>(value);
-        noise_ = Noise(options_.seed);
+        new_seed_ = options_.seed;
     } else if (word == "time_scale" && is_number) {
         options_.time_scale = value;
     } else if (word == "stamp") {

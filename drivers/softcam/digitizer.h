@@ -1,8 +1,8 @@
 #pragma once
 
 #include <algorithm>
-#include <cmath>
 #include <cstdint>
+#include <span>
 
 #include "softcam/noise.h"
 #include "softcam/settings.h"
@@ -13,34 +13,18 @@ namespace softcam {
 // sum saturates at 16 bits.
 class Digitizer {
   public:
-    Digitizer(const Model& model, const Settings& settings, bool ideal)
-        : ideal_(ideal),
-          electrons_per_count_(static_cast<float>(ElectronsPerCount(model, settings))),
-          read_noise_(static_cast<float>(model.physics.read_noise)),
-          bias_(static_cast<float>(settings.offset)),
-          top_(static_cast<float>((1u << CurrentSpeed(model, settings).bits) - 1u)),
-          multiplication_(model.ports[settings.port].multiplies
-                              ? static_cast<float>(settings.multiplication)
-                              : 1.0F) {}
+    Digitizer(const Model& model, const Settings& settings, bool ideal);
 
-    // `reads` is how many pixels were read with noise to make this one.
-    uint16_t Convert(uint32_t electrons, Noise& noise, float reads = 1.0F) const {
-        if (ideal_) return static_cast<uint16_t>(std::min<uint32_t>(electrons, 0xFFFF));
-        float signal = static_cast<float>(electrons);
-        if (multiplication_ > 1.0F) signal = Multiply(signal, noise);
-        signal += read_noise_ * std::sqrt(reads) * noise.Normal();
-        const float counts = signal / electrons_per_count_ + bias_ + 0.5F;
-        return static_cast<uint16_t>(std::clamp(counts, 0.0F, top_));
-    }
+    // Electrons of one pixel when its counts end.
+    float PixelLimit() const { return std::max((top_ - bias_) * electrons_per_count_, 0.0F); }
+
+    // Reads as many pixels as there are places in `counts`; each is the sum of `reads` that were
+    // read with noise. Sums are not held to the depth of the converter: they end where the frame's
+    // 16 bits do. The electrons are used up.
+    void Convert(std::span<float> electrons, Noise& noise, uint32_t reads,
+                 std::span<uint16_t> counts) const;
 
   private:
-    // The multiplier adds as much variance again as the photons brought.
-    float Multiply(float signal, Noise& noise) const {
-        if (signal <= 0.0F) return 0.0F;
-        const float spread = signal + std::sqrt(signal) * noise.Normal();
-        return std::max(spread, 0.0F) * multiplication_;
-    }
-
     bool ideal_;
     float electrons_per_count_;
     float read_noise_;

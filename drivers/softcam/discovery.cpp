@@ -9,7 +9,7 @@ namespace engine {
 
 bool FindSensors(std::vector<std::unique_ptr<Sensor>>& sensors, std::string& message) {
     std::vector<softcam::CameraOptions> cameras;
-    const char* path = std::getenv("ORVEX_SOFTCAM");
+    const char* path = secure_getenv("ORVEX_SOFTCAM");
     if (path == nullptr || *path == '\0')
         cameras = softcam::DefaultCameras();
     else if (!softcam::ReadConfiguration(path, cameras, message))

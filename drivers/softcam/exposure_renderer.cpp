@@ -1,17 +1,38 @@
 #include "softcam/exposure_renderer.h"
 
+#include <algorithm>
+
+#include "softcam/exposure.h"
+
 namespace softcam {
 namespace {
 
-// Adds to the sums of one line of binned pixels what its hot pixels collected.
-void AddHotPixels(RunContext& context, const rgn_type& region, uint32_t row, float electrons,
-                  std::span<uint32_t> sums) {
-    const uint32_t first = region.p1 + row * region.pbin;
-    for (const HotPixel& hot : HotPixelsOf(context.hot_pixels, first, first + region.pbin - 1u)) {
-        const uint32_t column = (hot.column - uint32_t{region.s1}) / region.sbin;
-        if (hot.column < region.s1 || column >= sums.size()) continue;
-        sums[column] += context.noise.Poisson(electrons);
+// Pixels with amplifiers of their own differ in what they show in the dark, unless the camera
+// corrects for it.
+void AddOffsets(const RunContext& context, uint32_t row, uint32_t first,
+                std::span<float> electrons) {
+    const auto spread = FixedPattern::step * static_cast<float>(context.model.physics.dsnu);
+    if (context.ideal || spread <= 0 || context.settings.sensor_correction) return;
+    const int8_t* const offset = context.pattern->Offset(row) + first;
+    float* const target = electrons.data();
+    const size_t count = electrons.size();
+    for (size_t i = 0; i < count; ++i) target[i] += spread * static_cast<float>(offset[i]);
+}
+
+// A pixel that is read before it is summed ends where its counts do.
+void EndAt(float limit, std::span<float> electrons) {
+    for (float& pixel : electrons) pixel = pixel < limit ? pixel : limit;
+}
+
+// Adds the pixels of a line to the sums of `bin` neighbours each.
+void AddBinned(std::span<const float> line, uint32_t bin, std::span<float> sums) {
+    const float* pixel = line.data();
+    if (bin == 1) {
+        for (float& sum : sums) sum += *pixel++;
+        return;
     }
+    for (float& sum : sums)
+        for (uint32_t i = 0; i < bin; ++i) sum += *pixel++;
 }
 
 }  // namespace
@@ -24,32 +45,29 @@ void RenderRegion(RunContext& context, const Digitizer& digitizer, const Image& 
     out.rows = rows;
     out.pixels.resize(size_t{columns} * rows);
 
-    const double seconds = static_cast<double>(exposure_ns) * 1e-9;
-    const auto flux = static_cast<float>(context.flux * seconds);
-    const auto dark = static_cast<float>(DarkCurrent(context) * seconds);
-    const uint32_t full_well = context.model.physics.full_well;
-    const auto reads = static_cast<float>(region.sbin * region.pbin);
-    std::vector<uint32_t> sums(columns);
-
+    Exposure exposure(context, exposure_ns);
+    std::vector<float> line(size_t{columns} * region.sbin);
+    std::vector<float> sums(columns);
+    const auto collect = [&](uint32_t y, std::span<float> electrons) {
+        exposure.Collect(y, region.s1, &light.pixels[size_t{y} * light.columns + region.s1], true,
+                         electrons);
+        AddOffsets(context, y, region.s1, electrons);
+    };
     for (uint32_t row = 0; row < rows; ++row) {
         if (context.pump.Stopping()) return;
-        std::fill(sums.begin(), sums.end(), 0);
-        for (uint32_t line = 0; exposure_ns > 0 && line < region.pbin; ++line) {
-            const uint32_t y = region.p1 + row * region.pbin + line;
-            const uint16_t* pixel = &light.pixels[size_t{y} * light.columns + region.s1];
-            for (uint32_t column = 0; column < columns; ++column) {
-                for (uint32_t i = 0; i < region.sbin; ++i, ++pixel) {
-                    sums[column] +=
-                        context.ideal
-                            ? *pixel
-                            : std::min(context.noise.Poisson(*pixel * flux + dark), full_well);
-                }
+        const uint32_t top = region.p1 + row * region.pbin;
+        if (region.sbin == 1 && region.pbin == 1) {
+            collect(top, sums);
+        } else {
+            std::ranges::fill(sums, 0.0F);
+            for (uint32_t y = top; y < top + region.pbin; ++y) {
+                collect(y, line);
+                if (!context.ideal) EndAt(digitizer.PixelLimit(), line);
+                AddBinned(line, region.sbin, sums);
             }
         }
-        if (!context.ideal) AddHotPixels(context, region, row, dark * hot_pixel_factor, sums);
-        uint16_t* target = &out.pixels[size_t{row} * columns];
-        for (uint32_t column = 0; column < columns; ++column)
-            target[column] = digitizer.Convert(sums[column], context.noise, reads);
+        digitizer.Convert(sums, context.noise, uint32_t{region.sbin} * region.pbin,
+                          {&out.pixels[size_t{row} * columns], columns});
     }
 }
 

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <array>
-#include <chrono>
 #include <cstdint>
 #include <span>
 #include <string>
@@ -11,6 +10,7 @@
 
 #include "engine/sensor.h"
 #include "softcam/configuration.h"
+#include "softcam/cooler.h"
 #include "softcam/settings.h"
 
 namespace softcam {
@@ -28,22 +28,6 @@ class CameraActions {
     virtual int64_t ExposureNanoseconds() const = 0;
     virtual int64_t ReadoutNanoseconds() const = 0;
     virtual int64_t ClearingNanoseconds() const = 0;
-};
-
-// Sensor temperature on its way to the set-point. Times are those of the camera.
-class Cooler {
-  public:
-    Cooler(const Physics& physics, double time_scale);
-
-    int16_t Setpoint() const { return setpoint_; }
-    void SetSetpoint(int16_t setpoint);
-    int16_t Temperature() const;
-
-  private:
-    double time_scale_;
-    int16_t setpoint_;
-    double start_;
-    std::chrono::steady_clock::time_point since_;
 };
 
 class Firmware;

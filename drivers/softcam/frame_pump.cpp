@@ -1,5 +1,6 @@
 #include "softcam/frame_pump.h"
 
+#include <algorithm>
 #include <sys/prctl.h>
 #include <utility>
 
@@ -103,11 +104,13 @@ bool CameraClock::Pass(int64_t nanoseconds) {
     deadline_ +=
         std::chrono::nanoseconds(static_cast<int64_t>(static_cast<double>(nanoseconds) * scale_));
     const auto now = FramePump::Clock::now();
-    if (now >= deadline_) {
-        if (now - deadline_ > patience) deadline_ = now;
-        return !pump_.Stopping();
+    behind_ = std::max(now - deadline_, std::chrono::nanoseconds(0));
+    if (now < deadline_) return pump_.SleepUntil(deadline_);
+    if (behind_ > patience) {
+        lost_ += behind_;
+        deadline_ = now;
     }
-    return pump_.SleepUntil(deadline_);
+    return !pump_.Stopping();
 }
 
 }  // namespace softcam

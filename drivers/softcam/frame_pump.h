@@ -55,14 +55,21 @@ class CameraClock {
 
     // Lets time pass; false when the run is to end.
     bool Pass(int64_t nanoseconds);
+    int64_t Nanoseconds() const { return elapsed_; }
     double Seconds() const { return static_cast<double>(elapsed_) * 1e-9; }
     double Scale() const { return scale_; }
+    // How far the last step of time was behind the wall clock.
+    std::chrono::nanoseconds Behind() const { return behind_; }
+    // By how much the schedule was put off in all.
+    std::chrono::nanoseconds Lost() const { return lost_; }
 
   private:
     FramePump& pump_;
     double scale_;
     int64_t elapsed_ = 0;
     FramePump::Clock::time_point deadline_;
+    std::chrono::nanoseconds behind_{0};
+    std::chrono::nanoseconds lost_{0};
 };
 
 }  // namespace softcam

@@ -1,9 +1,13 @@
 #include "softcam/full_program.h"
 
+#include <algorithm>
+#include <utility>
+
 #include "orvex/orvex_types.h"
 
 #include "softcam/ccl_interpreter.h"
 #include "softcam/digitizer.h"
+#include "softcam/exposure.h"
 
 namespace softcam {
 namespace {
@@ -18,15 +22,66 @@ constexpr int64_t serial_shift_ns = 20;
 constexpr int64_t millisecond_ns = 1'000'000;
 constexpr int64_t microsecond_ns = 1000;
 
+// The time that charge takes to move, which passes when the camera next exposes or ends a frame.
+class Clocking {
+  public:
+    explicit Clocking(const Speed& speed) : pixel_ns_(speed.pixel_time_ns) {}
+
+    void Rows(uint16_t count) { pending_ns_ += count * row_shift_ns; }
+    void Discarded(uint16_t pixels) { pending_ns_ += pixels * serial_shift_ns; }
+    void Converted(uint16_t pixels) { pending_ns_ += pixels * pixel_ns_; }
+    int64_t Take() { return std::exchange(pending_ns_, 0); }
+
+  private:
+    int64_t pixel_ns_;
+    int64_t pending_ns_ = 0;
+};
+
+// Follows a program to the end of its first frame, to learn how long reading it takes.
+class ReadoutTimer : public ProgramEffects {
+  public:
+    explicit ReadoutTimer(const Speed& speed) : clocking_(speed) {}
+
+    int64_t Readout() const { return readout_ns_; }
+
+    // What came ahead of an exposure is no readout.
+    bool Expose(uint16_t /*scale*/, uint16_t /*count*/, bool /*fast*/) override { return Begin(); }
+    bool ExposeUntilTrigger() override { return Begin(); }
+    bool ExposeWhileTrigger() override { return Begin(); }
+    bool Flash(uint16_t /*duration*/) override { return Begin(); }
+
+    void ParallelDiscard(uint16_t rows) override { clocking_.Rows(rows); }
+    void ParallelBin(uint16_t rows) override { clocking_.Rows(rows); }
+    void ParallelClear(uint16_t rows) override { clocking_.Rows(rows); }
+    void SerialDiscard(uint16_t pixels) override { clocking_.Discarded(pixels); }
+    bool SerialConvert(uint16_t pixels) override {
+        clocking_.Converted(pixels);
+        return true;
+    }
+    bool EndOfFrame() override {
+        readout_ns_ = clocking_.Take();
+        return false;
+    }
+
+  private:
+    bool Begin() {
+        clocking_.Take();
+        return true;
+    }
+
+    Clocking clocking_;
+    int64_t readout_ns_ = 0;
+};
+
 // The sensor and its clocks as a program sees them.
 class Ccd : public ProgramEffects {
   public:
     explicit Ccd(RunContext& context)
         : context_(context),
-          clock_(context.pump, context.time_scale),
-          charge_(LayoutOf(context.model.geometry, context.model.abilities.frame_transfer)),
+          charge_(LayoutOf(context.model.geometry, context.model.abilities.frame_transfer),
+                  context.ideal ? 0 : context.model.physics.transfer_loss, &context.noise),
           digitizer_(context.model, context.settings, context.ideal),
-          pixel_ns_(CurrentSpeed(context.model, context.settings).pixel_time_ns) {}
+          clocking_(CurrentSpeed(context.model, context.settings)) {}
 
     bool Expose(uint16_t scale, uint16_t count, bool fast) override {
         const uint64_t unit = scale != 0 ? scale : context_.settings.exposure_register;
@@ -35,46 +90,47 @@ class Ccd : public ProgramEffects {
     }
 
     bool ClearUntilTrigger() override {
-        if (!WaitForTrigger(context_, clock_)) return false;
+        if (!Settle() || !WaitForTrigger(context_)) return false;
         charge_.Clear();
         return true;
     }
 
     bool ExposeUntilTrigger() override {
-        if (context_.trigger.manual) return WaitForTrigger(context_, clock_) && Collect(0);
-        return Integrate(static_cast<int64_t>(context_.trigger.period_ms * 1e6));
+        if (!Settle()) return false;
+        const int64_t start = context_.clock.Nanoseconds();
+        return WaitForTrigger(context_) && Collect(context_.clock.Nanoseconds() - start);
     }
 
     bool ExposeWhileTrigger() override {
-        return WaitForTrigger(context_, clock_) &&
+        return Settle() && WaitForTrigger(context_) &&
                Integrate(static_cast<int64_t>(context_.trigger.width_ms * 1e6));
     }
 
     // The lamp lights the scene for that many milliseconds.
     bool Flash(uint16_t duration) override { return Integrate(duration * millisecond_ns); }
 
-    void Shutter(bool open) override {
-        if (open == context_.live.shutter_open.exchange(open)) return;
+    bool Shutter(bool open) override {
+        if (open == context_.live.shutter_open.exchange(open)) return true;
         const uint16_t delay =
             open ? context_.settings.shutter_open_ms : context_.settings.shutter_close_ms;
-        pending_ns_ += delay * millisecond_ns;
+        return Settle() && context_.clock.Pass(delay * millisecond_ns);
     }
 
     void ParallelDiscard(uint16_t rows) override {
         charge_.Shift(rows);
-        pending_ns_ += rows * row_shift_ns;
+        clocking_.Rows(rows);
     }
     void ParallelBin(uint16_t rows) override { ParallelDiscard(rows); }
     void ParallelClear(uint16_t rows) override {
         charge_.Drain(rows);
-        pending_ns_ += rows * row_shift_ns;
+        clocking_.Rows(rows);
     }
     void Clear() override { charge_.Clear(); }
     void StorageOnly(bool on) override { charge_.StorageOnly(on); }
 
     void SerialDiscard(uint16_t pixels) override {
         charge_.DiscardSerial(pixels);
-        pending_ns_ += pixels * serial_shift_ns;
+        clocking_.Discarded(pixels);
     }
     void SerialBin(uint16_t factor) override { serial_bin_ = factor == 0 ? 1 : factor; }
 
@@ -82,21 +138,23 @@ class Ccd : public ProgramEffects {
         if (frame_.size() > frame_limit) return false;
         const size_t start = frame_.size();
         frame_.resize(start + size_t{pixels} * 2);
-        for (size_t i = 0; i < pixels; ++i) {
-            uint32_t electrons = 0;
-            for (uint32_t shift = 0; shift < serial_bin_; ++shift)
-                electrons += charge_.ShiftSerial();
-            engine::StoreLittle(&frame_[start + 2 * i],
-                                digitizer_.Convert(electrons, context_.noise), 2);
+        electrons_.resize(pixels);
+        for (float& pixel : electrons_) {
+            uint32_t charge = 0;
+            for (uint32_t shift = 0; shift < serial_bin_; ++shift) charge += charge_.ShiftSerial();
+            pixel = static_cast<float>(charge);
         }
-        pending_ns_ += pixels * pixel_ns_;
+        counts_.resize(pixels);
+        digitizer_.Convert(electrons_, context_.noise, 1, counts_);
+        for (size_t i = 0; i < pixels; ++i)
+            engine::StoreLittle(&frame_[start + 2 * i], counts_[i], 2);
+        clocking_.Converted(pixels);
         return !context_.pump.Stopping();
     }
 
     bool EndOfFrame() override {
-        const int64_t readout = pending_ns_;
-        pending_ns_ = 0;
-        const bool delivered = DeliverFrame(context_, clock_, readout, frame_);
+        const bool delivered =
+            DeliverFrame(context_, clocking_.Take(), [this] { return std::span<uint8_t>(frame_); });
         frame_.clear();
         context_.host.Exposing();
         return delivered;
@@ -119,77 +177,61 @@ class Ccd : public ProgramEffects {
         if (port_ < context_.model.io_ports.size()) context_.live.ports[port_] = state;
     }
 
+    // Catches up with the program; what comes next begins here.
+    bool Settle() {
+        if (!context_.clock.Pass(clocking_.Take())) return false;
+        at_ = context_.clock.Seconds();
+        return true;
+    }
+
     bool Integrate(int64_t nanoseconds) {
-        if (nanoseconds <= 0) return true;
-        const int64_t waited = pending_ns_;
-        pending_ns_ = 0;
-        if (!clock_.Pass(waited)) return false;
-        const double start = clock_.Seconds();
-        if (!clock_.Pass(nanoseconds)) return false;
-        at_ = start;
-        return Collect(nanoseconds);
+        if (!Settle()) return false;
+        return nanoseconds <= 0 || (context_.clock.Pass(nanoseconds) && Collect(nanoseconds));
     }
 
     // Light that fell through the open shutter, and what heat adds with the shutter closed too.
     bool Collect(int64_t nanoseconds) {
         const bool lit = !context_.model.shutter || context_.live.shutter_open;
-        if (context_.ideal) {
-            if (lit) CollectIdeal();
-            return !context_.pump.Stopping();
-        }
-        const double seconds = static_cast<double>(nanoseconds) * 1e-9;
-        const auto dark = static_cast<float>(DarkCurrent(context_) * seconds);
-        charge_.AddEverywhere([&](std::span<uint32_t> row) {
-            for (uint32_t& pixel : row) pixel += context_.noise.Poisson(dark);
+        const bool ideal = context_.ideal;
+        if (ideal && !lit) return !context_.pump.Stopping();
+        const Image& image = context_.scene.At(at_);
+        // One that a trigger began and ended had some length.
+        Exposure exposure(context_, std::max<int64_t>(nanoseconds, 1));
+        const uint32_t limit = ideal ? 0xFFFFFFFF : context_.model.physics.full_well;
+        electrons_.resize(charge_.Layout().columns);
+        charge_.Charge(!ideal, [&](int32_t row, std::span<uint32_t> pixels) {
+            if (row < 0) {
+                exposure.CollectDark(electrons_);
+            } else {
+                const auto image_row = static_cast<uint32_t>(row);
+                const uint16_t* light = &image.pixels[size_t{image_row} * image.columns];
+                exposure.Collect(image_row, 0, light, lit, electrons_);
+            }
+            for (size_t i = 0; i < pixels.size(); ++i)
+                pixels[i] = std::min(pixels[i] + static_cast<uint32_t>(electrons_[i]), limit);
         });
-        CollectHotPixels(dark * hot_pixel_factor);
-        if (lit) CollectPhotons(static_cast<float>(context_.flux * seconds));
         return !context_.pump.Stopping();
     }
 
-    void CollectIdeal() {
-        const Image& image = context_.scene.At(at_);
-        charge_.Illuminate([&](uint32_t row, std::span<uint32_t> pixels) {
-            const uint16_t* light = &image.pixels[size_t{row} * image.columns];
-            for (size_t i = 0; i < pixels.size(); ++i) pixels[i] += light[i];
-        });
-    }
-
-    void CollectHotPixels(float electrons) {
-        if (context_.hot_pixels.empty()) return;
-        charge_.Illuminate([&](uint32_t row, std::span<uint32_t> pixels) {
-            for (const HotPixel& hot : HotPixelsOf(context_.hot_pixels, row, row))
-                pixels[hot.column] =
-                    std::min(pixels[hot.column] + context_.noise.Poisson(electrons),
-                             context_.model.physics.full_well);
-        });
-    }
-
-    void CollectPhotons(float electrons_per_unit) {
-        const Image& image = context_.scene.At(at_);
-        const uint32_t full_well = context_.model.physics.full_well;
-        charge_.Illuminate([&](uint32_t row, std::span<uint32_t> pixels) {
-            const uint16_t* light = &image.pixels[size_t{row} * image.columns];
-            for (size_t i = 0; i < pixels.size(); ++i) {
-                const float mean = static_cast<float>(light[i]) * electrons_per_unit;
-                pixels[i] = std::min(pixels[i] + context_.noise.Poisson(mean), full_well);
-            }
-        });
-    }
-
     RunContext& context_;
-    CameraClock clock_;
     ChargeArray charge_;
     Digitizer digitizer_;
-    int64_t pixel_ns_;
-    int64_t pending_ns_ = 0;
+    Clocking clocking_;
     double at_ = 0;
     uint32_t serial_bin_ = 1;
     uint16_t port_ = 0;
+    std::vector<float> electrons_;  // of the row at hand
+    std::vector<uint16_t> counts_;
     std::vector<uint8_t> frame_;
 };
 
 }  // namespace
+
+int64_t ReadoutNanoseconds(const Speed& speed, engine::Bytes program) {
+    ReadoutTimer timer(speed);
+    RunProgram(program, timer, step_budget);
+    return timer.Readout();
+}
 
 void RunFullProgram(RunContext& context, engine::Bytes program) {
     context.host.Exposing();

@@ -25,9 +25,11 @@ struct Geometry {
 
 struct Speed {
     uint16_t pixel_time_ns = 0;
+    double row_time_us = 0;  // readout of one row where rows are converted at once
     uint8_t bits = 16;
     std::vector<double> electrons_per_count{};  // by gain index, from 1
     std::vector<std::string_view> gain_names{};
+    std::vector<double> read_noise{};  // electrons, root mean square, by gain index
 };
 
 struct ReadoutPort {
@@ -91,6 +93,7 @@ struct Centroids {
     uint16_t max_count = 100;
     std::vector<NamedValue> modes{};
     std::vector<NamedValue> background_counts{};
+    std::vector<uint16_t> background_frames{};  // by the values of background_counts
 };
 
 // The self-description block of newer cameras.
@@ -148,10 +151,12 @@ struct Abilities {
 
 struct Physics {
     uint32_t full_well = 0;           // electrons
-    double read_noise = 0;            // electrons, root mean square
     double dark_current = 0;          // electrons per pixel and second at 20 degrees
+    double dark_spread = 0;           // by which pixels differ in it, share, root mean square
+    double prnu = 0;                  // and in sensitivity
+    double dsnu = 0;                  // offsets of pixels that have amplifiers, electrons
+    double transfer_loss = 0;         // share of a charge that stays behind at every shift
     int16_t bias = 0;                 // counts
-    double row_time_us = 0;           // readout of one row where rows are converted at once
     int16_t min_temperature = -3000;  // hundredths of a degree Celsius
     int16_t max_temperature = 2500;
     int16_t first_setpoint = -1000;

@@ -3,6 +3,7 @@
 #include "orvex/orvex_ddi.h"
 #include "orvex/orvex_types.h"
 
+#include "engine/module.h"
 #include "softcam/model.h"
 
 namespace softcam {
@@ -36,8 +37,10 @@ Model Ccd() {
                       .adc_offset = true,
                       .parallel_clear = true},
         .physics = {.full_well = 100000,
-                    .read_noise = 6.0,
                     .dark_current = 20.0,
+                    .dark_spread = 0.1,
+                    .prnu = 0.01,
+                    .transfer_loss = 1e-6,
                     .bias = 200,
                     .min_temperature = -7000,
                     .max_temperature = 2000,
@@ -47,11 +50,13 @@ Model Ccd() {
                    .speeds = {{.pixel_time_ns = 1000,
                                .bits = 16,
                                .electrons_per_count = {4.0, 2.0, 1.0},
-                               .gain_names = {"Low", "Medium", "High"}},
+                               .gain_names = {"Low", "Medium", "High"},
+                               .read_noise = {6.5, 6.2, 6.0}},
                               {.pixel_time_ns = 200,
                                .bits = 14,
                                .electrons_per_count = {8.0, 4.0},
-                               .gain_names = {"Low", "High"}}}}},
+                               .gain_names = {"Low", "High"},
+                               .read_noise = {12.0, 11.0}}}}},
         .io_ports = {{.type = IO_TYPE_TTL, .direction = IO_DIR_OUTPUT, .bits = 8, .max = 255},
                      {.type = IO_TYPE_TTL,
                       .direction = IO_DIR_INPUT_OUTPUT,
@@ -149,10 +154,11 @@ Model Cmos() {
                       .metadata = true,
                       .extended_metadata = true},
         .physics = {.full_well = 45000,
-                    .read_noise = 1.6,
                     .dark_current = 5.0,
+                    .dark_spread = 0.3,
+                    .prnu = 0.005,
+                    .dsnu = 0.3,
                     .bias = 100,
-                    .row_time_us = 10.0,
                     .min_temperature = -1500,
                     .max_temperature = 2500,
                     .first_setpoint = 0},
@@ -165,27 +171,36 @@ Model Cmos() {
                   .firmware = "6.40.1"},
         .ports = {{.name = "Sensitivity",
                    .speeds = {{.pixel_time_ns = 10,
+                               .row_time_us = 10.0,
                                .bits = 12,
-                               .electrons_per_count = {1.0, 0.5},
-                               .gain_names = {"Full Well", "Sensitivity"}},
+                               .electrons_per_count = {1.0, 11.3},
+                               .gain_names = {"Sensitivity", "Full Well"},
+                               .read_noise = {1.6, 5.0}},
                               {.pixel_time_ns = 5,
+                               .row_time_us = 5.0,
                                .bits = 11,
                                .electrons_per_count = {2.0},
-                               .gain_names = {"Speed"}}}},
+                               .gain_names = {"Speed"},
+                               .read_noise = {2.2}}}},
                   {.name = "Dynamic Range",
                    .speeds = {{.pixel_time_ns = 20,
+                               .row_time_us = 20.0,
                                .bits = 16,
                                .electrons_per_count = {0.7},
-                               .gain_names = {"HDR"}},
+                               .gain_names = {"HDR"},
+                               .read_noise = {1.8}},
                               {.pixel_time_ns = 10,
+                               .row_time_us = 10.0,
                                .bits = 14,
                                .electrons_per_count = {2.8},
-                               .gain_names = {"HDR Fast"}}}}},
+                               .gain_names = {"HDR Fast"},
+                               .read_noise = {3.0}}}}},
         .filters = CmosFilters(),
         .centroids =
             Centroids{
                 .modes = {{OX_CENTROIDS_MODE_LOCATE, "Locate"}, {OX_CENTROIDS_MODE_TRACK, "Track"}},
-                .background_counts = {{0, "1 Frame"}, {1, "4 Frames"}, {2, "16 Frames"}}},
+                .background_counts = {{0, "1 Frame"}, {1, "4 Frames"}, {2, "16 Frames"}},
+                .background_frames = {1, 4, 16}},
         .tidal = TidalStreaming{.max_entries = 16, .step = 1},
         .extended = CmosExtended(),
     };
@@ -214,8 +229,10 @@ Model Plain() {
                      .prescan = 10,
                      .postscan = 4},
         .physics = {.full_well = 300000,
-                    .read_noise = 12.0,
                     .dark_current = 60.0,
+                    .dark_spread = 0.2,
+                    .prnu = 0.02,
+                    .transfer_loss = 1e-5,
                     .bias = 400,
                     .min_temperature = -4500,
                     .max_temperature = 2500,
@@ -225,7 +242,8 @@ Model Plain() {
                    .speeds = {{.pixel_time_ns = 500,
                                .bits = 16,
                                .electrons_per_count = {8.0, 4.0},
-                               .gain_names = {"Low", "High"}}}}},
+                               .gain_names = {"Low", "High"},
+                               .read_noise = {14.0, 12.0}}}}},
     };
 }
 
@@ -255,8 +273,10 @@ Model ElectronMultiplying() {
                      .postscan = 4},
         .abilities = {.frame_transfer = true, .adc_offset = true, .readout_time = true},
         .physics = {.full_well = 180000,
-                    .read_noise = 40.0,
                     .dark_current = 30.0,
+                    .dark_spread = 0.1,
+                    .prnu = 0.01,
+                    .transfer_loss = 5e-6,
                     .bias = 300,
                     .min_temperature = -8000,
                     .max_temperature = 0,
@@ -267,28 +287,33 @@ Model ElectronMultiplying() {
                    .speeds = {{.pixel_time_ns = 100,
                                .bits = 14,
                                .electrons_per_count = {12.0, 6.0, 3.0},
-                               .gain_names = {"1x", "2x", "4x"}},
+                               .gain_names = {"1x", "2x", "4x"},
+                               .read_noise = {50.0, 46.0, 45.0}},
                               {.pixel_time_ns = 200,
                                .bits = 16,
                                .electrons_per_count = {12.0, 6.0, 3.0},
-                               .gain_names = {"1x", "2x", "4x"}}}},
+                               .gain_names = {"1x", "2x", "4x"},
+                               .read_noise = {42.0, 40.0, 38.0}}}},
                   {.name = "Normal",
                    .speeds = {{.pixel_time_ns = 1000,
                                .bits = 16,
                                .electrons_per_count = {4.0, 2.0},
-                               .gain_names = {"1x", "2x"}},
+                               .gain_names = {"1x", "2x"},
+                               .read_noise = {6.0, 5.0}},
                               {.pixel_time_ns = 200,
                                .bits = 16,
                                .electrons_per_count = {4.0, 2.0},
-                               .gain_names = {"1x", "2x"}}}}},
+                               .gain_names = {"1x", "2x"},
+                               .read_noise = {12.0, 10.0}}}}},
     };
 }
 
 }  // namespace
 
 std::span<const Model> AllModels() {
-    static const std::array<Model, 4> models = {Ccd(), Cmos(), Plain(), ElectronMultiplying()};
-    return models;
+    static const engine::SharedByCameras models(
+        std::array{Ccd(), Cmos(), Plain(), ElectronMultiplying()});
+    return *models;
 }
 
 const Model* FindModel(std::string_view type) {

@@ -1,80 +1,83 @@
 #include "softcam/noise.h"
 
+#include <algorithm>
 #include <cmath>
+#include <vector>
 
 namespace softcam {
+namespace {
+
+// Spreads a seed over a generator's state (splitmix64).
+uint64_t Spread(uint64_t& seed) {
+    seed += 0x9E3779B97F4A7C15u;
+    uint64_t z = seed;
+    z = (z ^ z >> 30) * 0xBF58476D1CE4E5B9u;
+    z = (z ^ z >> 27) * 0x94D049BB133111EBu;
+    return z ^ z >> 31;
+}
+
+}  // namespace
 
 Noise::Noise(uint64_t seed)
-    : state_(seed * 0x9E3779B97F4A7C15u + 0xD1B54A32D192ED03u),
-      normal_(&SharedNormal()),
-      poisson_(&SharedPoisson()) {
+    : state_(seed * 0x9E3779B97F4A7C15u + 0xD1B54A32D192ED03u), kernels_(&BestPixelKernels()) {
     if (state_ == 0) state_ = 1;
+    for (auto& words : lanes_.state)
+        for (uint32_t& word : words) word = static_cast<uint32_t>(Spread(seed) >> 32);
 }
 
-const Noise::NormalTable& Noise::SharedNormal() {
-    // Quantiles of the normal distribution, so that the table itself has mean 0 and variance 1.
-    static const std::unique_ptr<const NormalTable> table = [] {
-        auto made = std::make_unique<NormalTable>();
-        const size_t size = made->size();
-        double z = -5.0;
-        double density_step = 0.0;
-        for (size_t i = 0; i < size; ++i) {
-            const double chance = (static_cast<double>(i) + 0.5) / static_cast<double>(size);
-            // Newton steps on the distribution function from the neighbour's quantile.
-            for (int step = 0; step < 20; ++step) {
-                const double error = 0.5 * std::erfc(-z / std::sqrt(2.0)) - chance;
-                density_step = error / (std::exp(-z * z / 2) / std::sqrt(2 * 3.14159265358979));
-                if (density_step > 0.5) density_step = 0.5;
-                if (density_step < -0.5) density_step = -0.5;
-                z -= density_step;
-                if (std::fabs(density_step) < 1e-9) break;
-            }
-            (*made)[i] = static_cast<float>(z);
-        }
-        return made;
-    }();
-    return *table;
+void Noise::Normal(std::span<float> out) {
+    for (; out.size() >= pixel_block; out = out.subspan(pixel_block))
+        kernels_->normal(lanes_, out.data());
+    if (out.empty()) return;
+    PixelBlock<float> rest;
+    kernels_->normal(lanes_, rest.data());
+    std::copy_n(rest.begin(), out.size(), out.begin());
 }
 
-const Noise::PoissonTable& Noise::SharedPoisson() {
-    static const std::unique_ptr<const PoissonTable> table = [] {
-        auto made = std::make_unique<PoissonTable>();
-        for (size_t row = 0; row < made->size(); ++row) {
-            // The middle of the step that the row stands for.
-            const double mean = (static_cast<double>(row) + 0.5) / steps_per_electron;
-            double term = std::exp(-mean);
-            double below = term;
-            uint8_t count = 0;
-            auto& chances = (*made)[row];
-            for (size_t i = 0; i < chances.size(); ++i) {
-                const double chance =
-                    (static_cast<double>(i) + 0.5) / static_cast<double>(chances.size());
-                while (chance > below && count < 255) {
-                    ++count;
-                    term *= mean / count;
-                    below += term;
-                }
-                chances[i] = count;
-            }
-        }
-        return made;
-    }();
-    return *table;
+void Noise::Poisson(std::span<float> values) {
+    for (; values.size() >= pixel_block; values = values.subspan(pixel_block))
+        kernels_->poisson(lanes_, values.data());
+    if (values.empty()) return;
+    // The first mean stands in for those that a whole block would have.
+    PixelBlock<float> rest;
+    rest.fill(values.front());
+    std::copy(values.begin(), values.end(), rest.begin());
+    kernels_->poisson(lanes_, rest.data());
+    std::copy_n(rest.begin(), values.size(), values.begin());
 }
 
-uint32_t Noise::Poisson(float mean) {
-    if (mean <= 0.0F) return 0;
-    const uint64_t bits = Bits();
-    if (mean < static_cast<float>(small_mean) - 1.0F) {
-        // A random part of a step spreads means between the rows of the table.
-        const float spread = static_cast<float>(bits & 0xFFFF) / 65536.0F - 0.5F;
-        float place = mean * static_cast<float>(steps_per_electron) + spread;
-        if (place < 0.0F) place = 0.0F;
-        return (*poisson_)[static_cast<size_t>(place)][bits >> (64 - chance_bits)];
+float Noise::NextNormal() {
+    if (normals_left_ == 0) {
+        kernels_->normal(lanes_, normals_.data());
+        normals_left_ = normals_.size();
     }
-    const float sample = mean + std::sqrt(mean) * (*normal_)[bits >> (64 - normal_bits)];
-    // Far from zero and from the end of the type; a library call would cost more than the draw.
-    return static_cast<uint32_t>(sample + 0.5F);  // NOLINT(bugprone-incorrect-roundings)
+    return normals_[--normals_left_];
+}
+
+// Gamma deviate of a shape of at least 1 (Marsaglia and Tsang).
+float Noise::Gamma(float shape) {
+    const float d = shape - 1.0F / 3;
+    const float c = 1 / std::sqrt(9 * d);
+    for (;;) {
+        const float z = NextNormal();
+        const float root = 1 + c * z;
+        if (root <= 0) continue;
+        const float v = root * root * root;
+        const float part = (static_cast<float>(Bits() >> 40) + 0.5F) * 0x1p-24F;
+        if (std::log(part) < 0.5F * z * z + d * (1 - v + std::log(v))) return d * v;
+    }
+}
+
+void Noise::Multiply(std::span<float> electrons, float gain) {
+    if (gain <= 1) return;
+    // Beside those that went in, a sum of geometric numbers is a Poisson number whose mean is
+    // gamma-distributed.
+    std::vector<float> more(electrons.size());
+    std::ranges::transform(electrons, more.begin(), [&](float count) {
+        return count >= 1 ? Gamma(count) * (gain - 1) : 0.0F;
+    });
+    Poisson(more);
+    std::ranges::transform(electrons, more, electrons.begin(), std::plus<>());
 }
 
 }  // namespace softcam

@@ -1,20 +1,18 @@
 #pragma once
 
-#include <array>
 #include <cstdint>
-#include <memory>
-#include <random>
-#include <vector>
+#include <span>
+
+#include "softcam/pixel_kernels.h"
 
 namespace softcam {
 
-// Random numbers for millions of pixels a frame: shot noise and read noise from tables that are
-// made once, walked from places that a seeded generator picks.
+// Random numbers for millions of pixels a frame, from a seeded generator.
 class Noise {
   public:
     explicit Noise(uint64_t seed);
 
-    // Next 64 random bits; a small fast generator (xorshift64*).
+    // Next 64 random bits, of a sequence of their own (xorshift64*).
     uint64_t Bits() {
         state_ ^= state_ >> 12;
         state_ ^= state_ << 25;
@@ -22,29 +20,25 @@ class Noise {
         return state_ * 0x2545F4914F6CDD1Du;
     }
 
-    // Normal deviate of mean 0 and variance 1.
-    float Normal() { return (*normal_)[Bits() >> (64 - normal_bits)]; }
+    // Normal deviates of mean 0 and variance 1.
+    void Normal(std::span<float> out);
 
-    // Number of events when `mean` are expected.
-    uint32_t Poisson(float mean);
+    // Turns expected numbers of events into numbers of events.
+    void Poisson(std::span<float> values);
+
+    // Electrons that went into a multiplying register become those that come out of it: for each
+    // one a geometrically distributed number, `gain` on average.
+    void Multiply(std::span<float> electrons, float gain);
 
   private:
-    static constexpr unsigned normal_bits = 16;
-    using NormalTable = std::array<float, size_t{1} << normal_bits>;
-
-    // Below this mean the distribution is too skewed for a normal one.
-    static constexpr uint32_t small_mean = 32;
-    static constexpr uint32_t steps_per_electron = 8;
-    static constexpr unsigned chance_bits = 11;
-    using PoissonTable =
-        std::array<std::array<uint8_t, size_t{1} << chance_bits>, small_mean * steps_per_electron>;
-
-    static const NormalTable& SharedNormal();
-    static const PoissonTable& SharedPoisson();
+    float NextNormal();
+    float Gamma(float shape);
 
     uint64_t state_;
-    const NormalTable* normal_;
-    const PoissonTable* poisson_;
+    Lanes lanes_;
+    const PixelKernels* kernels_;
+    PixelBlock<float> normals_{};  // taken one by one
+    size_t normals_left_ = 0;
 };
 
 }  // namespace softcam

@@ -4,17 +4,28 @@
 
 namespace softcam {
 
+namespace {
+
+// A frame that comes later than this after its time counts as behind schedule.
+constexpr std::chrono::milliseconds pace_tolerance{1};
+
+}  // namespace
+
 double DarkCurrent(const RunContext& context) {
     // It doubles every 7 degrees.
-    return context.model.physics.dark_current * std::exp2((context.temperature - 20.0) / 7.0);
+    const double celsius = context.cooler.Temperature() / 100.0;
+    return context.model.physics.dark_current * std::exp2((celsius - 20.0) / 7.0);
 }
 
-bool DeliverFrame(RunContext& context, CameraClock& clock, int64_t readout_ns,
-                  std::span<uint8_t> frame) {
+bool DeliverFrame(RunContext& context, int64_t readout_ns,
+                  const std::function<std::span<uint8_t>()>& read) {
     engine::HostSide& host = context.host;
     if (context.faults.Strikes(Fault::stuck_transfer)) return context.pump.SleepForever();
     host.FrameBegins(engine::CurrentTimeStamp());
-    if (!clock.Pass(readout_ns)) return false;
+    const std::span<uint8_t> frame = read();
+    if (!context.clock.Pass(readout_ns)) return false;
+    if (context.clock.Behind() > pace_tolerance) ++context.live.frames_behind;
+    context.live.schedule_lost_ns = context.clock.Lost().count();
     if (context.faults.Strikes(Fault::failed_transfer)) {
         host.FrameFails();
         return context.pump.SleepForever();
@@ -42,9 +53,18 @@ bool DeliverFrame(RunContext& context, CameraClock& clock, int64_t readout_ns,
     return true;
 }
 
-bool WaitForTrigger(RunContext& context, CameraClock& clock) {
-    if (context.trigger.manual) return context.pump.SleepForTrigger();
-    return clock.Pass(static_cast<int64_t>(context.trigger.period_ms * 1e6));
+bool WaitForTrigger(RunContext& context) {
+    if (context.trigger.manual) {
+        // With no pace of its own, the camera waits for a hand at the pace of the hand.
+        const double scale = context.time_scale > 0 ? context.time_scale : 1.0;
+        const auto begin = FramePump::Clock::now();
+        if (!context.pump.SleepForTrigger()) return false;
+        const std::chrono::duration<double, std::nano> waited = FramePump::Clock::now() - begin;
+        return context.clock.Pass(std::llround(waited.count() / scale));
+    }
+    const auto period = static_cast<int64_t>(context.trigger.period_ms * 1e6);
+    if (period <= 0) return !context.pump.Stopping();
+    return context.clock.Pass(period - context.Now() % period);
 }
 
 }  // namespace softcam

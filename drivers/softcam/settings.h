@@ -52,6 +52,10 @@ inline const Speed& CurrentSpeed(const Model& model, const Settings& settings) {
 inline double ElectronsPerCount(const Model& model, const Settings& settings) {
     return CurrentSpeed(model, settings).electrons_per_count[settings.gain - 1u];
 }
+// Electrons, root mean square.
+inline double ReadNoise(const Model& model, const Settings& settings) {
+    return CurrentSpeed(model, settings).read_noise[settings.gain - 1u];
+}
 
 constexpr size_t io_port_limit = 8;
 
@@ -63,6 +67,8 @@ struct LiveState {
     std::array<std::atomic<uint16_t>, io_port_limit> ports{};
     std::array<std::atomic<uint16_t>, io_port_limit> directions{};
     std::atomic<uint64_t> frames_written = 0;
+    std::atomic<uint64_t> frames_behind = 0;    // that were due before they were ready
+    std::atomic<int64_t> schedule_lost_ns = 0;  // by which the schedule was put off
     std::atomic<const char*> last_end = "none";
 };
 

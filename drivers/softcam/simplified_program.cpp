@@ -82,17 +82,19 @@ std::optional<SimplifiedProgram> ParseSimplified(engine::Bytes bytes, const Mode
     return program;
 }
 
-int64_t ReadoutNanoseconds(const Model& model, const SimplifiedProgram& program) {
+int64_t ReadoutNanoseconds(const Model& model, const Speed& speed,
+                           const SimplifiedProgram& program) {
     // Rows are read once, however many regions want them.
     std::vector<bool> wanted(model.geometry.rows);
     for (const rgn_type& region : program.regions)
         std::fill(wanted.begin() + region.p1, wanted.begin() + region.p2 + 1, true);
     const auto rows = std::count(wanted.begin(), wanted.end(), true);
-    return static_cast<int64_t>(static_cast<double>(rows) * model.physics.row_time_us * 1000.0);
+    return static_cast<int64_t>(static_cast<double>(rows) * speed.row_time_us * 1000.0);
 }
 
-int64_t ClearNanoseconds(const Model& model) {
-    return static_cast<int64_t>(model.geometry.rows * model.physics.row_time_us * 100.0);
+int64_t ClearNanoseconds(const Model& model, const Speed& speed) {
+    // Rows are cleared ten times as fast as they are read.
+    return static_cast<int64_t>(model.geometry.rows * speed.row_time_us * 100.0);
 }
 
 }  // namespace softcam

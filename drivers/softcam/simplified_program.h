@@ -32,8 +32,9 @@ struct SimplifiedProgram {
 std::optional<SimplifiedProgram> ParseSimplified(engine::Bytes program, const Model& model);
 
 // Time to read out the rows that a program wants, and to clear the sensor once.
-int64_t ReadoutNanoseconds(const Model& model, const SimplifiedProgram& program);
-int64_t ClearNanoseconds(const Model& model);
+int64_t ReadoutNanoseconds(const Model& model, const Speed& speed,
+                           const SimplifiedProgram& program);
+int64_t ClearNanoseconds(const Model& model, const Speed& speed);
 
 void RunSimplifiedProgram(RunContext& context, const SimplifiedProgram& program);
 

@@ -14,8 +14,14 @@ namespace softcam {
 namespace {
 
 // A region keeps its alignment in memory; pixels go out least significant byte first.
-engine::Bytes PixelBytes(const Image& image) {
-    return {reinterpret_cast<const uint8_t*>(image.pixels.data()), image.pixels.size() * 2};
+std::span<uint8_t> PixelBytes(Image& image) {
+    return {reinterpret_cast<uint8_t*>(image.pixels.data()), image.pixels.size() * 2};
+}
+
+size_t BackgroundCount(const RunContext& context) {
+    const Settings& settings = context.settings;
+    if (!settings.metadata || !settings.centroids) return 1;
+    return context.model.centroids->background_frames[settings.centroid_background];
 }
 
 class Cmos {
@@ -23,10 +29,15 @@ class Cmos {
     Cmos(RunContext& context, const SimplifiedProgram& program)
         : context_(context),
           program_(program),
-          clock_(context.pump, context.time_scale),
           digitizer_(context.model, context.settings, context.ideal),
           filters_(context.model, context.settings),
-          readout_ns_(ReadoutNanoseconds(context.model, program)) {}
+          background_(BackgroundCount(context)),
+          speed_(CurrentSpeed(context.model, context.settings)),
+          readout_ns_(ReadoutNanoseconds(context.model, speed_, program)),
+          clear_ns_(ClearNanoseconds(context.model, speed_) * program.clear_count) {
+        if (context.settings.delivery_mode == OX_FRAME_DELIVERY_MODE_CONSTANT_INTERVALS)
+            longest_wait_ns_ = LongestWait();
+    }
 
     void Run() {
         context_.host.Exposing();
@@ -47,7 +58,7 @@ class Cmos {
         return program_.clear_mode == CLEAR_PRE_EXPOSURE ||
                program_.clear_mode == CLEAR_PRE_EXPOSURE_POST_SEQ;
     }
-    bool Clear() { return clock_.Pass(ClearNanoseconds(context_.model) * program_.clear_count); }
+    bool Clear() { return context_.clock.Pass(clear_ns_); }
 
     // Modes from 256 on carry the expose-out mode in their low byte.
     bool WaitsForTrigger(uint64_t index) const {
@@ -82,51 +93,96 @@ class Cmos {
         return index > 0 && !clears && !WaitsForTrigger(index);
     }
 
+    // Entries of the two lists come in turn, each list at its own length.
+    int64_t DelayOf(uint64_t index) const {
+        const Settings& settings = context_.settings;
+        if (!settings.tidal_enabled || settings.tidal_delays.empty()) return 0;
+        return program_.Nanoseconds(settings.tidal_delays[index % settings.tidal_delays.size()]);
+    }
+
+    // From the end of the exposure before, less what passes while that is read, to the end of the
+    // exposure of a frame.
+    int64_t WaitFor(uint64_t index) const {
+        const int64_t overlap_ns = ExposesDuringReadout(index) ? readout_ns_ : 0;
+        return std::max(DelayOf(index) + ExposureOf(index) - overlap_ns, int64_t{0});
+    }
+
+    int64_t LongestWait() const {
+        const Settings& settings = context_.settings;
+        const uint64_t pairs = std::max(settings.tidal_exposures.size(), size_t{1}) *
+                               std::max(settings.tidal_delays.size(), size_t{1});
+        int64_t longest_ns = 0;
+        for (uint64_t index = 1; index <= pairs; ++index)
+            longest_ns = std::max(longest_ns, WaitFor(index));
+        return longest_ns;
+    }
+
+    // What a shorter frame is held back, for all to come at the interval of the longest. Those that
+    // a trigger begins come at its pace.
+    int64_t IdleBefore(uint64_t index) const {
+        if (index == 0 || WaitsForTrigger(index)) return 0;
+        return std::max(longest_wait_ns_ - WaitFor(index), int64_t{0});
+    }
+
     bool RunFrame(uint64_t index) {
         if (ClearsBeforeExposure() && !Clear()) return false;
-        if (WaitsForTrigger(index) && !WaitForTrigger(context_, clock_)) return false;
+        if (WaitsForTrigger(index) && !WaitForTrigger(context_)) return false;
         const int64_t exposure_ns = ExposureOf(index);
-        const int64_t passed_ns =
-            ExposesDuringReadout(index) ? std::min(exposure_ns, readout_ns_) : 0;
-        const double at = clock_.Seconds() - static_cast<double>(passed_ns) * 1e-9;
-        if (!clock_.Pass(exposure_ns - passed_ns)) return false;
-        std::vector<uint8_t>& frame = Rendered(index, exposure_ns, at);
-        if (context_.pump.Stopping()) return false;
-        if (context_.settings.metadata) Stamp(frame, index, exposure_ns);
-        return DeliverFrame(context_, clock_, readout_ns_, frame);
+        if (!context_.clock.Pass(IdleBefore(index) + WaitFor(index))) return false;
+        const double at = context_.clock.Seconds() - static_cast<double>(exposure_ns) * 1e-9;
+        return DeliverFrame(context_, readout_ns_, [&] {
+            const std::span<uint8_t> frame = Rendered(index, exposure_ns, at);
+            if (context_.settings.metadata) Stamp(frame, index, exposure_ns);
+            return frame;
+        });
     }
 
     void Stamp(std::span<uint8_t> frame, uint64_t index, int64_t exposure_ns) {
-        const int64_t now = engine::CurrentTimeStamp();
+        const int64_t now = context_.Now() / 100;
         MetadataFrame::Stamp(frame, {.number = static_cast<uint32_t>(index + 1),
                                      .begin = now,
                                      .end = now + readout_ns_ / 100,
                                      .exposure_ns = exposure_ns,
-                                     .bits = CurrentSpeed(context_.model, context_.settings).bits,
+                                     .bits = speed_.bits,
                                      .color = context_.model.color});
     }
 
-    // At full speed one rendered exposure is delivered over and over, one for each entry of the
-    // exposure list; what moves or depends on the frames before is rendered every time.
-    std::vector<uint8_t>& Rendered(uint64_t index, int64_t exposure_ns, double at) {
+    // How many frames differ before they are delivered again, a multiple of the entries of an
+    // exposure list; 0 where every frame is rendered. At full speed a frame is to cost one copy;
+    // what moves or depends on the frames before can't be repeated.
+    size_t Variants(size_t entries) const {
+        if (context_.scene.Moves() || filters_.Remembers() || background_.Remembers()) return 0;
+        if (context_.ideal) return entries;
+        if (context_.time_scale > 0 || context_.noise_frames == 0) return 0;
+        return std::max<size_t>(context_.noise_frames / entries, 1) * entries;
+    }
+
+    std::span<uint8_t> Rendered(uint64_t index, int64_t exposure_ns, double at) {
         const Settings& settings = context_.settings;
         const bool listed = settings.tidal_enabled && !settings.tidal_exposures.empty();
-        const size_t variants = listed ? settings.tidal_exposures.size() : 1;
-        const bool reuse = (context_.time_scale <= 0 || context_.ideal) &&
-                           !context_.scene.Moves() && !filters_.Remembers();
-        const size_t variant = reuse ? index % variants : 0;
-        if (frames_.size() < variants) frames_.resize(variants);
-        if (!reuse || frames_[variant].empty()) Render(frames_[variant], exposure_ns, at);
+        const size_t variants = Variants(listed ? settings.tidal_exposures.size() : 1);
+        // What is not to be kept and wrapped goes out as it is.
+        if (variants == 0 && program_.regions.size() == 1 && !settings.metadata) {
+            Expose(exposure_ns, at);
+            return PixelBytes(images_[0]);
+        }
+        const size_t variant = variants > 0 ? index % variants : 0;
+        if (frames_.size() <= variant) frames_.resize(variant + 1);
+        if (variants == 0 || frames_[variant].empty()) Render(frames_[variant], exposure_ns, at);
         return frames_[variant];
     }
 
-    void Render(std::vector<uint8_t>& frame, int64_t exposure_ns, double at) {
+    void Expose(int64_t exposure_ns, double at) {
         const Image& light = context_.scene.At(at);
         images_.resize(program_.regions.size());
         for (size_t i = 0; i < images_.size(); ++i) {
             RenderRegion(context_, digitizer_, light, program_.regions[i], exposure_ns, images_[i]);
             filters_.Apply(images_[i]);
         }
+    }
+
+    void Render(std::vector<uint8_t>& frame, int64_t exposure_ns, double at) {
+        Expose(exposure_ns, at);
         if (!context_.settings.metadata) return Pack(frame);
         if (context_.settings.centroids) return WrapSpots(frame);
         MetadataFrame wrapped(frame, context_.model.abilities.extended_metadata);
@@ -137,7 +193,7 @@ class Cmos {
 
     void Pack(std::vector<uint8_t>& frame) {
         frame.clear();
-        for (const Image& image : images_) {
+        for (Image& image : images_) {
             const engine::Bytes bytes = PixelBytes(image);
             frame.insert(frame.end(), bytes.begin(), bytes.end());
         }
@@ -164,10 +220,10 @@ class Cmos {
 
     void WrapSpots(std::vector<uint8_t>& frame) {
         const Settings& settings = context_.settings;
-        const Image& image = images_[0];
+        Image& image = images_[0];
         const bool extended = context_.model.abilities.extended_metadata;
         const size_t block = 32 + (extended ? region_extension_bytes : 0);
-        std::vector<Spot> spots = FindSpots(image, settings.centroid_radius,
+        std::vector<Spot> spots = FindSpots(background_.Without(image), settings.centroid_radius,
                                             settings.centroid_count, settings.centroid_threshold);
         MetadataFrame wrapped(frame, extended);
         const bool locate = settings.centroid_mode == OX_CENTROIDS_MODE_LOCATE;
@@ -207,11 +263,14 @@ class Cmos {
 
     RunContext& context_;
     const SimplifiedProgram& program_;
-    CameraClock clock_;
     Digitizer digitizer_;
     FilterChain filters_;
+    BackgroundFrames background_;
     SpotTracker tracker_;
+    const Speed& speed_;
     int64_t readout_ns_;
+    int64_t clear_ns_;
+    int64_t longest_wait_ns_ = 0;  // 0 to let frames come as soon as they can
     std::vector<Image> images_;
     std::vector<std::vector<uint8_t>> frames_;
 };

@@ -19,8 +19,8 @@
  * - Camera functions hold the mutex of their camera for the whole call: calls on one camera take
  *   turns, calls on different cameras run side by side.
  * - All other functions hold one global mutex, so that they take turns among themselves but not
- *   with camera functions. ox_cam_open() and ox_orvex_uninit() are of this kind: no other thread
- *   may use a camera while the library shuts down.
+ *   with camera functions. ox_cam_open() and ox_orvex_uninit() are of this kind: no thread but
+ *   those of callbacks may use a camera while the library shuts down.
  * - The functions of the error state, the heap and the script hook (ox_error_code(),
  *   ox_error_message(), oz_set_error_code(), oz_malloc(), oz_calloc(), oz_realloc(), oz_free(),
  *   oz_script_set_hook()) hold no mutex.
@@ -110,7 +110,10 @@ ORVEX_API boolean16 ox_cam_close(int16 hcam);
 
 /**
  * Asks to be called back on an event of the camera, in place of an earlier callback for it.
- * Does not talk to the camera, but waits until events in progress are delivered.
+ * Does not talk to the camera, but waits until events in progress are delivered. After success the
+ * earlier callback does not run, unless it is the one that makes this call, and is never called
+ * again: its context may go. To that end this call leaves the camera to others, the callback among
+ * them, while it waits for the callback; one that takes longer than 5 seconds can make it fail.
  * @param callback_event OX_CALLBACK_BOF to OX_CALLBACK_CAM_RESUMED
  * @param callback a `void (*)(const FRAME_INFO* frame_info, void* context)`, called on a thread of
  * the library; the record is valid during the call only
@@ -121,7 +124,8 @@ ORVEX_API boolean16 ox_cam_register_callback_ex3(int16 hcam, int32 callback_even
                                                  void* context);
 
 /**
- * Ends the callbacks on an event. Does not talk to the camera.
+ * Ends the callbacks on an event, as ox_cam_register_callback_ex3() ends an earlier one. Does not
+ * talk to the camera.
  * @param callback_event OX_CALLBACK_BOF to OX_CALLBACK_CAM_RESUMED
  * @return 0 with C3_EVENT_NOT_SUPPORTED or C7_GEN_COM_ERROR
  */
@@ -190,7 +194,7 @@ ORVEX_API boolean16 ox_get_enum_param(int16 hcam, uns32 param_id, uns32 index, i
 ORVEX_API boolean16 ox_enum_str_length(int16 hcam, uns32 param_id, uns32 index, uns32* length);
 
 /**
- * Sets all post-processing features back to their defaults. Talks to the camera.
+ * Sets all post-processing features back to their defaults. Talks to a camera that has some.
  * @return 0 with C2_NOT_AVAILABLE
  */
 ORVEX_API boolean16 ox_pp_reset(int16 hcam);
@@ -268,7 +272,9 @@ ORVEX_API boolean16 ox_exp_check_status(int16 hcam, int16* status, uns32* bytes_
 ORVEX_API boolean16 ox_exp_finish_seq(int16 hcam, void* pixel_stream, int16 hbuf);
 
 /**
- * Stops an acquisition of either kind; harmless when none runs. Talks to the camera.
+ * Stops an acquisition of either kind; harmless when none runs. Talks to the camera. After success
+ * nothing is written into the buffer any more. When the camera or the driver refuses to stop, the
+ * run goes on, and the next abort tries again; ox_cam_close() takes the buffer away in any case.
  * @param cam_state what becomes of the camera, CCS_NO_CHANGE to CCS_CLEAR_OPEN_SHTR
  */
 ORVEX_API boolean16 ox_exp_abort(int16 hcam, int16 cam_state);
@@ -288,9 +294,8 @@ ORVEX_API boolean16 ox_exp_setup_cont(int16 hcam, uns16 rgn_total, const rgn_typ
                                       int16 buffer_mode);
 
 /**
- * Starts a continuous acquisition. Talks to the camera. While a run is on, like every message it
- * ends that run, and with it the transfer into the new ring: it reports success and leaves the
- * camera stopped. Stop a run before the next start.
+ * Starts a continuous acquisition. Talks to the camera. A run that is on is ended first; frames of
+ * it that were not told of yet are dropped.
  * @param pixel_stream the ring; belongs to the camera until the run is stopped
  * @param size bytes of the ring, a multiple of a frame
  * @return 0 with C3_CIRC_NOT_ENABLED, C3_INVALID_SCRIPT or C3_ILLEGAL_BUFFER_SIZE
@@ -313,7 +318,8 @@ ORVEX_API boolean16 ox_exp_check_cont_status_ex(int16 hcam, int16* status, uns32
 
 /**
  * Newest frame; all older ones count as taken. Asks the driver, not the camera; copies nothing.
- * @param[out] frame address in the ring; written also when the call ends with C3_BUFFER_OVERRUN
+ * @param[out] frame address in the ring, or what a plug-in for post-processing gave; written also
+ * when the call ends with C3_BUFFER_OVERRUN
  * @return 0 with C0_NO_IMG_DATA, C3_FRAME_NOT_RETURNED (none yet) or, in CIRC_NO_OVERWRITE,
  * C3_BUFFER_OVERRUN
  */

@@ -156,7 +156,7 @@ typedef struct dv_image_parameters {
     uint32_t frame_bytes; /**< of one frame */
     uint32_t total_bytes; /**< of the whole buffer */
     uint32_t circular;    /**< 1 continuous, 0 sequence */
-    uint32_t reserved;    /**< 0 */
+    uint32_t reserved;    /**< 3 for a PCI camera, else 0 */
 } dv_image_parameters;
 
 /** Input of DV_RECEIVE_IMAGE_DATA, 20 bytes. */
@@ -298,7 +298,7 @@ struct orvex_device {
     uint32_t reserved2;               /**< 0 */
     /** Module: opens the device; the six events exist, no control operation came before. */
     uint16_t (*open)(orvex_device* device);
-    /** Module: closes it, after DV_CAM_CLOSE. */
+    /** Module: closes it, after DV_CAM_CLOSE; also when `open` or DV_CAM_OPEN failed before. */
     uint16_t (*close)(orvex_device* device);
     /** Module: fetches `length` reply bytes that read_ack announced. */
     uint16_t (*read)(orvex_device* device, void* buffer, uint16_t length, uint16_t* count);
@@ -336,26 +336,33 @@ uint16_t orvex_ddi_open_file(const char* path, const dv_file_host* host, dv_file
 
 #include <cstddef>
 static_assert(sizeof(dv_ioctl_args) == 48 && offsetof(dv_ioctl_args, lpOutBuffer) == 16 &&
-              offsetof(dv_ioctl_args, lpBytesReturned) == 32);
-static_assert(sizeof(dv_open_record) == 48 && offsetof(dv_open_record, write_ack) == 8);
+                  offsetof(dv_ioctl_args, lpBytesReturned) == 32,
+              "binary contract");
+static_assert(sizeof(dv_open_record) == 48 && offsetof(dv_open_record, write_ack) == 8,
+              "binary contract");
 static_assert(sizeof(dv_status_record) == 40 && sizeof(dv_image_parameters) == 16 &&
-              sizeof(dv_receive_parameters) == 20 && sizeof(dv_version_record) == 6 &&
-              sizeof(dv_irq_counts) == 8);
+                  sizeof(dv_receive_parameters) == 20 && sizeof(dv_version_record) == 6 &&
+                  sizeof(dv_irq_counts) == 8,
+              "binary contract");
 static_assert(sizeof(dv_notification_request) == 48 && sizeof(dv_notification_report) == 48 &&
-              offsetof(dv_notification_report, time_stamp_eof) == 24 &&
-              offsetof(dv_notification_report, time_stamp_bof) == 40);
-static_assert(sizeof(dv_file_request) == 72 && sizeof(dv_file_completion) == 64);
-static_assert(sizeof(dv_file_host) == 24 && sizeof(dv_file_driver) == 24);
+                  offsetof(dv_notification_report, time_stamp_eof) == 24 &&
+                  offsetof(dv_notification_report, time_stamp_bof) == 40,
+              "binary contract");
+static_assert(sizeof(dv_file_request) == 72 && sizeof(dv_file_completion) == 64, "binary contract");
+static_assert(sizeof(dv_file_host) == 24 && sizeof(dv_file_driver) == 24, "binary contract");
 static_assert(offsetof(orvex_driver_desc, delivery) == 264 &&
-              offsetof(orvex_driver_desc, driver_type) == 296);
+                  offsetof(orvex_driver_desc, driver_type) == 296,
+              "binary contract");
 static_assert(sizeof(orvex_device) == 416 && offsetof(orvex_device, write_ack) == 8 &&
-              offsetof(orvex_device, callbacks) == 56 && offsetof(orvex_device, driver) == 72 &&
-              offsetof(orvex_device, path) == 80 && offsetof(orvex_device, name) == 336 &&
-              offsetof(orvex_device, state) == 368 && offsetof(orvex_device, open) == 376 &&
-              offsetof(orvex_device, ioctl) == 408);
+                  offsetof(orvex_device, callbacks) == 56 && offsetof(orvex_device, driver) == 72 &&
+                  offsetof(orvex_device, path) == 80 && offsetof(orvex_device, name) == 336 &&
+                  offsetof(orvex_device, state) == 368 && offsetof(orvex_device, open) == 376 &&
+                  offsetof(orvex_device, ioctl) == 408,
+              "binary contract");
 static_assert(sizeof(orvex_ddi) == 208 && offsetof(orvex_ddi, camCount) == 4 &&
-              offsetof(orvex_ddi, devices) == 8 && offsetof(orvex_ddi, module) == 176 &&
-              offsetof(orvex_ddi, uninit) == 200);
+                  offsetof(orvex_ddi, devices) == 8 && offsetof(orvex_ddi, module) == 176 &&
+                  offsetof(orvex_ddi, uninit) == 200,
+              "binary contract");
 #endif
 
 #endif

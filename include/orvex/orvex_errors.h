@@ -5,6 +5,11 @@
 #ifndef ORVEX_ERRORS_H
 #define ORVEX_ERRORS_H
 
+/* Lists end with a comma, which the oldest dialects take with a warning. */
+#if defined(__GNUC__) && defined(__cplusplus) && __cplusplus < 201103L
+#pragma GCC system_header
+#endif
+
 /**
  * Errors of the library, X(name, code, text); the message is the text and the name in parentheses.
  */

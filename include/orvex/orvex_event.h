@@ -5,11 +5,17 @@
  * or _DEFAULT_SOURCE defined before the first include.
  *
  * The object is a POSIX shared-memory object of 64 bytes, mode 0600, named "/orvex." and the name
- * of the event with every '/' turned into '_'; an unnamed event has no name. At offset 0 stands
- * `uint32_t signalled` (0 or 1), at offset 4 `uint32_t auto_reset` (1 automatic, 0 manual), the
- * rest is zero. Waiters sleep on a shared futex at offset 0. A wait on an automatic event takes the
- * signal, so that one signal lets one waiter through; a manual event stays signalled until it is
- * reset.
+ * of the event with every '/' turned into '_'; an unnamed event has no name, and neither has one
+ * whose name is taken by an object that can't be removed, as one of another user. At offset 0
+ * stands `uint32_t signalled` (0 or 1), at offset 4 `uint32_t auto_reset` (1 automatic, 0 manual),
+ * the rest is zero. Waiters sleep on a shared futex at offset 0. A wait on an automatic event takes
+ * the signal, so that one signal lets one waiter through; a manual event stays signalled until it
+ * is reset.
+ *
+ * Who creates a named object holds a shared flock() on it by the descriptor that it keeps. The
+ * system drops it with the last descriptor, so that an object that lets itself be locked
+ * exclusively was left behind by a process that died, and orvex_event_is_leftover() tells it from
+ * others.
  *
  * The handle that the library passes to a driver (dv_open_record, dv_event) is the descriptor of
  * the object. It belongs to the library, which closes it when the camera closes: a driver maps it
@@ -27,6 +33,7 @@
 #include <limits.h>
 #include <stdint.h>
 #include <string.h>
+#include <sys/file.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -129,29 +136,67 @@ static inline int orvex_event_open_name(orvex_event* event, const char* name) {
 }
 
 /**
+ * Whether the object behind a descriptor that was opened by its name is an event of this user whose
+ * creator has died; it is locked then, until the descriptor is closed.
+ */
+static inline int orvex_event_is_leftover(int descriptor) {
+    struct stat status;
+    /* One that is being created has no size before it is locked. */
+    return fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) &&
+           status.st_uid == geteuid() && status.st_size == ORVEX_EVENT_SIZE &&
+           flock(descriptor, LOCK_EX | LOCK_NB) == 0;
+}
+
+/**
+ * Creates the object of a name; -1 when it can't be had, and `taken` says whether that is because
+ * of an object that is there.
+ */
+static inline int orvex_event_create_object(const char* object, int* taken) {
+    int attempts = 8; /* another process that creates the same name at the same time */
+    *taken = 0;
+    while (attempts-- > 0) {
+        int descriptor = shm_open(object, O_RDWR | O_CREAT | O_EXCL, 0600);
+        if (descriptor >= 0) {
+            flock(descriptor, LOCK_SH | LOCK_NB);
+            return descriptor;
+        }
+        *taken = errno == EEXIST;
+        if (!*taken || (shm_unlink(object) != 0 && errno != ENOENT)) break;
+    }
+    return -1;
+}
+
+/** Sizes an object so that its memory is there: without it the first access ends the process. */
+static inline int orvex_event_reserve(int descriptor) {
+    int error;
+    do {
+        error = posix_fallocate(descriptor, 0, ORVEX_EVENT_SIZE);
+    } while (error == EINTR);
+    return error == 0;
+}
+
+/**
  * Creates an event; a null or empty name makes an unnamed one. An object of the same name that
- * somebody left behind is replaced, its state never inherited.
+ * somebody left behind is replaced, its state never inherited; where it can't be, the event is
+ * unnamed. 0 when the system has no memory or no descriptor left.
  */
 static inline int orvex_event_create(orvex_event* event, const char* name, int auto_reset,
                                      int signalled) {
     int descriptor = -1;
-    int attempts = 8; /* another process that creates the same name at the same time */
+    int unnamed = name == NULL || name[0] == '\0';
     orvex_event_clear(event);
-    if (name == NULL || name[0] == '\0') {
-        /* 1 is MFD_CLOEXEC */
-        descriptor = (int)syscall(SYS_memfd_create, "orvex.event", 1u);
-    } else {
+    if (!unnamed) {
         orvex_event_object_name(name, event->object);
-        while (descriptor < 0 && attempts-- > 0) {
-            descriptor = shm_open(event->object, O_RDWR | O_CREAT | O_EXCL, 0600);
-            if (descriptor < 0 &&
-                (errno != EEXIST || (shm_unlink(event->object) != 0 && errno != ENOENT)))
-                break;
-        }
-        if (descriptor >= 0) event->creator = (int64_t)getpid();
+        descriptor = orvex_event_create_object(event->object, &unnamed);
+        if (descriptor >= 0)
+            event->creator = (int64_t)getpid();
+        else
+            event->object[0] = '\0';
     }
+    /* 1 is MFD_CLOEXEC */
+    if (descriptor < 0 && unnamed) descriptor = (int)syscall(SYS_memfd_create, "orvex.event", 1u);
     if (descriptor < 0) return 0;
-    if (ftruncate(descriptor, ORVEX_EVENT_SIZE) == 0) event->state = orvex_event_map(descriptor);
+    if (orvex_event_reserve(descriptor)) event->state = orvex_event_map(descriptor);
     if (event->state == NULL) {
         close(descriptor);
         if (event->creator != 0) shm_unlink(event->object);

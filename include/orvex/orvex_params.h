@@ -8,21 +8,26 @@
 #ifndef ORVEX_PARAMS_H
 #define ORVEX_PARAMS_H
 
+/* Lists end with a comma, which the oldest dialects take with a warning. */
+#if defined(__GNUC__) && defined(__cplusplus) && __cplusplus < 201103L
+#pragma GCC system_header
+#endif
+
 /**
  * All parameters in order of their ids, as X(name, id). What "asks" costs an exchange with the
  * camera, which ends a running acquisition; what asks the driver alone does not.
  */
 #define ORVEX_PARAMS(X)                                                                            \
     X(PARAM_DD_INFO_LENGTH, 0x01000001)            /* bytes of PARAM_DD_INFO */                    \
-    X(PARAM_ADC_OFFSET, 0x010200C3)                /* bias added to each pixel, counts */          \
+    X(PARAM_ADC_OFFSET, 0x010200C3)                /* bias added to each pixel, counts; asks */    \
     X(PARAM_CCS_STATUS, 0x010201FE)                /* state of the control system, 0 to 3; asks */ \
     X(PARAM_BIT_DEPTH, 0x010201FF)                 /* bits of a pixel at this speed; asks */       \
     X(PARAM_GAIN_INDEX, 0x01020200)                /* gain at this speed, from 1; asks */          \
     X(PARAM_SPDTAB_INDEX, 0x01020201)              /* row of the speed table, from 0; asks */      \
     X(PARAM_TEMP, 0x0102020D)                      /* of the sensor, 1/100 degree Celsius; asks */ \
     X(PARAM_TEMP_SETPOINT, 0x0102020E)             /* 1/100 degree Celsius; asks */                \
-    X(PARAM_PP_INDEX, 0x0102021F)                  /* post-processing feature selected */          \
-    X(PARAM_PP_PARAM_INDEX, 0x01020221)            /* parameter of the feature selected */         \
+    X(PARAM_PP_INDEX, 0x0102021F)                  /* post-processing feature selected; asks */    \
+    X(PARAM_PP_PARAM_INDEX, 0x01020221)            /* parameter of the feature selected; asks */   \
     X(PARAM_CURRENT_OZTIME, 0x010300A7)            /* low 16 bits of its clock; asks the driver */ \
     X(PARAM_READOUT_TIME, 0x040200B3)              /* of a frame, microseconds; asks */            \
     X(PARAM_IO_STATE, 0x04020212)                  /* value of the port selected; asks */          \
@@ -59,7 +64,7 @@
     X(PARAM_TIDAL_STREAM_MODE, 0x060202BD)         /* how lists of exposures are used; asks */     \
     X(PARAM_EXP_TIME, 0x06030001)                  /* of VARIABLE_TIMED_MODE; asks */              \
     X(PARAM_EXP_RES_INDEX, 0x06030004)             /* PARAM_EXP_RES as an index */                 \
-    X(PARAM_ROI_COUNT, 0x060300A9)                 /* regions set up; ATTR_MAX: possible */        \
+    X(PARAM_ROI_COUNT, 0x060300A9)                 /* regions set up; ATTR_MAX: possible, asks */  \
     X(PARAM_CENTROIDS_RADIUS, 0x060300AB)          /* of a spot, pixels; asks */                   \
     X(PARAM_CENTROIDS_COUNT, 0x060300AC)           /* spots a frame; asks */                       \
     X(PARAM_ACCUM_FLAG, 0x065D0001)                /* accumulation, 16 bits: see plugins.md */     \
@@ -70,7 +75,7 @@
     X(PARAM_BOF_EOF_COUNT, 0x07030006)             /* frame interrupts; asks the driver */         \
     X(PARAM_CENTROIDS_THRESHOLD, 0x070300AF)       /* brightness of a spot, 16 to 4095; asks */    \
     X(PARAM_ACCUM_NUMBER, 0x075D0003)              /* frames to accumulate: see plugins.md */      \
-    X(PARAM_EXPOSURE_TIME, 0x08030008)             /* of the last set-up, in PARAM_EXP_RES */      \
+    X(PARAM_EXPOSURE_TIME, 0x08030008)             /* last set-up's, in PARAM_EXP_RES; asks */     \
     X(PARAM_FRAME_BUFFER_SIZE, 0x0803012C)         /* bytes of the buffer of the set-up */         \
     X(PARAM_CAM_INTERFACE_TYPE, 0x0900000A)        /* an OX_CAM_IFC_TYPE_ value; asks */           \
     X(PARAM_CAM_INTERFACE_MODE, 0x0900000B)        /* an OX_CAM_IFC_MODE_ value; asks */           \
@@ -119,7 +124,7 @@
     X(PARAM_PP_FEAT_NAME, 0x0D02021E)              /* name of the feature; asks */                 \
     X(PARAM_PP_PARAM_NAME, 0x0D020222)             /* name of the parameter; asks */               \
     X(PARAM_TIDAL_STREAM_EXP_PARAMS, 0x0E0202BE)   /* exposures, tidal_stream_type; asks */        \
-    X(PARAM_TIDAL_STREAM_DLY_PARAMS, 0x0E0202BF)   /* delays, tidal_stream_type; asks */           \
+    X(PARAM_TIDAL_STREAM_DLY_PARAMS, 0x0E0202BF)   /* delays; closed, no camera has them yet */    \
     X(PARAM_CLEARING_TIME, 0x100200B4)             /* nanoseconds; after a set-up; asks */         \
     X(PARAM_POST_TRIGGER_DELAY, 0x100200B5)        /* nanoseconds; after a set-up; asks */         \
     X(PARAM_PRE_TRIGGER_DELAY, 0x100200B6)         /* nanoseconds; after a set-up; asks */

@@ -26,7 +26,10 @@ extern "C" {
 /** Cameras that a process can have open; their handles count from 0. */
 #define ORVEX_PLUGIN_CAMERAS 16
 
-/** Room for a text that a plug-in writes, terminator included. Applications make room for 32. */
+/**
+ * Room for a text that a plug-in writes, terminator included. Applications make room for 32, so
+ * that they get the first 31 characters.
+ */
 #define ORVEX_PLUGIN_TEXT_ROOM 4096
 
 /** A text padded with zeros, passed by value. */

@@ -8,6 +8,11 @@
 #ifndef ORVEX_TYPES_H
 #define ORVEX_TYPES_H
 
+/* Lists end with a comma, which the oldest dialects take with a warning. */
+#if defined(__GNUC__) && defined(__cplusplus) && __cplusplus < 201103L
+#pragma GCC system_header
+#endif
+
 #include <stdint.h>
 
 #ifdef __cplusplus

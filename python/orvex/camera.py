@@ -13,6 +13,23 @@ _C = headers.CONSTANTS
 _POLL_SECONDS = 0.0005
 _RING_BYTES = 256 << 20
 _RING_BYTES_MAX = 0xFFFFFFFF  # the library tells the size of a ring in 32 bits
+_FRAME_MARGIN_SECONDS = 5  # what shutter, clearing and transport take on top of a frame
+
+
+class _Patience:
+    """Says how long nothing may come; raises TimeoutError when it was longer."""
+
+    def __init__(self, seconds):
+        self._seconds = seconds
+        self._seen, self._since = 0, time.monotonic()
+
+    def look(self, seen, last_frame):
+        now = time.monotonic()
+        if seen != self._seen:
+            self._seen, self._since = seen, now
+        elif self._seconds and now - self._since > self._seconds:
+            last = f"the last was frame {last_frame}" if last_frame else "there was none before"
+            raise TimeoutError(f"no frame within {self._seconds:.3g} s; {last}")
 
 
 class Frame:
@@ -46,7 +63,8 @@ class Camera:
 
     Regions are ``(x, y, width, height)`` in unbinned pixels, None for the whole sensor; a binning
     is a number or ``(columns, rows)``; exposures are in milliseconds, in steps of 1 us where the
-    camera has such a resolution.
+    camera has such a resolution. A frame that does not come within ``timeout`` seconds raises
+    TimeoutError; by default these are exposure, readout and 5 s, and 0 is for ever.
     """
 
     def __init__(self, name=0):
@@ -97,11 +115,11 @@ class Camera:
     def __setattr__(self, name, value):
         self[_attribute(name)] = value
 
-    def snap(self, exposure_ms=10, roi=None, binning=1):
+    def snap(self, exposure_ms=10, roi=None, binning=1, timeout=None):
         """Takes one exposure: an array of rows x columns, 16 bits."""
-        return self.sequence(1, exposure_ms, roi, binning)[0]
+        return self.sequence(1, exposure_ms, roi, binning, timeout)[0]
 
-    def sequence(self, frames, exposure_ms=10, roi=None, binning=1):
+    def sequence(self, frames, exposure_ms=10, roi=None, binning=1, timeout=None):
         """Takes some exposures: an array of frames x rows x columns, 16 bits, or of frames x bytes
         where frames carry metadata. The camera fills it without a copy."""
         region, shape = self._region(roi, binning)
@@ -110,11 +128,13 @@ class Camera:
         call("the set-up was refused", "ox_exp_setup_seq", self.handle, frames, 1,
              ctypes.byref(region), _C["TIMED_MODE"], time_units, ctypes.byref(size))
         data = numpy.empty(size.value, numpy.uint8)
+        patience = self._patience(timeout, exposure_ms)
         try:
             call("the start was refused", "ox_exp_start_seq", self.handle, data.ctypes.data)
-            while (status := self._status()[0]) != _C["READOUT_COMPLETE"]:
-                if status == _C["READOUT_NOT_ACTIVE"]:
+            while (status := self._status())[0] != _C["READOUT_COMPLETE"]:
+                if status[0] == _C["READOUT_NOT_ACTIVE"]:
                     raise RuntimeError("the sequence ended before its last frame")
+                patience.look(status[1], status[1] * frames // size.value)
                 time.sleep(_POLL_SECONDS)
             call("the end was refused", "ox_exp_finish_seq", self.handle, data.ctypes.data, 0)
         except BaseException:
@@ -122,7 +142,8 @@ class Camera:
             raise
         return _shaped(data.reshape(frames, -1), shape)
 
-    def stream(self, exposure_ms=10, roi=None, binning=1, ring=None, overwrite=True, frames=None):
+    def stream(self, exposure_ms=10, roi=None, binning=1, ring=None, overwrite=True, frames=None,
+               timeout=None):
         """Runs without end and gives one Frame after the other, in their order; the end of the loop
         stops the camera.
 
@@ -140,10 +161,11 @@ class Camera:
             raise ValueError("a ring has 3 frames or more and ends at 4 GiB")
         data = numpy.empty(ring * size.value, numpy.uint8)
         slots = _shaped(data.reshape(ring, -1), shape)
+        patience = self._patience(timeout, exposure_ms)
         try:
             call("the start was refused", "ox_exp_start_cont", self.handle, data.ctypes.data,
                  data.nbytes)
-            yield from self._frames(slots, ring, size.value, overwrite, frames)
+            yield from self._frames(slots, ring, size.value, overwrite, frames, patience)
         finally:
             self.abort()
 
@@ -152,7 +174,7 @@ class Camera:
         if self.handle >= 0:
             call("cannot stop the camera", "ox_exp_abort", self.handle, _C["CCS_HALT_CLOSE_SHTR"])
 
-    def _frames(self, slots, ring, frame_bytes, overwrite, wanted):
+    def _frames(self, slots, ring, frame_bytes, overwrite, wanted, patience):
         given, taken, lost = 0, 0, 0
         while wanted is None or given < wanted:
             newest = headers.TYPES["FRAME_INFO"]()
@@ -161,6 +183,7 @@ class Camera:
             if newest.FrameNr <= taken:
                 if status == _C["READOUT_NOT_ACTIVE"]:
                     raise RuntimeError("the camera stopped by itself")
+                patience.look(taken, taken)
                 time.sleep(_POLL_SECONDS)
                 continue
             call("cannot take a frame", "ox_exp_get_oldest_frame", self.handle, ctypes.byref(place))
@@ -176,6 +199,17 @@ class Camera:
             yield Frame(self, slots[taken % ring], taken + 1, lost, newest, ring)
             self._give_back(1)
             given, taken, lost = given + 1, taken + 1, 0
+
+    def _patience(self, timeout, exposure_ms):
+        if timeout is not None:
+            return _Patience(timeout)
+        # Of the whole sensor, where the camera does not know better; microseconds.
+        columns = self["SER_SIZE"] + self["PRESCAN"] + self["POSTSCAN"]
+        rows = self["PAR_SIZE"] + self["PREMASK"] + self["POSTMASK"]
+        readout = columns * rows * self["PIX_TIME"] / 1e3
+        if "READOUT_TIME" in self:
+            readout = self["READOUT_TIME"]
+        return _Patience(exposure_ms / 1e3 + readout / 1e6 + _FRAME_MARGIN_SECONDS)
 
     def _give_back(self, count):
         for _ in range(count):

@@ -38,7 +38,7 @@ def _load():
 
 
 _lib = _load()
-_started = False
+_started_in = None  # the process; a forked child has to start the library for itself
 
 
 def call(what, name, *arguments):
@@ -49,10 +49,10 @@ def call(what, name, *arguments):
 
 def start():
     """Starts the library if it isn't running; it ends with the process, or with stop()."""
-    global _started
-    if not _started:
+    global _started_in
+    if _started_in != os.getpid():
         call("cannot start the library", "ox_orvex_init")
-        _started = True
+        _started_in = os.getpid()
 
 
 @atexit.register
@@ -61,10 +61,10 @@ def stop():
 
     No other thread may use a camera meanwhile.
     """
-    global _started
-    if _started:
-        _started = False
+    global _started_in
+    if _started_in == os.getpid():
         _lib.ox_orvex_uninit()
+    _started_in = None
 
 
 def cameras():

@@ -16,6 +16,9 @@ _file.write_text(json.dumps({
         {"model": "cmos", "name": "Fast"},
         {"model": "ccd", "name": "Full"},
         {"model": "plain", "name": "Plain"},
+        # One for each test: a fault strikes once.
+        *({"model": "cmos", "name": name, "faults": [{"fault": "stuck_transfer", "after": 2}]}
+          for name in ("Stuck", "Halted")),
         {"model": "ccd", "name": "Loose", "faults": [{"fault": "unplug", "after": 3}]},
     ]}))
 # The driver module reads it when the library starts.

@@ -91,6 +91,16 @@ def test_an_unplugged_camera_is_an_error(camera):
     assert refusal.value.code == orvex.C7_DRIVER_COM_ERROR
 
 
+@pytest.mark.parametrize("camera, take", [
+    ("Stuck", lambda camera: camera.sequence(5, 1, ROI, timeout=0.3)),
+    ("Halted", lambda camera: list(camera.stream(1, ROI, ring=9, timeout=0.3, frames=9)))],
+    indirect=["camera"])
+def test_a_frame_that_never_comes_is_an_error(camera, take):
+    with pytest.raises(TimeoutError, match="the last was frame 2"):
+        take(camera)
+    assert camera._status()[0] not in (orvex.EXPOSURE_IN_PROGRESS, orvex.READOUT_IN_PROGRESS)
+
+
 @pytest.mark.parametrize("arguments", [
     {"roi": (-1, 0, 8, 8)}, {"roi": (0, 0, 0, 8)}, {"roi": (0, 0, 70000, 8)}, {"binning": 0},
     {"exposure_ms": -1}, {"exposure_ms": 5e9}, {"exposure_ms": 4294968.5}])

@@ -18,16 +18,16 @@ def refused(code, action):
 
 
 def test_cameras_open_by_name_and_number():
-    assert orvex.cameras() == ["SoftCMOS-2048", "Fast", "Full", "Plain", "Loose"]
+    assert orvex.cameras() == ["SoftCMOS-2048", "Fast", "Full", "Plain", "Stuck", "Halted", "Loose"]
     with orvex.Camera(1) as camera:
         assert camera.name == "Fast"
         refused(orvex.C0_CAM_ALREADY_OPEN, lambda: orvex.Camera("Fast"))
     refused(orvex.C0_INVALID_HANDLE, lambda: camera["TEMP"])
     camera.close()
     with pytest.raises(ValueError):
-        orvex.Camera(5)
+        orvex.Camera(7)
     orvex.stop()
-    assert len(orvex.cameras()) == 5
+    assert len(orvex.cameras()) == 7
 
 
 @pytest.mark.parametrize("camera", ["Fast", "Full", "Plain"], indirect=True)
@@ -40,7 +40,9 @@ def test_parameters_are_those_of_the_program(camera):
     for name, row in told.items():
         assert mine[name].id == int(row["id"], 16) and mine[name].type == row["type"], name
         for key in {"min", "max", "increment"} & row.keys():
-            assert getattr(mine[name], key) == row[key], name
+            # The program tells numbers in their units.
+            told_number = row[key] / row["scale"] if "scale" in row else row[key]
+            assert getattr(mine[name], key) == pytest.approx(told_number), name
         listed = [{"value": entry, "text": entry.text} for entry in mine[name].entries]
         assert listed == row.get("list", []), name
 
@@ -86,3 +88,23 @@ def test_the_example_of_the_readme():
     lines = run.stdout.splitlines()
     assert lines[3].startswith("(240, 320) ") and lines[4] == "(10, 256, 256)"
     assert lines[-1].startswith("True the set-up was refused: Invalid region (C3_RGN_INVALID)")
+
+
+def test_a_forked_child_starts_anew():
+    script = """if True:
+        import orvex, os, sys
+        camera = orvex.Camera(0)
+        child = os.fork()
+        if child == 0:
+            try:
+                camera.temp
+            except orvex.Error as error:
+                assert error.code == orvex.C2_ORVEX_NOT_INITED
+                with orvex.Camera(0) as own:
+                    sys.exit(own.snap(1).size == 0)
+            sys.exit(3)
+        assert os.waitpid(child, 0)[1] == 0
+        assert camera.snap(1).size > 0
+        """
+    run = subprocess.run([sys.executable, "-c", script], capture_output=True, text=True, timeout=100)
+    assert run.returncode == 0, run.stderr

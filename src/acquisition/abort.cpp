@@ -23,6 +23,8 @@ namespace {
 constexpr uns32 halt_wait_ms = 10;
 
 constexpr int64 nanoseconds_per_ms = 1000000;
+// Nobody waits longer for a camera, which may have sent garbage.
+constexpr int64 post_abort_max = 10000 * nanoseconds_per_ms;
 constexpr flt64 transfer_margin_ms = 2000;
 constexpr flt64 unknown_exposure_ms = 5000;
 
@@ -39,10 +41,14 @@ constexpr std::array<HaltOption, 6> halt_options{{
     {CCS_CLEAR_OPEN_SHTR, HC_CCS_CONT_CLEAR | HC_CCS_OPEN_SHTR},
 }};
 
+// False when the driver still has its hands on the buffer.
+bool IdleTransfer(int16 hcam) {
+    return !dv_driver_is_image_data_active(hcam) || dv_driver_set_image_data_idle(hcam);
+}
+
 // Returns the milliseconds that the camera had to come to rest. A failure stays in the error
 // state.
 uns32 HaltControlSystem(int16 hcam, int16 cam_state) {
-    if (dv_driver_is_image_data_active(hcam)) dv_driver_set_image_data_idle(hcam);
     const auto option =
         std::find_if(halt_options.begin(), halt_options.end(),
                      [&](const HaltOption& candidate) { return candidate.cam_state == cam_state; });
@@ -51,34 +57,41 @@ uns32 HaltControlSystem(int16 hcam, int16 cam_state) {
     return halt_wait_ms;
 }
 
-// A camera that does not end the transfer by itself answers zero; the host then does.
-boolean16 StopAcquisition(int16 hcam) {
+// A camera that does not end the transfer by itself answers zero; the host then does. `disarmed`
+// stays false while the driver still has its hands on the buffer.
+boolean16 StopAcquisition(int16 hcam, bool& disarmed) {
     bv::HostCommandMessage message(hcam);
     message.BeginReply();
     message.AddWriteRead(STOP_ACQUISITION, uns32{0});
     message.RequestReply();
     if (!message.Execute()) return 0;
+    disarmed = true;
     if (message.Reply<uns32>(STOP_ACQUISITION) != 0) return 1;
     flt64 exposure = unknown_exposure_ms;
     if (!bv_exp_get_exp_time_msec(hcam, &exposure)) exposure = unknown_exposure_ms;
     const flt64 limit =
         std::min<flt64>(exposure + transfer_margin_ms, std::numeric_limits<int32>::max());
-    dv_driver_stop_data_transfer(hcam, static_cast<int32>(limit));
+    disarmed = dv_driver_stop_data_transfer(hcam, static_cast<int32>(limit));
     return 1;
 }
 
 // Some cameras want to be left alone for a while after an abort.
-void WaitPostAbort(int16 hcam, uns32 waited_ms) {
+void WaitPostAbort(Call& call, int16 hcam, uns32 waited_ms) {
+    if (!bv::ReadsOf(hcam).cap_post_abort_delay) return;
     const int64 delay = bv::InfoOf(hcam).post_abort_delay;
-    if (!bv::ReadsOf(hcam).cap_post_abort_delay || delay == 0) return;
-    const int64 left = delay / nanoseconds_per_ms - waited_ms;
-    if (left > 0) {
-        platform::SleepMs(
-            static_cast<uns32>(std::min<int64>(left, std::numeric_limits<uns32>::max())));
+    if (delay > post_abort_max) {
+        call.warn("Post-abort delay of %lld ns is cut to %lld ns", static_cast<long long>(delay),
+                  static_cast<long long>(post_abort_max));
     }
+    if (const uns32 wait_ms = bv::PostAbortWaitMs(delay, waited_ms)) platform::SleepMs(wait_ms);
 }
 
 }  // namespace
+
+uns32 bv::PostAbortWaitMs(int64 delay, uns32 waited_ms) {
+    const int64 left = std::min(delay, post_abort_max) / nanoseconds_per_ms - waited_ms;
+    return static_cast<uns32>(std::max<int64>(left, 0));
+}
 
 boolean16 bv_exp_abort(int16 hcam, int16 cam_state) {
     Call call("bv_exp_abort", arg("hcam", hcam),
@@ -89,14 +102,21 @@ boolean16 bv_exp_abort(int16 hcam, int16 cam_state) {
     if (bv_pop_ismoduleavailable(hcam) && info.buf_mode != CIRC_NONE) {
         bv_pop_stop_kelmo_processing(hcam);
     }
+    // The messages of the abort itself are not to abort.
     info.exp_started = 0;
     uns32 waited_ms = 0;
+    bool disarmed = false;
+    boolean16 accepted = 1;
     if (!bv::ReadsOf(hcam).cap_stop_acquisition) {
+        disarmed = IdleTransfer(hcam);
         waited_ms = HaltControlSystem(hcam, cam_state);
-    } else if (!StopAcquisition(hcam)) {
-        return call.failed();
+    } else {
+        accepted = StopAcquisition(hcam, disarmed);
     }
-    WaitPostAbort(hcam, waited_ms);
+    // A run whose frames may still come is not over: the next abort has it to end.
+    if (!disarmed) info.exp_started = 1;
+    if (!accepted) return call.failed();
+    WaitPostAbort(call, hcam, waited_ms);
     return call.result(!bv::ApiGlobal::IsErrorCodeSet());
 }
 

@@ -46,7 +46,12 @@ boolean16 bv_exp_setup_cont(int16 hcam, uns16 rgn_total, const rgn_type* rgn_arr
     if (!bv::GenerateProgram(request, script, exp_bytes)) return call.failed();
     decode.frame_bytes = *exp_bytes;
     if (!bv::LoadProgram(request, script)) return call.failed();
-    bv::RememberSetup(request);
+    // The next sequence is not to take a program without a ring for its own.
+    if (buf_mode == CIRC_NONE) {
+        bv::ForgetSetup(hcam);
+    } else {
+        bv::RememberSetup(request);
+    }
     return call.ok(arg("*exp_bytes", *exp_bytes));
 }
 
@@ -66,6 +71,8 @@ boolean16 bv_exp_start_cont(int16 hcam, void* pixel_stream, uns32 size) {
     if (size == 0 || size % frame_bytes != 0) {
         return call.fail(C3_ILLEGAL_BUFFER_SIZE, "Illegal buffer size");
     }
+    // The message of the start would end a run that goes on, and with it this one's transfer.
+    if (info.exp_started && !bv_exp_abort(hcam, CCS_HALT)) return call.failed();
     if (!bv_exp_set_bytes(hcam, size / frame_bytes, size, pixel_stream)) return call.failed();
     const bool has_plugin = bv_pop_ismoduleavailable(hcam) != 0;
     // Without a module this returns at once; the trace of every start shows the call.

@@ -27,15 +27,15 @@ struct Ring {
 
 // Points *frame at a slot of the ring, by way of the post-processing plug-in when it is on.
 void PickFrame(int16 hcam, const Ring& ring, uns32 offset, void** frame) {
-    void* in_ring = static_cast<uns8*>(ring.decode.pixel_stream.get()) + offset;
+    *frame = static_cast<uns8*>(ring.decode.pixel_stream.get()) + offset;
     if (!bv_pop_ismoduleavailable(hcam) || !bv_pop_get_module_enabled_status(hcam)) {
-        *frame = in_ring;
+        // Switched off in the middle of a run, the plug-in has left the frame in its private ring.
+        if (void* copy = bv_pop_copy_unprocessed(hcam, offset)) *frame = copy;
         return;
     }
-    if (bv::InfoOf(hcam).buf_mode == CIRC_NONE) {
-        *frame = in_ring;
-    } else if (!bv_pop_retrieve_user_buffer(hcam, frame, ring.frame_nr) ||
-               !bv::ConfigOf(hcam).kelmo_processing) {
+    if (bv::InfoOf(hcam).buf_mode != CIRC_NONE &&
+        (!bv_pop_retrieve_user_buffer(hcam, frame, ring.frame_nr) ||
+         !bv::ConfigOf(hcam).kelmo_processing)) {
         return;
     }
     bv_pop_process(hcam, *frame, *frame, offset, ring.decode.ser_pixels, ring.decode.par_pixels, 1);

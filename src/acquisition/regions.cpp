@@ -125,12 +125,15 @@ boolean16 bv_get_camera_info(int16 hcam, active_camera_type* active_camera) {
         !read(PARAM_PREAMP_DELAY, cam.preamp_delay)) {
         return call.failed();
     }
-    if (read(PARAM_MPP_CAPABLE, mpp_capable)) {
-        cam.mpp_selectable = mpp_capable == MPP_SELECTABLE;
-    } else {
-        // A camera that lacks the parameter has no choice; that is no error of the setup, which
-        // would end at the first code that it finds set.
-        bv::ApiGlobal::ClearErrorCode(EXT_OPEN_EXCLUSIVE);
+    {
+        const bv::ErrorHold hold;
+        if (read(PARAM_MPP_CAPABLE, mpp_capable)) {
+            cam.mpp_selectable = mpp_capable == MPP_SELECTABLE;
+        } else {
+            // A camera that lacks the parameter has no choice; that is no error of the setup, which
+            // would end at the first code that it finds set.
+            bv::ApiGlobal::ClearErrorCode(EXT_OPEN_EXCLUSIVE);
+        }
     }
     if (!read(PARAM_FRAME_CAPABLE, cam.frame_capable, ATTR_AVAIL) ||
         !read(PARAM_SHTR_OPEN_MODE, shtr_open_mode) || !read(PARAM_PMODE, pmode) ||

@@ -31,6 +31,10 @@ void bv::RememberSetup(const SetupRequest& request) {
     last.buf_mode = request.buf_mode;
 }
 
+void bv::ForgetSetup(int16 hcam) {
+    CacheOf(hcam).valid = 0;
+}
+
 boolean16 bv::GenerateProgram(const SetupRequest& request, ScriptOwner& script,
                               uns32* frame_bytes) {
     return script.Allocate(script_max_entries) &&

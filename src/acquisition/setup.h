@@ -20,6 +20,8 @@ struct SetupRequest {
 // The last setup had these regions, exposure and buffer mode.
 bool MatchesLastSetup(const SetupRequest& request);
 void RememberSetup(const SetupRequest& request);
+// The camera holds another program: the next setup matches none.
+void ForgetSetup(int16 hcam);
 
 // Generates the program into `script`, which it allocates; `frame_bytes` receives the bytes of a
 // frame.

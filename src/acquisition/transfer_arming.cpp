@@ -37,8 +37,9 @@ boolean16 bv_dd_active(int16 hcam, void* pixel_stream) {
     }
     if (dv_driver_is_image_data_active(hcam)) dv_driver_set_image_data_idle(hcam);
     decode.pixel_stream = pixel_stream;
-    if (bv_pop_ismoduleavailable(hcam) && info.buf_mode != CIRC_NONE &&
-        bv_pop_get_module_enabled_status(hcam)) {
+    const bool through_plugin = bv_pop_ismoduleavailable(hcam) && info.buf_mode != CIRC_NONE &&
+                                bv_pop_get_module_enabled_status(hcam);
+    if (through_plugin) {
         // The camera fills a private ring, from which processed frames go into the application's.
         void* driver_buffer = pixel_stream;
         if (!bv_pop_setup_alt_buffer(hcam, &driver_buffer, decode.frame_count,
@@ -52,5 +53,6 @@ boolean16 bv_dd_active(int16 hcam, void* pixel_stream) {
         decode.pixel_stream = nullptr;
         return call.failed();
     }
+    if (!through_plugin) bv_pop_forget_run(hcam);
     return call.ok();
 }

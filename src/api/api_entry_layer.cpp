@@ -1,5 +1,6 @@
 #include "api/api_entry_layer.h"
 
+#include "api/module_entry.h"
 #include "api/operation_call.h"
 #include "camera/subsystems.h"
 #include "log/enum_texts.h"
@@ -19,6 +20,13 @@ namespace bv {
     ENTER(result, name, lock, words, exec_.name(ORVEX_WORDS(__VA_ARGS__)), __VA_ARGS__)
 #define ODD_ENTRY_OPERATION(...)
 #include "api/operations.def"
+
+// With it a forked child begins a life of its own.
+boolean16 ApiEntryLayer::ox_orvex_init() {
+    StartAnewInForkedChild();
+    return RunOnEntry<ApiLock::global, boolean16>("bv::ApiEntryLayer::ox_orvex_init", current.entry,
+                                                  [&] { return exec_.ox_orvex_init(); });
+}
 
 // Applications have always been told success here and look at the pointer: once the exec layer was
 // called the result is 1, whatever the trace says.

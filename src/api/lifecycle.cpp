@@ -1,16 +1,49 @@
 #include "api/lifecycle.h"
 
+#include <algorithm>
+#include <array>
 #include <memory>
 
 #include "orvex/orvex_errors.h"
 
 #include "camera/open.h"
 #include "camera/tables.h"
+#include "platform/module.h"
 #include "plugins/post_processing_host.h"
 #include "state/api_global.h"
+#include "state/api_locks.h"
 #include "state/camera_tables.h"
 
 namespace {
+
+constexpr uns32 call_limit_ms = 5000;
+
+// The mutexes of all cameras: calls in progress are let end, and those of callbacks that come later
+// find everything closed.
+class AllCameras {
+  public:
+    AllCameras() {
+        uns32 limit = call_limit_ms;
+        for (size_t i = 0; i < held_.size(); ++i) {
+            held_[i] = api_camera_mutexes[i].TryLockFor(limit);
+            if (!held_[i]) limit = 0;
+        }
+    }
+    ~AllCameras() {
+        for (size_t i = 0; i < held_.size(); ++i)
+            if (held_[i]) api_camera_mutexes[i].unlock();
+    }
+    AllCameras(const AllCameras&) = delete;
+    AllCameras& operator=(const AllCameras&) = delete;
+
+    // False when a call lasted too long.
+    bool AreHeld() const {
+        return std::ranges::all_of(held_, [](bool held) { return held; });
+    }
+
+  private:
+    std::array<bool, max_cameras> held_{};
+};
 
 void CloseAllCameras() {
     for (int16 hcam = 0; hcam < total_cams; ++hcam) {
@@ -40,6 +73,7 @@ boolean16 orvex_init(bv::Call& call) {
     if (!oz_cam_init_globals()) return call.failed();
     bv_pop_loadlibrary();
     oz_orvex_notify_user();
+    platform::KeepLibrary();
     orvex_initialized = 1;
     return bv::OZ_OK;
 }
@@ -47,10 +81,15 @@ boolean16 orvex_init(bv::Call& call) {
 boolean16 orvex_uninit(bv::Call& call) {
     boolean16 result = bv::OZ_OK;
     if (orvex_initialized) {
-        bv_pop_unloadlibrary();
+        const AllCameras cameras;
+        // A call that can't be waited for may be in the plug-in; its camera's close waits for it.
+        const bool unloads_first = cameras.AreHeld();
+        if (unloads_first) bv_pop_unloadlibrary();
         CloseAllCameras();
+        if (!unloads_first) bv_pop_unloadlibrary();
         oz_cam_uninit_globals();
         orvex_initialized = 0;
+        platform::ReleaseLibrary();
     } else {
         result = call.fail(C2_ORVEX_NOT_INITED, "ORVEX is not initialized");
     }

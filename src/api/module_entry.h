@@ -14,6 +14,10 @@ constexpr uns32 DLL_THREAD_DETACH = 3;
 // Always 1.
 int32 DllMain(void* hinstDll, uns32 fdwReason, void* lpvReserved);
 
+// In a forked child: the log, which is the only thing that its first use has to make anew. What the
+// child has of its parent was forgotten when it was forked.
+void StartAnewInForkedChild();
+
 // Finer timers for the life of the library; failures are logged and ignored.
 void systemTimerInit();
 void systemTimerUninit();

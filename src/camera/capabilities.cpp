@@ -60,6 +60,14 @@ uns16 Bit(uns8 byte, unsigned bit) {
     return static_cast<uns16>(byte >> bit & 1);
 }
 
+// A resolution chosen in an earlier open may be none of this camera any more.
+void KeepKnownResolution(int16 hcam, const cam_reads_type& reads) {
+    uns16& chosen = bv::ConfigOf(hcam).exp_res_index;
+    if (reads.exp_range_map && !reads.exp_range_map->contains(chosen)) {
+        chosen = EXP_RES_ONE_MILLISEC;
+    }
+}
+
 // In the order in which later ones rely on earlier ones.
 constexpr boolean16 (*table_builders[])(int16) = {
     oz_cam_set_pmode_capabilities,         oz_cam_set_timingMode_capabilities,
@@ -106,7 +114,9 @@ boolean16 bv_cam_get_capabilities(int16 hcam) {
     reads.frame_capable = Bit(message.Reply<uns8>(FRAME_CAP), 0);
     reads.summing_well = Bit(message.Reply<uns8>(SUM_WELL_PRESENT), 0);
 
+    bv::ForgetExtendedCapabilities(reads);
     if (reads.cap_extended && !bv_cam_get_extended_capabilities(hcam)) return call.failed();
+    KeepKnownResolution(hcam, reads);
     for (const auto build : table_builders) {
         if (!build(hcam)) return call.failed();
     }

@@ -1,5 +1,7 @@
 #include "camera/extended_capabilities.h"
 
+#include <algorithm>
+#include <array>
 #include <limits>
 #include <new>
 
@@ -141,6 +143,24 @@ ExtendedCapabilitiesFault ParseExtendedCapabilities(std::span<const uns8> block,
     if (fault != ExtendedCapabilitiesFault::none) return fault;
     return reader.overrun() ? ExtendedCapabilitiesFault::truncated
                             : ExtendedCapabilitiesFault::none;
+}
+
+void SeedExposureRanges(std::map<int32, exp_range_type>& ranges) {
+    constexpr std::array resolutions{EXP_RES_ONE_MILLISEC, EXP_RES_ONE_MICROSEC, EXP_RES_ONE_SEC};
+    std::erase_if(ranges, [&](const auto& range) {
+        return std::ranges::find(resolutions, range.first) == resolutions.end();
+    });
+    for (const int32 resolution : resolutions) {
+        ranges[resolution] = {.resolution = static_cast<uns32>(resolution),
+                              .min = 0,
+                              .max = std::numeric_limits<uns32>::max()};
+    }
+}
+
+void ForgetExtendedCapabilities(cam_reads_type& reads) {
+    constexpr std::array<uns8, sizeof(reads.ext_caps_flags)> no_sections{};
+    ParseExtendedCapabilities(no_sections, reads);
+    if (reads.exp_range_map) SeedExposureRanges(*reads.exp_range_map);
 }
 
 }  // namespace bv

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <map>
 #include <span>
 
 #include "orvex/orvex_types.h"
@@ -29,5 +30,10 @@ enum class ExtendedCapabilitiesFault {
 // ranges replace those of the same resolution.
 ExtendedCapabilitiesFault ParseExtendedCapabilities(std::span<const uns8> block,
                                                     cam_reads_type& reads);
+
+// Until a camera tells otherwise, each of the three usual resolutions has the full range.
+void SeedExposureRanges(std::map<int32, exp_range_type>& ranges);
+// Leaves the row as a camera without the block has it, whatever an earlier open has learnt.
+void ForgetExtendedCapabilities(cam_reads_type& reads);
 
 }  // namespace bv

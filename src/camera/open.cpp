@@ -20,13 +20,6 @@ bv::Word<void*> script_hook{nullptr};
 // Pixel time that a camera gets before its own is known, ns.
 constexpr uns16 initial_pixel_time = 1000;
 
-// Closing clears the error; what went wrong before is what the caller wants to know.
-void CloseKeepingError(int16 hcam, boolean16 (*close)(int16)) {
-    const int16 code = bv::ApiGlobal::GetErrorCode();
-    close(hcam);
-    bv::ApiGlobal::SetErrorCode(EXT_OPEN_EXCLUSIVE, code);
-}
-
 void FillRow(int16 hcam, int16 o_mode) {
     cam_info_type& info = bv::InfoOf(hcam);
     info.o_mode = o_mode;
@@ -39,6 +32,9 @@ void FillRow(int16 hcam, int16 o_mode) {
     info.irq_mask = NO_FRAME_IRQS;
     info.exp_mode = TIMED_MODE;
     info.exp_started = uns16{0};
+    // Firmware may have been replaced since the camera was open last.
+    bv::ConfigOf(hcam).pp_entries = pp_entries_not_counted;
+    bv::ReadsOf(hcam).cam_systems_info[0] = '\0';
 }
 
 // What a camera that is opened for use goes through once its row is filled.
@@ -51,7 +47,10 @@ boolean16 InitCamera(int16 hcam) {
     bv_pop_open_camera(hcam);
     dv_send_transfer_speed_to_interface(hcam);
     // A camera whose defaults can't be applied is usable all the same.
-    if (!bv_cam_reset_settings(hcam)) bv::ApiGlobal::ClearErrorCode(EXT_OPEN_EXCLUSIVE);
+    {
+        const bv::ErrorHold hold;
+        if (!bv_cam_reset_settings(hcam)) bv::ApiGlobal::ClearErrorCode(EXT_OPEN_EXCLUSIVE);
+    }
     if (!bv_cam_cache_update_all(hcam)) return 0;
     bv_cam_pp_cache_all_entries(hcam);
     return 1;
@@ -73,17 +72,18 @@ boolean16 bv_cam_open(const char* camera_name, int16* hcam, int16 o_mode) {
     script_hook = nullptr;
 
     int16 handle = -1;
-    if (!dv_cam_open(camera_name, &handle)) return call.failed();
+    std::unique_lock<platform::ErrorCheckingMutex> camera;
+    if (!dv_cam_open(camera_name, &handle, &camera)) return call.failed();
     cam_info_type& info = bv::InfoOf(handle);
     if (!info.bridge_caps->Read(handle)) {
-        CloseKeepingError(handle, dv_cam_close);
+        dv_close_keeping_error(handle, dv_cam_close);
         call.error("Failed to read bridge capabilities");
         return call.failed();
     }
     FillRow(handle, o_mode);
     if (o_mode == EXT_OPEN_EXCLUSIVE && !InitCamera(handle)) {
         // Nobody has the handle, so a device left open could not be closed any more.
-        if (info.open) CloseKeepingError(handle, bv_cam_close);
+        if (info.open) dv_close_keeping_error(handle, bv_cam_close);
         return call.failed();
     }
     *hcam = handle;
@@ -98,7 +98,7 @@ boolean16 bv_cam_post_open_init(int16 hcam) {
     uns16 subsys_id = 0;
     uns8 subsys_minor_version = 0;
     if (!bv_subsys_get_id(hcam, 0, &subsys_id, &subsys_minor_version)) {
-        CloseKeepingError(hcam, bv_cam_close);
+        dv_close_keeping_error(hcam, bv_cam_close);
         return call.failed();
     }
     bv::HostCommandMessage message(hcam);
@@ -109,9 +109,10 @@ boolean16 bv_cam_post_open_init(int16 hcam) {
 
 boolean16 bv_cam_close(int16 hcam) {
     bv::Call call("bv_cam_close", bv::arg("hcam", hcam));
+    const bv::ErrorHold hold;
     bv_exp_abort(hcam, CCS_NO_CHANGE);
     bv_cam_release_extended_capabilities(hcam);
-    dv_cam_close(hcam);
+    // Ahead of the device, which can be opened again as soon as it is closed.
     cam_info_type& info = bv::InfoOf(hcam);
     info.open = uns16{0};
     info.script_valid = 0;
@@ -119,6 +120,7 @@ boolean16 bv_cam_close(int16 hcam) {
     info.rws_done = 0;
     info.buf_mode = uns16{CIRC_NONE};
     info.exp_started = uns16{0};
+    dv_cam_close(hcam);
     bv::ApiGlobal::ClearErrorCode(EXT_OPEN_EXCLUSIVE);
     return call.ok();
 }

@@ -1,10 +1,10 @@
 #include "camera/tables.h"
 
-#include <limits>
 #include <new>
 
 #include "orvex/orvex_errors.h"
 
+#include "camera/extended_capabilities.h"
 #include "camera/upcalls.h"
 #include "device/ddi.h"
 #include "state/call.h"
@@ -26,14 +26,6 @@ bool MakeRowPart(bv::Call& call, std::unique_ptr<T>& part, const char* name, int
     if (part) return true;
     call.fail(C2_CANNOT_ALLOCATE_MEMORY, "Cannot allocate %s for hcam %d", name, hcam);
     return false;
-}
-
-// Until a camera tells otherwise, every resolution has the full range.
-void SeedExposureRanges(std::map<int32, exp_range_type>& ranges) {
-    for (const uns32 resolution : {EXP_RES_ONE_MICROSEC, EXP_RES_ONE_MILLISEC, EXP_RES_ONE_SEC}) {
-        ranges[static_cast<int32>(resolution)] = {
-            .resolution = resolution, .min = 0, .max = std::numeric_limits<uns32>::max()};
-    }
 }
 
 void ResetCache(acq_cache_type& cache, const cam_reads_type& reads, uns16 exp_res_index) {
@@ -60,7 +52,7 @@ bool MakeRow(bv::Call& call, int16 hcam) {
         !MakeRowPart(call, reads.exp_range_map, "exp_range_map", hcam)) {
         return false;
     }
-    SeedExposureRanges(*reads.exp_range_map);
+    bv::SeedExposureRanges(*reads.exp_range_map);
     ResetCache(acq_cache[row], reads, cfg.exp_res_index);
     return true;
 }

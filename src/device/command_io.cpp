@@ -7,6 +7,7 @@
 #include "device/device_table.h"
 #include "state/bytes.h"
 #include "state/call.h"
+#include "state/camera_rows.h"
 
 using bv::arg;
 using bv::Call;
@@ -34,9 +35,10 @@ bool is_removed(orvex_device* device) {
 }
 
 // Waits for the acknowledges of one frame and fetches its reply. There is one exchange at a time,
-// so a reply is whatever follows the acknowledge.
+// so a reply is whatever follows the acknowledge. The first `kept` bytes of its buffer stay as they
+// are until the driver writes there.
 boolean16 exchange(Call& call, orvex_device* device, const void* frame, uns16 frame_bytes,
-                   uns16 reply_bytes, void* reply, uns32 limit_ms) {
+                   uns16 reply_bytes, void* reply, uns32 limit_ms, uns16 kept = 0) {
     uns16 count = 0;
     if (device->write(device, frame, frame_bytes, &count) != 1)
         return call.fail(C7_DRIVER_COM_ERROR, "Failed to write data, written, %u out of %u bytes",
@@ -55,7 +57,7 @@ boolean16 exchange(Call& call, orvex_device* device, const void* frame, uns16 fr
     call.debug("Got read ack");
     // A reply shorter than asked is taken, and its buffer often held the message: what the driver
     // leaves out reads as zeros. Done ahead of the read, as not every driver gives a true count.
-    if (reply) std::memset(reply, 0, reply_bytes);
+    if (reply) std::memset(static_cast<uns8*>(reply) + kept, 0, reply_bytes - kept);
     count = 0;
     if (device->read(device, reply, reply_bytes, &count) != 1)
         return call.fail(C7_DRIVER_COM_ERROR, "Failed to read data, read %u out of %u bytes",
@@ -115,9 +117,12 @@ boolean16 dv_cam_write_read(int16 hcam, uns8 AbCmdClass, uns16 AwWriteBytes,
     frame[0] = AbCmdClass;
     bv::StoreBigEndian<uns16>(&frame[1], AwWriteBytes);
     std::memcpy(&frame[frame_header_bytes], ApWriteArray, AwWriteBytes);
+    // A status of zero says success, which a reply that never came must not: what stands there is
+    // the first byte of the message, no zero.
+    const uns16 kept = bv::ReplyHasStatusByte(hcam) ? 1 : 0;
     return exchange(call, device, frame.data(),
                     static_cast<uns16>(AwWriteBytes + frame_header_bytes), AwReadBytes, ApReadArray,
-                    command_limit_ms);
+                    command_limit_ms, kept);
 }
 
 boolean16 dv_cam_write_read_passthrough(int16 hcam, uns16 AwWriteBytes, const void* ApWriteArray,

@@ -2,6 +2,8 @@
 
 #include <cstddef>
 
+#include "device/device_table.h"
+#include "platform/event.h"
 #include "platform/module.h"
 #include "state/call.h"
 
@@ -73,11 +75,16 @@ void orvex_ddi_unload_library(orvex_ddi* ddi) {
 boolean16 dv_ddi_init() {
     Call call("dv_ddi_init");
     g_orvex_ddi = {};
+    platform::SweepEvents();
     return call.result(orvex_ddi_load_library(module_name, &g_orvex_ddi));
 }
 
 void dv_ddi_uninit() {
     Call call("dv_ddi_uninit");
+    // A device that refused to open has its events until the next attempt, which never came.
+    for (orvex_device* device : g_orvex_ddi.devices) {
+        if (g_orvex_ddi.module && device) close_camera_events(device);
+    }
     orvex_ddi_unload_library(&g_orvex_ddi);
     call.ok();
 }

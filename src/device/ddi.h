@@ -45,3 +45,9 @@ inline uns32 dv_device_state(orvex_device* device) {
 inline void dv_device_set_state(orvex_device* device, uns32 state) {
     std::atomic_ref<uns32>(device->state).store(state, std::memory_order_relaxed);
 }
+// Only from the state that the caller has seen. Returns the state that there is then.
+inline uns32 dv_device_change_state(orvex_device* device, uns32 seen, uns32 state) {
+    const bool changed = std::atomic_ref<uns32>(device->state)
+                             .compare_exchange_strong(seen, state, std::memory_order_relaxed);
+    return changed ? state : seen;
+}

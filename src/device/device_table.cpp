@@ -9,6 +9,7 @@
 #include "device/ddi.h"
 #include "device/upcalls.h"
 #include "platform/system.h"
+#include "state/api_locks.h"
 #include "state/call.h"
 #include "state/camera_tables.h"
 
@@ -49,8 +50,8 @@ int16 GetHcam(const char* camName) {
     int16 found = -1;
     if (camName) {
         std::string_view wanted(camName, strnlen(camName, ORVEX_DEVICE_NAME_LEN));
-        // Cameras beyond the library's tables can't be opened.
-        const int16 count = std::min(g_orvex_ddi.camCount, max_cameras);
+        // Those that a module counts later have no row in the library's tables.
+        const int16 count = std::min(g_orvex_ddi.camCount, total_cams.get());
         for (int16 hcam = 0; hcam < count && found < 0; ++hcam) {
             const orvex_device* device = dv_device(hcam);
             if (device && dv_device_name(device) == wanted) found = hcam;
@@ -68,14 +69,12 @@ boolean16 CamIsOpen(int16 hcam) {
          ++round)
         platform::SleepMs(settle_round_ms);
 
+    // A close on another thread may be faster, and must not be undone.
     uns32 state = dv_device_state(device);
-    if (state == DEVICE_SUSPENDED) {
-        state = DEVICE_REMOVED;
-        dv_device_set_state(device, state);
-    } else if (state == DEVICE_RESUMED) {
-        state = DEVICE_OPEN;
-        dv_device_set_state(device, state);
-    }
+    if (state == DEVICE_SUSPENDED)
+        state = dv_device_change_state(device, state, DEVICE_REMOVED);
+    else if (state == DEVICE_RESUMED)
+        state = dv_device_change_state(device, state, DEVICE_OPEN);
     // A removed camera can't be opened again before the application has closed it.
     return call.result(state == DEVICE_OPEN || state == DEVICE_REMOVED);
 }
@@ -86,7 +85,12 @@ boolean16 create_camera_events(orvex_device* device) {
     for (const EventRow& row : event_rows) {
         const std::string name =
             bv::FormatText("%d_%s_%s", device->hcam, camera_name.c_str(), row.suffix);
-        if (dv_event_create(&(device->*row.slot), 0, row.auto_reset, name.c_str())) continue;
+        if (dv_event_create(&(device->*row.slot), 0, row.auto_reset, name.c_str())) {
+            if (!dv_event_has_its_name(device->*row.slot))
+                call.warn("The name of event %s is another user's, only the driver can reach it",
+                          name.c_str());
+            continue;
+        }
         call.error("Failed to create event %s", name.c_str());
         close_camera_events(device);
         // The module is told to close although it was not opened yet: this is what frees a device
@@ -117,7 +121,6 @@ boolean16 driver_open_camera(orvex_device* device) {
     if (status != 0)
         return call.fail(C7_DRIVER_COM_ERROR, "An error status %d reported by driver", status);
     dv_device_set_state(device, DEVICE_OPEN);
-    // A device whose delivery can't start stays open, and the application has to close it.
     return call.result(start_callbacks(device));
 }
 
@@ -134,7 +137,8 @@ void stop_callbacks(orvex_device* device) {
     call.ok();
 }
 
-boolean16 dv_cam_open(const char* ApCamName, int16* pHcam) {
+boolean16 dv_cam_open(const char* ApCamName, int16* pHcam,
+                      std::unique_lock<platform::ErrorCheckingMutex>* camera) {
     Call call("dv_cam_open", bv::quoted("ApCamName", ApCamName), arg("pHcam", pHcam));
     if (!pHcam) return call.fail(C0_NULL_POINTER, "Output argument for camera handle is null");
 
@@ -142,6 +146,10 @@ boolean16 dv_cam_open(const char* ApCamName, int16* pHcam) {
     *pHcam = hcam;
     if (hcam < 0) return call.fail(C0_CAM_NAME_NOT_FOUND, "Camera name not found");
     if (CamIsOpen(hcam)) return call.fail(C0_CAM_ALREADY_OPEN, "Camera already open");
+    // Threads with the handle of an earlier open wait until this one is done, or the close that is
+    // about to end. An open camera is told of without its mutex: whoever holds that may wait for a
+    // callback, and that for the caller of this.
+    if (camera) *camera = std::unique_lock(api_camera_mutexes[row_of(hcam)]);
 
     orvex_device* device = dv_device(hcam);
     if (!has_all_operations(*device))
@@ -152,8 +160,24 @@ boolean16 dv_cam_open(const char* ApCamName, int16* pHcam) {
     // the one after it starts fresh.
     if (device->open(device) != 1)
         return call.fail(C7_DRIVER_COM_ERROR, "Failed to open camera device");
-    if (!driver_open_camera(device)) return call.failed();
+    if (!driver_open_camera(device)) {
+        // The application has no handle by which it could close what is open.
+        if (dv_device_state(device) != DEVICE_CLOSED) {
+            dv_close_keeping_error(hcam, dv_cam_close);
+        } else {  // a driver that refused DV_CAM_OPEN gets no DV_CAM_CLOSE
+            close_camera_events(device);
+            device->close(device);
+        }
+        return call.failed();
+    }
     return call.ok(arg("*pHcam", *pHcam));
+}
+
+void dv_close_keeping_error(int16 hcam, boolean16 (*close)(int16)) {
+    const bv::ErrorHold hold;
+    const int16 code = ApiGlobal::GetErrorCode();
+    close(hcam);
+    ApiGlobal::SetErrorCode(EXT_OPEN_EXCLUSIVE, code);
 }
 
 boolean16 dv_cam_close(int16 hcam) {
@@ -161,14 +185,16 @@ boolean16 dv_cam_close(int16 hcam) {
     orvex_device* device = dv_device(hcam);
     if (!device) return call.ok();
 
+    const bv::ErrorHold hold;
     // No notification may run while the events go away.
     stop_callbacks(device);
     close_camera_events(device);
     if (!dv_ioctl(hcam, DV_CAM_CLOSE, nullptr, 0, nullptr, 0, nullptr, nullptr))
         call.warn("IOCTL DV_CAM_CLOSE failed, error ignored");
     if (device->close(device) != 1) call.warn("Failed to close device, error ignored");
-    dv_device_set_state(device, DEVICE_CLOSED);
+    // The state comes last: it is what the next open waits for.
     device->hcam = -1;
+    dv_device_set_state(device, DEVICE_CLOSED);
     ApiGlobal::ClearErrorCode(EXT_OPEN_EXCLUSIVE);
     return call.ok();
 }

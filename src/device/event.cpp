@@ -44,6 +44,10 @@ void dv_event_close(dv_event** slot) {
     *slot = nullptr;
 }
 
+bool dv_event_has_its_name(const dv_event* event) {
+    return static_cast<const OwnedEvent*>(event)->event.IsNamed() || event->name[0] == '\0';
+}
+
 boolean16 dv_event_set(dv_event* event) {
     return event && owned(event).Set();
 }

@@ -166,21 +166,22 @@ boolean16 dv_driver_set_image_data_active_usb_pcie_sw(int16 hcam, uns32 AdwTotal
                                 AdwTotalBytes, nullptr, nullptr));
 }
 
-void dv_driver_set_image_data_idle(int16 hcam) {
+boolean16 dv_driver_set_image_data_idle(int16 hcam) {
     Call call("dv_driver_set_image_data_idle", arg("hcam", hcam));
     orvex_device* device = dv_device(hcam);
-    if (!device) return;
+    if (!device) return bv::OZ_OK;
     orvex_callbacks_begin_abort(device);
     uns16 status = 0;
-    if (!dv_ioctl(hcam, DV_SET_IMAGE_DATA_IDLE, nullptr, 0, &status, sizeof status, nullptr,
-                  nullptr))
-        call.warn("IOCTL DV_SET_IMAGE_DATA_IDLE failed, error ignored");
+    const boolean16 idle = dv_ioctl(hcam, DV_SET_IMAGE_DATA_IDLE, nullptr, 0, &status,
+                                    sizeof status, nullptr, nullptr);
+    if (!idle) call.warn("IOCTL DV_SET_IMAGE_DATA_IDLE failed, error ignored");
     await_abort_ack(call, device);
     if (!dv_ioctl(hcam, DV_CLEANUP_IMAGE_DATA_IDLE, nullptr, 0, &status, sizeof status, nullptr,
                   nullptr))
         call.warn("IOCTL DV_CLEANUP_IMAGE_DATA_IDLE failed, error ignored");
     orvex_callbacks_end_abort(device);
     call.ok();
+    return idle;
 }
 
 boolean16 dv_driver_stop_data_transfer(int16 hcam, int32 max_wait_time_ms) {
@@ -190,12 +191,14 @@ boolean16 dv_driver_stop_data_transfer(int16 hcam, int32 max_wait_time_ms) {
     if (!device) return call.ok();
     orvex_callbacks_begin_abort(device);
     uns16 status = 0;
-    if (!dv_ioctl(hcam, DV_STOP_DATA_TRANSFER, &max_wait_time_ms, sizeof max_wait_time_ms, &status,
-                  sizeof status, nullptr, nullptr))
-        call.warn("IOCTL DV_STOP_DATA_TRANSFER failed, error ignored");
+    const boolean16 stopped =
+        dv_ioctl(hcam, DV_STOP_DATA_TRANSFER, &max_wait_time_ms, sizeof max_wait_time_ms, &status,
+                 sizeof status, nullptr, nullptr);
+    if (!stopped) call.warn("IOCTL DV_STOP_DATA_TRANSFER failed, error ignored");
     await_abort_ack(call, device);
     orvex_callbacks_end_abort(device);
-    return call.ok();
+    call.ok();
+    return stopped;
 }
 
 boolean16 dv_driver_is_image_data_active(int16 hcam) {
@@ -209,6 +212,7 @@ boolean16 dv_driver_is_image_data_active(int16 hcam) {
 
 int16 driver_get_status(int16 hcam, uns32* pByteCnt) {
     Call call("driver_get_status", arg("hcam", hcam), arg("pByteCnt", pByteCnt));
+    const bv::ErrorHold hold;
     int16 status = READOUT_NOT_ACTIVE;
     dv_status_record record{};
     *pByteCnt = 0;

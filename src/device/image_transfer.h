@@ -10,8 +10,9 @@ boolean16 dv_driver_set_image_data_active_1394(int16 hcam, uns32 AdwTotalBytes, 
 boolean16 dv_driver_set_image_data_active_usb_pcie_sw(int16 hcam, uns32 AdwTotalBytes,
                                                       void* ApPixArray);
 
-// These two do every step whatever the one before gave.
-void dv_driver_set_image_data_idle(int16 hcam);
+// These two do every step whatever the one before gave, and log failures as ignored. 0 when the
+// driver refused to take its hands from the buffer.
+boolean16 dv_driver_set_image_data_idle(int16 hcam);
 boolean16 dv_driver_stop_data_transfer(int16 hcam, int32 max_wait_time_ms);
 
 boolean16 dv_driver_is_image_data_active(int16 hcam);

@@ -6,6 +6,7 @@
 #include <new>
 #include <system_error>
 
+#include "platform/append_file.h"
 #include "platform/system.h"
 
 namespace bv {
@@ -122,6 +123,7 @@ void Log::StartWorker() {
 }
 
 void Log::WorkerMain() {
+    const platform::NoWriteSignals quiet;
     Entries taken;
     taken.reserve(records_at_once);
     std::unique_lock lock(queueMutex_);
@@ -245,7 +247,8 @@ void Log::DrainOnThisThread(std::unique_lock<std::mutex>& lock) {
         lock.lock();
     }
     const int64_t start = platform::PerformanceCounter();
-    while (!queue_.empty()) {
+    // Cameras that still run may trace faster than one thread can write: what they add now is left.
+    for (size_t left = queue_.size(); left > 0 && !queue_.empty(); --left) {
         std::unique_ptr<Entry> entry = std::move(queue_.front());
         queue_.pop_front();
         lock.unlock();

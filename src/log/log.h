@@ -74,6 +74,12 @@ class Log {
     void WriteText(const char* group, int32_t level, const std::string& message);
     // Ends the worker for good; records left in the queue stay there.
     void End();
+    // In a forked child, which has neither the worker nor a right to the file: passes no record any
+    // more and can't be told to. Takes no lock.
+    void Silence() {
+        workerStarted_ = true;
+        hasListeners_ = false;
+    }
     // Waits for the queue to drain, a second at most; returns the number of records thrown away.
     uint64_t Flush();
 
@@ -171,7 +177,8 @@ class LogScope {
     std::string result_;
 };
 
-// The log that the environment asked for when the library was loaded; null without one.
+// The log that the environment asked for when the library was loaded; null without one. A forked
+// child has one that is silent, until it initialises the library itself.
 const std::shared_ptr<Log>& ProcessLog();
 
 std::string FormatDate(int64_t ticks);

@@ -4,13 +4,26 @@
 #include <new>
 
 #include "log/never_destroyed.h"
+#include "platform/fork.h"
+#include "platform/module.h"
 #include "platform/system.h"
 
 namespace bv {
 
 namespace {
 
-constinit NeverDestroyed<std::shared_ptr<Log>> process_log;
+// Traced calls may be copying the log of the process while a forked child puts its own in front.
+struct ProcessLogEntry {
+    std::shared_ptr<Log> log;
+    const ProcessLogEntry* parents = nullptr;
+};
+
+constinit NeverDestroyed<ProcessLogEntry> first_entry;
+constinit std::atomic<ProcessLogEntry*> process_log{&first_entry.value};
+
+const platform::ForkHandler silence([] {
+    if (Log* log = process_log.load()->log.get()) log->Silence();
+});
 
 int32_t ParseLevel(const char* level) {
     switch (*level) {
@@ -39,8 +52,9 @@ LogSetupFile::LogSetupFile(const char* file, const char* level) : LogSetup(nullp
 std::unique_ptr<LogSetup> CreateProcessLogSetup() {
     const char* level = std::getenv("ORVEX_CORE_LOG_LEVEL");
     if (level && !*level) level = nullptr;
-    return std::unique_ptr<LogSetup>(new (std::nothrow)
-                                         LogSetupFile(std::getenv("ORVEX_CORE_LOG_FILE"), level));
+    const char* file = secure_getenv("ORVEX_CORE_LOG_FILE");
+    const std::string path = platform::FullPath(file ? file : "");
+    return std::unique_ptr<LogSetup>(new (std::nothrow) LogSetupFile(path.c_str(), level));
 }
 
 ProcessLogOwner::ProcessLogOwner()
@@ -51,7 +65,6 @@ ProcessLogOwner::ProcessLogOwner()
 ProcessLogOwner::~ProcessLogOwner() {
     // A forked child has the parent's log but not its worker, which can't be joined there.
     if (platform::ProcessId() != processId_) {
-        SetProcessLog(nullptr);
         // NOLINTNEXTLINE(bugprone-unused-return-value)
         static_cast<void>(setup_.release());
         return;
@@ -63,12 +76,20 @@ ProcessLogOwner::~ProcessLogOwner() {
     if (log) log->End();
 }
 
+void ProcessLogOwner::StartAnew() {
+    // NOLINTNEXTLINE(bugprone-unused-return-value)
+    static_cast<void>(setup_.release());
+    setup_ = CreateProcessLogSetup();
+    processId_ = platform::ProcessId();
+    process_log = new ProcessLogEntry{setup_ ? setup_->GetLog() : nullptr, process_log.load()};
+}
+
 void SetProcessLog(std::shared_ptr<Log> log) {
-    process_log.value = std::move(log);
+    process_log.load()->log = std::move(log);
 }
 
 const std::shared_ptr<Log>& ProcessLog() {
-    return process_log.value;
+    return process_log.load(std::memory_order_acquire)->log;
 }
 
 }  // namespace bv

@@ -45,10 +45,13 @@ class ProcessLogOwner {
     ~ProcessLogOwner();
     ProcessLogOwner(const ProcessLogOwner&) = delete;
     ProcessLogOwner& operator=(const ProcessLogOwner&) = delete;
+    // In a forked child: a log of its own, as the environment now asks for it. Traced calls may run
+    // meanwhile.
+    void StartAnew();
 
   private:
     std::unique_ptr<LogSetup> setup_;
-    const uint32_t processId_;
+    uint32_t processId_;
 };
 
 // Makes `log` the answer of ProcessLog(). No traced call may run at the same time.

@@ -33,6 +33,7 @@ Log::Entry BannerEntry(const std::string& message) {
 }
 
 void Print(std::FILE* stream, const std::string& line) {
+    const platform::NoWriteSignals quiet;
     std::fwrite(line.data(), 1, line.size(), stream);
     std::fflush(stream);
 }
@@ -66,13 +67,9 @@ void LoggerConsole::OnLogEntry(const Log::Entry& entry) {
 LoggerFile::LoggerFile(std::shared_ptr<Log> log, const char* file)
     : Logger(std::move(log)), self_(SelfOwner(this)) {
     if (!log_ || !file || !*file) return;
-    // Without a buffer, what is given to the stream in one piece is one append of the system, which
-    // lines of other processes can't break up.
-    file_.rdbuf()->pubsetbuf(nullptr, 0);
-    file_.open(file, std::ios::out | std::ios::app);
-    if (!file_.is_open()) return;
+    if (!file_.Open(file)) return;
     if (!log_->AddListener(self_)) {
-        file_.close();
+        file_.Close();
         return;
     }
     const Log::Entry entry = BannerEntry(ProcessText("started"));
@@ -86,20 +83,18 @@ LoggerFile::~LoggerFile() {
     const Log::Entry entry = BannerEntry(StoppedText(dropped));
     Append(entry.text + "\n" + banner_rule + "\n\n");
     log_->RemoveListener(self_);
-    if (file_.is_open()) file_.close();
+    file_.Close();
 }
 
 void LoggerFile::OnLogEntry(const Log::Entry& entry) {
     std::lock_guard lock(fileMutex_);
     line_.assign(entry.text).push_back('\n');
-    file_.write(line_.data(), static_cast<std::streamsize>(line_.size()));
-    file_.flush();
+    file_.Append(line_);
 }
 
 void LoggerFile::Append(const std::string& text) {
     std::lock_guard lock(fileMutex_);
-    file_.write(text.data(), static_cast<std::streamsize>(text.size()));
-    file_.flush();
+    if (file_.IsOpen()) file_.Append(text);
 }
 
 }  // namespace bv

@@ -1,10 +1,10 @@
 #pragma once
 
-#include <fstream>
 #include <memory>
 #include <mutex>
 
 #include "log/log.h"
+#include "platform/append_file.h"
 
 namespace bv {
 
@@ -44,7 +44,7 @@ class LoggerFile : public Logger, public Log::IListener {
     void Append(const std::string& text);
 
     const std::shared_ptr<Log::IListener> self_;
-    std::ofstream file_;
+    platform::AppendFile file_;
     std::mutex fileMutex_;  // the worker may still hold a last record when the banner is written
     std::string line_;
 };

@@ -91,6 +91,7 @@ boolean16 oz_bridge_command_unlocked(int16 hcam, uns8 node_id, uns8 bridge_comma
 
 boolean16 oz_bridge_read_cam_systems_info(int16 hcam) {
     bv::Call call("oz_bridge_read_cam_systems_info", bv::arg("hcam", hcam));
+    const bv::ErrorHold hold;
     std::string info;
     for (uns8 node_id = 0; node_id <= last_node; ++node_id) {
         std::array<uns8, friendly_name_bytes> name{};

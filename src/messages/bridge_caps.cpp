@@ -40,6 +40,7 @@ boolean16 BridgeCaps::Read(int16 hcam) {
     valid_ = 0;
     data_ = {};
 
+    const ErrorHold hold;
     uns32 size = 0;
     if (!dv_driver_get_bridge_caps_size(hcam, &size)) {
         call.warn(

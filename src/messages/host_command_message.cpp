@@ -6,16 +6,10 @@
 
 #include "messages/gate.h"
 #include "state/bytes.h"
-#include "state/camera_tables.h"
+#include "state/camera_rows.h"
 
 namespace bv {
 namespace {
-
-bool ReplyHasStatusByte(int16 hcam) {
-    if (!has_row(hcam)) return false;
-    const cam_info_type& info = pg_cam_info[row_of(hcam)];
-    return info.bridge_caps && info.bridge_caps->HasReplyStatusByte();
-}
 
 uns16 FixedSize(int32 bytes) {
     return bytes > 0 ? static_cast<uns16>(bytes) : uns16{0};

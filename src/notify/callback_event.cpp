@@ -2,8 +2,7 @@
 
 namespace bv {
 
-void CallbackEvent::Deliver() {
-    if (!callback.function) return;
+void CallbackEvent::Deliver(const CallbackSlot& callback) {
     switch (callback.type) {
         case CB_TYPE_ORIG: reinterpret_cast<void (*)()>(callback.function)(); break;
         case CB_TYPE_EX:

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <array>
-
 #include "orvex/orvex_types.h"
 
 namespace bv {
@@ -13,19 +11,15 @@ struct CallbackSlot {
     uns32 type = CB_TYPE_ORIG;
 };
 
-// By event id.
-using CallbackTable = std::array<CallbackSlot, OX_CALLBACK_MAX>;
-
-// One event on its way to the application, with copies of all it needs.
+// One event on its way to the application.
 struct CallbackEvent {
     uns16 hcam = 0;
     uns32 event = 0;
     uns64 frame_address = 0;  // in the frame buffer, or 0; no form of callback passes it on
     FRAME_INFO frame_info{};
-    CallbackSlot callback;
 
     // Calls the function in the form of its type, here and now; nothing for a type that is none.
-    void Deliver();
+    void Deliver(const CallbackSlot& callback);
 };
 
 // Frames of a buffer that are kept in flight: all of a sequence, four fifths of a ring, never none.

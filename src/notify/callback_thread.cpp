@@ -19,6 +19,8 @@ CallbackThread::~CallbackThread() {
 
 void CallbackThread::Reset(uns32 limit) {
     const std::lock_guard guard(state_->lock);
+    std::erase_if(state_->queue,
+                  [this](const auto& queued) { return state_->CountersOf(queued.event); });
     state_->bof = {.limit = limit};
     state_->eof = {.limit = limit};
 }
@@ -76,11 +78,10 @@ void CallbackThread::State::Run() {
         queue.pop_front();
         if (Counters* counters = CountersOf(event.event)) {
             counters->dropped = 0;
-            // Events from before a reset are no longer counted.
-            if (counters->queued > 0) --counters->queued;
+            --counters->queued;
         }
         guard.unlock();
-        event.Deliver();
+        callbacks.Deliver(event);
         guard.lock();
     }
 }

@@ -8,6 +8,7 @@
 #include <optional>
 
 #include "notify/callback_event.h"
+#include "notify/callback_table.h"
 #include "notify/delivery_thread.h"
 
 namespace bv {
@@ -32,9 +33,12 @@ class CallbackThread {
     CallbackThread(const CallbackThread&) = delete;
     CallbackThread& operator=(const CallbackThread&) = delete;
 
-    // A fresh count for a new run.
+    // A fresh start for a new run: frames of the one before are nobody's news any more.
     void Reset(uns32 limit);
     void Enqueue(const CallbackEvent& event);
+
+    // Whom events call back, those too that are queued already.
+    CallbackTable& Callbacks() { return state_->callbacks; }
 
     Counters Bof() const;
     Counters Eof() const;
@@ -42,13 +46,14 @@ class CallbackThread {
   private:
     // Owned together with the thread, which may outlive this object by the length of a callback.
     struct State {
+        CallbackTable callbacks;
         Counters bof;
         Counters eof;
         bool stop = false;
         // Gives freed blocks back to the queue and not to the heap.
         std::pmr::unsynchronized_pool_resource blocks;
         std::pmr::deque<CallbackEvent> queue{&blocks};
-        std::mutex lock;  // guards all of the above
+        std::mutex lock;  // guards all of the above but the callbacks
         std::condition_variable wake;
 
         Counters* CountersOf(uns32 event);

@@ -9,6 +9,9 @@
 #include "device/ddi.h"
 #include "device/device_table.h"
 #include "log/enum_texts.h"
+#include "log/never_destroyed.h"
+#include "platform/fork.h"
+#include "state/api_locks.h"
 #include "state/call.h"
 
 using bv::ApiGlobal;
@@ -19,6 +22,7 @@ using bv::enumerated;
 namespace {
 
 constexpr uns32 flush_limit_ms = 5000;
+constexpr uns32 callback_limit_ms = 5000;
 // Most events of a kind that wait for the application.
 constexpr uns32 queued_events_max = 128;
 
@@ -57,6 +61,25 @@ void DestroyCallbackThread(orvex_callbacks& record) {
     }
 }
 
+// Releases a camera's mutex, if the calling thread holds it, and takes it back at the end.
+class CameraLeftToOthers {
+  public:
+    explicit CameraLeftToOthers(int16 hcam) {
+        platform::ErrorCheckingMutex& mutex = api_camera_mutexes.at(row_of(hcam));
+        if (!mutex.IsHeldByThisThread()) return;
+        held_ = &mutex;
+        held_->unlock();
+    }
+    ~CameraLeftToOthers() {
+        if (held_) held_->lock();
+    }
+    CameraLeftToOthers(const CameraLeftToOthers&) = delete;
+    CameraLeftToOthers& operator=(const CameraLeftToOthers&) = delete;
+
+  private:
+    platform::ErrorCheckingMutex* held_ = nullptr;
+};
+
 // Empties the record and takes it from the device. It isn't freed: a thread of the module may have
 // read its address just before.
 void GiveUpRecord(orvex_device* device, orvex_callbacks& record) {
@@ -68,7 +91,6 @@ void GiveUpRecord(orvex_device* device, orvex_callbacks& record) {
     const std::scoped_lock guard(record.invoke_lock, record.frame_info_lock);
     record.invoke_frame_info.reset();
     record.latest_frame_info.reset();
-    record.callbacks = {};
 }
 
 boolean16 CopyLatest(orvex_callbacks& record, FRAME_INFO* frame_info) {
@@ -87,14 +109,21 @@ uint16_t DeliverEvent(orvex_device* device, uint32_t event) {
     return orvex_callbacks_invoke(device, event);
 }
 
+struct KeptRecords {
+    std::mutex lock;
+    std::unordered_map<orvex_device*, std::unique_ptr<orvex_callbacks>> of_devices;
+};
+bv::NeverDestroyed<KeptRecords> kept_records;
+
+// A forked child may find other devices at the same addresses.
+const platform::ForkHandler forget_records([] { new (&kept_records.value) KeptRecords; });
+
 // The one record that a device has in its life, empty; null without memory.
 orvex_callbacks* KeptRecord(orvex_device* device) {
-    using Records = std::unordered_map<orvex_device*, std::unique_ptr<orvex_callbacks>>;
-    static std::mutex lock;
+    KeptRecords& kept = kept_records.value;
     try {
-        static Records& records = *new Records;
-        const std::lock_guard guard(lock);
-        std::unique_ptr<orvex_callbacks>& record = records[device];
+        const std::lock_guard guard(kept.lock);
+        std::unique_ptr<orvex_callbacks>& record = kept.of_devices[device];
         if (!record) {
             record = std::make_unique<orvex_callbacks>();
             record->delivery = {DeliverLatest, DeliverEvent};
@@ -113,6 +142,9 @@ boolean16 orvex_callbacks_create(orvex_device* device) {
     orvex_callbacks* record = KeptRecord(device);
     if (!record)
         return call.fail(C2_CANNOT_ALLOCATE_MEMORY, "Cannot allocate orvex_callbacks structure");
+    // One that is left of a life of this device that nobody ended; a thread of the module may be
+    // looking for one that never was.
+    if (record->notifier) record->notifier.reset();
     SetRecord(device, record);
     if (dv_device_kernel_mode(device)) {
         try {
@@ -181,6 +213,7 @@ boolean16 orvex_callbacks_stop(orvex_device* device) {
     if (record->notifier) {
         record->notifier->Stop();
     } else {
+        const bv::ErrorHold hold;
         if (!orvex_callbacks_wait_ready(device)) {
             call.warn("Cannot flush notifications, error ignored");
             ApiGlobal::ClearErrorCode(EXT_OPEN_EXCLUSIVE);
@@ -229,8 +262,7 @@ boolean16 orvex_callbacks_register(orvex_device* device, uns32 event, void* func
     if (record->notifier)
         return call.result(record->notifier->RegisterCallback(event, function, context, type));
     if (!orvex_callbacks_wait_ready(device)) return call.failed();
-    const std::lock_guard guard(record->invoke_lock);
-    record->callbacks[event] = {function, context, type};
+    record->callback_thread->Callbacks().Set(event, {function, context, type});
     return call.ok();
 }
 
@@ -240,11 +272,25 @@ boolean16 orvex_callbacks_deregister(orvex_device* device, uns32 event) {
     orvex_callbacks* record = RequireStarted(call, device);
     if (!record) return bv::OZ_FAIL;
     if (record->notifier) return call.result(record->notifier->DeregisterCallback(event));
-    {
-        const std::lock_guard guard(record->invoke_lock);
-        record->callbacks[event] = {};
-    }
+    record->callback_thread->Callbacks().Set(event, {});
     return call.result(orvex_callbacks_wait_ready(device));
+}
+
+boolean16 orvex_callbacks_await_former(orvex_device* device, uns32 event) {
+    const orvex_callbacks* record = Record(device);
+    if (!record || !record->started) return bv::OZ_OK;
+    // They outlive a close that comes in between.
+    const std::shared_ptr<bv::EventNotifier> notifier = record->notifier;
+    const std::shared_ptr<bv::CallbackThread> thread = record->callback_thread;
+    bv::CallbackTable& callbacks = notifier ? notifier->Callbacks() : thread->Callbacks();
+    if (callbacks.AwaitEnd(event, 0)) return bv::OZ_OK;
+    Call call("orvex_callbacks_await_former", arg("device", device),
+              enumerated("event", event, bv_text_callback_event));
+    const CameraLeftToOthers left(device->hcam);
+    if (!callbacks.AwaitEnd(event, callback_limit_ms))
+        return call.fail(C7_DRIVER_COM_ERROR, "Callback still running after %u ms",
+                         callback_limit_ms);
+    return call.ok();
 }
 
 boolean16 orvex_callbacks_set_frame_count(orvex_device* device, uns32 frame_count,
@@ -324,10 +370,9 @@ boolean16 orvex_callbacks_invoke(orvex_device* device, uns32 event) {
     const std::lock_guard guard(record->invoke_lock);
     // A stop has been faster.
     if (!record->callback_thread) return call.failed();
-    const bv::CallbackSlot& slot = record->callbacks[event];
-    if (!slot.function) return call.ok();
+    if (!record->callback_thread->Callbacks().Wants(event)) return call.ok();
     CopyLatest(*record, record->invoke_frame_info.get());
     record->callback_thread->Enqueue(
-        {static_cast<uns16>(device->hcam), event, 0, *record->invoke_frame_info, slot});
+        {static_cast<uns16>(device->hcam), event, 0, *record->invoke_frame_info});
     return call.ok();
 }

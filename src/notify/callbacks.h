@@ -24,14 +24,13 @@ struct orvex_callbacks {
     orvex_delivery delivery;
     std::atomic<bool> started{false};
     std::thread thread;  // never started
-    // The next five serve events that the module delivers.
+    // The next four serve events that the module delivers.
     std::shared_ptr<bv::CallbackThread> callback_thread;
     bv::FrameInfoOwner latest_frame_info;
     std::mutex frame_info_lock;            // guards latest_frame_info, for the length of a copy
     bv::FrameInfoOwner invoke_frame_info;  // copy for the event being queued
-    bv::CallbackTable callbacks;
     // The module may call from several threads, and beside the stop.
-    std::mutex invoke_lock;  // guards callback_thread, invoke_frame_info and callbacks
+    std::mutex invoke_lock;  // guards callback_thread and invoke_frame_info
     // Owner of orvex_device.notifier.
     std::shared_ptr<bv::EventNotifier> notifier;
 };
@@ -43,6 +42,10 @@ boolean16 orvex_callbacks_wait_ready(orvex_device* device);
 boolean16 orvex_callbacks_register(orvex_device* device, uns32 event, void* function, void* context,
                                    uns32 type);
 boolean16 orvex_callbacks_deregister(orvex_device* device, uns32 event);
+// Waits for a call in progress of the function that a registration replaced or a deregistration
+// removed, unless it is the calling thread's own. The camera's mutex is released meanwhile, as the
+// callback may be waiting for it: to be the last step of an operation.
+boolean16 orvex_callbacks_await_former(orvex_device* device, uns32 event);
 // For modules that deliver events themselves.
 boolean16 orvex_callbacks_set_latest_frame_info(orvex_device* device, uns32 frame_number,
                                                 int64 time_stamp_bof, int64 time_stamp_eof);

@@ -30,8 +30,7 @@ boolean16 EventNotifier::Start() {
     if (thread_) return call.fail(C0_RESOURCE_ALLOCATION_FAILED, "Event notifier already started");
     hcam_ = static_cast<uns16>(device_->hcam);
     key_ = hcam_ + key_base;
-    callbacks_ = {};
-    pending_ = 0;
+    callbacks_.Clear();
     flushing_ = 0;
     aborting_ = 0;
     latest_frame_info_ = MakeFrameInfo();
@@ -85,18 +84,17 @@ void EventNotifier::Stop() {
     ++pool_;
     requests_.clear();
     requests_by_overlapped_.clear();
-    pending_ = 0;
-    const std::lock_guard table_guard(table_lock_);
-    callbacks_ = {};
+    callbacks_.Clear();
 }
 
 boolean16 EventNotifier::Flush() {
-    Call call("bv::EventNotifier::Flush", arg("pending", pending_.get()));
-    if (pending_ == 0u) return call.ok();
+    const auto pending = static_cast<uns32>(port_.Outstanding());
+    Call call("bv::EventNotifier::Flush", arg("pending", pending));
+    if (pending == 0) return call.ok();
     if (dv_device_state(device_) == DEVICE_REMOVED)
         return call.fail(C7_DRIVER_COM_ERROR, "Device removed");
     // After a cancelled request there is nobody to take what comes back.
-    if (life_->ended && !OnOwnThread())
+    if (life_->ended && !thread_->IsCurrent())
         return call.fail(C7_DRIVER_COM_ERROR, "Notification thread has ended");
     flush_done_event_.Reset();
     uns32 count = 0;
@@ -104,16 +102,17 @@ boolean16 EventNotifier::Flush() {
         // From here on the thread gives no request back to the driver.
         const std::lock_guard guard(pool_lock_);
         flushing_ = 1;
-        count = pending_;
+        count = static_cast<uns32>(port_.Outstanding());
     }
     for (uns32 i = 0; i < count; ++i) {
+        const ErrorHold hold;
         if (!dv_ioctl(device_->hcam, DV_EVENT_NOTIFICATION_FLUSH, nullptr, 0, nullptr, 0, nullptr,
                       nullptr)) {
             ApiGlobal::ClearErrorCode(EXT_OPEN_EXCLUSIVE);
             break;
         }
     }
-    const bool done = OnOwnThread() ? DrainInPlace() : flush_done_event_.Wait(flush_limit_ms);
+    const bool done = AwaitDrain();
     flushing_ = 0;
     if (!done)
         return call.fail(C7_DRIVER_COM_ERROR, "Notifications not flushed within %u ms",
@@ -121,16 +120,20 @@ boolean16 EventNotifier::Flush() {
     return call.ok();
 }
 
-// The part of a flush that the thread would do, for a callback that asks for one.
+bool EventNotifier::AwaitDrain() {
+    return thread_->Await(flush_done_event_, flush_limit_ms) ||
+           (ThreadNeedsCaller() && DrainInPlace());
+}
+
+// The part of a flush that the thread would do, while its callback asks for one or waits for the
+// caller.
 bool EventNotifier::DrainInPlace() {
     std::array<platform::Completion, max_entries> entries;
-    while (pending_ != 0u) {
+    while (port_.Outstanding() != 0) {
         const size_t taken = port_.Take(entries, flush_limit_ms);
         if (taken == 0) return false;
-        for (const platform::Completion& entry : Batch(entries).first(taken)) {
-            if (entry.request) pending_.add(static_cast<uns32>(-1));
+        for (const platform::Completion& entry : Batch(entries).first(taken))
             if (entry.bytes == end_of_thread_bytes) life_->ended = true;
-        }
     }
     return true;
 }
@@ -138,30 +141,33 @@ bool EventNotifier::DrainInPlace() {
 boolean16 EventNotifier::Configure(uns32 frame_count, boolean16 is_sequence, boolean16 force) {
     Call call("bv::EventNotifier::Configure", arg("frame_count", frame_count),
               arg("is_sequence", is_sequence), arg("force", force));
-    if (frame_count == frame_count_ && is_sequence == is_sequence_ && !force) return call.ok();
+    if (life_->ended) return call.fail(C7_DRIVER_COM_ERROR, "Notification thread has ended");
+    if (pool_complete_ && frame_count == frame_count_ && is_sequence == is_sequence_ && !force)
+        return call.ok();
+    pool_complete_ = false;
     frame_count_ = frame_count;
     is_sequence_ = is_sequence;
     if (!Flush()) return call.fail(C7_DRIVER_COM_ERROR, "Flush of notifications failed");
     if (!MakePool(FramesInFlight(frame_count, is_sequence == 1))) return call.failed();
     if (!SubmitPool())
         return call.fail(C7_DRIVER_COM_ERROR, "Cannot submit all notification requests");
+    pool_complete_ = true;
     return call.ok();
 }
 
-bool EventNotifier::MakePool(uns32 count) {
+bool EventNotifier::MakePool(size_t count) {
     const std::lock_guard guard(pool_lock_);
     ++pool_;
     // A late completion must not find the memory of a request that is gone, nor a flush that was
     // too late for one find another in its place.
     device_file_.Forget();
     device_file_.CancelAll();
-    pending_ = 0;
     requests_.clear();
     requests_by_overlapped_.clear();
     try {
         requests_.reserve(count);
         requests_by_overlapped_.reserve(count);
-        for (uns32 i = 0; i < count; ++i) {
+        for (size_t i = 0; i < count; ++i) {
             auto request = std::make_unique<NotificationRequest>();
             request->hcam = hcam_;
             request->frame_info = MakeFrameInfo();
@@ -185,25 +191,45 @@ bool EventNotifier::SubmitPool() {
 
 bool EventNotifier::Submit(NotificationRequest& request) {
     request.overlapped = {};
-    request.overlapped.in.mask = Slot(OX_CALLBACK_BOF).function ? wanted_with_bof : wanted_always;
-    // Counted first, as the thread may have it back before this returns.
-    pending_.add(1);
+    request.overlapped.in.mask =
+        callbacks_.Wants(OX_CALLBACK_BOF) ? wanted_with_bof : wanted_always;
     const uint32_t result = device_file_.Submit(DV_EVENT_NOTIFICATION_REQUEST, request.overlapped);
-    if (result == platform::operation_in_progress) return true;
-    pending_.add(static_cast<uns32>(-1));
-    return false;
+    return result == platform::operation_in_progress;
 }
 
-// A caller that waited for the ready event knows that no batch is being processed. In a callback
-// there is nothing to wait for: the batch in progress notices a rebuilt pool.
+// A caller that waited for the ready event knows that no batch is being processed. Where a callback
+// can't go on without the caller there is nothing to wait for: the batch in progress notices a
+// rebuilt pool.
 void EventNotifier::WaitQuiet() {
-    if (!OnOwnThread()) ready_event_.Wait(quiet_limit_ms);
+    if (thread_) thread_->Await(ready_event_, quiet_limit_ms);
+}
+
+// From here on, frames that the driver has told of are nobody's news: the thread gives them back to
+// the driver unseen, those that it has in hand and those on their way to it. False when it is held
+// up in a callback.
+bool EventNotifier::DropFormerRun() {
+    {
+        const std::lock_guard guard(pool_lock_);
+        ++run_;
+        if (dv_device_state(device_) == DEVICE_REMOVED || life_->ended ||
+            port_.IsUntouched(requests_.size()))
+            return true;
+        dropped_event_.Reset();
+        dropping_ = 1;
+    }
+    port_.Post(0, key_);
+    const bool dropped = thread_->Await(dropped_event_, quiet_limit_ms);
+    dropping_ = 0;
+    // What the thread doesn't come to take off the way gives itself away later: new requests have
+    // other identities.
+    if (!dropped && port_.HasMore()) pool_complete_ = MakePool(requests_.size()) && SubmitPool();
+    return dropped;
 }
 
 boolean16 EventNotifier::SetFrameCount(uns32 frame_count, boolean16 is_sequence, boolean16 force) {
     Call call("bv::EventNotifier::SetFrameCount", arg("frame_count", frame_count),
               arg("is_sequence", is_sequence), arg("force", force));
-    WaitQuiet();
+    if (DropFormerRun()) WaitQuiet();
     aborting_ = 0;
     return call.result(Configure(frame_count, is_sequence, force));
 }
@@ -212,11 +238,9 @@ boolean16 EventNotifier::RegisterCallback(uns32 event, void* function, void* con
     Call call("bv::EventNotifier::RegisterCallback",
               enumerated("event", event, bv_text_callback_event), arg("function", function),
               arg("context", context), enumerated("type", type, bv_text_callback_type));
+    if (life_->ended) return call.fail(C7_DRIVER_COM_ERROR, "Notification thread has ended");
     WaitQuiet();
-    {
-        const std::lock_guard guard(table_lock_);
-        callbacks_[event] = {function, context, type};
-    }
+    callbacks_.Set(event, {function, context, type});
     // Requests carry what they want, so a new wish takes new requests.
     return call.result(Configure(frame_count_, is_sequence_, 1));
 }
@@ -225,10 +249,7 @@ boolean16 EventNotifier::DeregisterCallback(uns32 event) {
     Call call("bv::EventNotifier::DeregisterCallback",
               enumerated("event", event, bv_text_callback_event));
     WaitQuiet();
-    {
-        const std::lock_guard guard(table_lock_);
-        callbacks_[event].function = nullptr;
-    }
+    callbacks_.Set(event, {});
     return call.result(Configure(frame_count_, is_sequence_, 1));
 }
 
@@ -240,11 +261,6 @@ void EventNotifier::GetLatestFrameInfo(FRAME_INFO* frame_info) {
 void EventNotifier::ClearLatestFrameInfo() {
     const std::lock_guard guard(frame_info_lock_);
     bv_clear_frame_info_struct(latest_frame_info_.get());
-}
-
-CallbackSlot EventNotifier::Slot(uns32 event) {
-    const std::lock_guard guard(table_lock_);
-    return callbacks_[event];
 }
 
 }  // namespace bv

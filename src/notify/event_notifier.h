@@ -13,6 +13,7 @@
 #include "orvex/orvex_types.h"
 
 #include "notify/callback_event.h"
+#include "notify/callback_table.h"
 #include "notify/delivery_thread.h"
 #include "notify/frame_info.h"
 #include "platform/device_file.h"
@@ -35,8 +36,9 @@ struct NotificationRequest {
 // state and the newest frame information up to date, and calls the application back on that thread.
 //
 // Callers serialise all operations but GetLatestFrameInfo, BeginAbort and EndAbort; the camera's
-// mutex does that. A callback may use every one of them: what would wait for the thread's own
-// progress then does that part of the thread's work in place.
+// mutex does that. A callback may use every one of them, and may wait for the mutex of whoever
+// does: what would wait for the thread's own progress then does that part of the thread's work in
+// place.
 class EventNotifier : public std::enable_shared_from_this<EventNotifier> {
   public:
     explicit EventNotifier(orvex_device* device) : device_(device) {}
@@ -48,11 +50,13 @@ class EventNotifier : public std::enable_shared_from_this<EventNotifier> {
     void Stop();
     // Gets everything back that is pending at the driver.
     boolean16 Flush();
-    // Sizes the pool to the frames of a run, at a moment when no completion is being processed.
+    // Sizes the pool to the frames of a run that begins, at a moment when no completion is being
+    // processed. What the run before left on its way is dropped.
     boolean16 SetFrameCount(uns32 frame_count, boolean16 is_sequence, boolean16 force);
     // `event` is below OX_CALLBACK_MAX.
     boolean16 RegisterCallback(uns32 event, void* function, void* context, uns32 type);
     boolean16 DeregisterCallback(uns32 event);
+    CallbackTable& Callbacks() { return callbacks_; }
     void GetLatestFrameInfo(FRAME_INFO* frame_info);
     void ClearLatestFrameInfo();
     // Between the two, no begin or end of frame calls back.
@@ -72,6 +76,11 @@ class EventNotifier : public std::enable_shared_from_this<EventNotifier> {
         // The application knows that the camera is gone. Only the thread uses it.
         bool removal_told = false;
     };
+    // When a batch was taken.
+    struct Origin {
+        uns64 pool = 0;
+        uns32 run = 0;
+    };
     // What a completed request says.
     struct Report {
         uns32 status = 0;
@@ -80,22 +89,24 @@ class EventNotifier : public std::enable_shared_from_this<EventNotifier> {
     };
     enum class Next { go_on, leave_batch, end_thread };
 
-    bool OnOwnThread() const { return thread_ && thread_->IsCurrent(); }
+    // Nothing that the thread would do can be waited for.
+    bool ThreadNeedsCaller() const { return thread_ && thread_->NeedsCaller(); }
     void WaitQuiet();
+    bool DropFormerRun();
     boolean16 Configure(uns32 frame_count, boolean16 is_sequence, boolean16 force);
-    bool MakePool(uns32 count);
+    bool MakePool(size_t count);
     bool SubmitPool();
     bool Submit(NotificationRequest& request);
-    CallbackSlot Slot(uns32 event);
+    bool AwaitDrain();
     bool DrainInPlace();
-    void FinishDrain();
 
     void Run(Life& life);
     Next ProcessBatch(Life& life, Batch batch);
-    Next Process(Life& life, const platform::Completion& entry, uns64 pool);
+    Next Process(Life& life, const platform::Completion& entry, const Origin& origin);
     bool Read(Life& life, const platform::Completion& entry, uns64 pool, Report& report);
     void Resubmit(Life& life, const platform::Completion& entry, uns64 pool);
-    bool DispatchAll(Life& life, const Report& report);
+    void KeepLatest(const Report& report, uns32 run);
+    bool DispatchAll(Life& life, const Report& report, uns32 run);
     bool Dispatch(Life& life, uns32 event, uns64 address, const FRAME_INFO& frame_info);
     uns64 FrameAddress(const Report& report) const;
 
@@ -110,7 +121,8 @@ class EventNotifier : public std::enable_shared_from_this<EventNotifier> {
     Word<uns16> aborting_{0};
     Word<uns32> flushing_{0};
     platform::LocalEvent flush_done_event_{platform::EventReset::automatic, false};
-    Word<uns32> pending_{0};
+    Word<uns16> dropping_{0};  // a run begins: what is taken is of the run before
+    platform::LocalEvent dropped_event_{platform::EventReset::manual, false};
     Word<uns32> frame_count_{0};
     Word<uns16> is_sequence_{0};
     platform::CompletionPort port_;
@@ -124,8 +136,12 @@ class EventNotifier : public std::enable_shared_from_this<EventNotifier> {
     // Guards the pool against a rebuild in the middle of a batch, which a callback can cause or
     // outlast. Never held while calling back.
     std::mutex pool_lock_;
-    uns64 pool_ = 0;         // changes with every rebuild
-    std::mutex table_lock_;  // guards callbacks_, for the length of a copy
+    uns64 pool_ = 0;  // changes with every rebuild
+    // The pool is that of the stored frame count, and all of it was submitted.
+    bool pool_complete_ = false;
+    // Changes with every run that begins; frames of a batch are news in the run that it was taken
+    // in.
+    std::atomic<uns32> run_{0};
 };
 
 }  // namespace bv

@@ -18,55 +18,45 @@ void EventNotifier::Run(Life& life) {
         const size_t taken = port_.Take(entries);
         if (taken == 0) break;
         ready_event_.Reset();
-        pending_.add(-static_cast<uns32>(taken));
-        if (flushing_ != 0u) {
-            FinishDrain();
-            continue;
-        }
         const Next next = ProcessBatch(life, Batch(entries).first(taken));
         if (life.abandoned) break;
-        // A flush that began within the batch has kept requests from going back.
-        if (flushing_ != 0u) FinishDrain();
-        if (complete_mode_ != 1) ready_event_.Set();
+        // Known before the thread is quiet, so that a caller who waited for that knows it too.
         if (next == Next::end_thread) life.ended = true;
+        if (dropping_ != 0 && !port_.HasMore()) dropped_event_.Set();
+        // Requests don't go back to the driver during a flush.
+        if (flushing_ != 0u && port_.Outstanding() == 0) flush_done_event_.Set();
+        if (complete_mode_ != 1) ready_event_.Set();
     }
     call.returns();
 }
 
-void EventNotifier::FinishDrain() {
-    if (pending_ != 0u) return;
-    flush_done_event_.Set();
-    ready_event_.Set();
-}
-
 EventNotifier::Next EventNotifier::ProcessBatch(Life& life, Batch batch) {
-    uns64 pool = 0;
+    Origin origin;
     {
         const std::lock_guard guard(pool_lock_);
-        pool = pool_;
+        if (flushing_ != 0u) return Next::go_on;
+        origin = {pool_, dropping_ != 0 ? run_ - 1 : run_.load()};
     }
     for (const platform::Completion& entry : batch) {
-        const Next next = Process(life, entry, pool);
+        const Next next = Process(life, entry, origin);
         if (next != Next::go_on) return next;
     }
     return Next::go_on;
 }
 
 EventNotifier::Next EventNotifier::Process(Life& life, const platform::Completion& entry,
-                                           uns64 pool) {
+                                           const Origin& origin) {
     if (entry.bytes == end_of_thread_bytes) return Next::end_thread;
+    if (!entry.request) return Next::go_on;  // posted only to wake the thread
     Report report;
-    if (!Read(life, entry, pool, report)) return Next::leave_batch;
+    if (!Read(life, entry, origin.pool, report)) return Next::leave_batch;
     if (report.status == NOTIFICATION_STATUS_CANCELLED) {
         port_.Post(end_of_thread_bytes, key_);
         return Next::end_thread;
     }
-    if (report.flags & NOTIFICATION_EOF) {
-        const std::lock_guard guard(frame_info_lock_);
-        if (latest_frame_info_) *latest_frame_info_ = report.frame_info;
-    }
-    if (!DispatchAll(life, report)) return Next::leave_batch;
-    Resubmit(life, entry, pool);
+    if (report.flags & NOTIFICATION_EOF) KeepLatest(report, origin.run);
+    if (!DispatchAll(life, report, origin.run)) return Next::leave_batch;
+    Resubmit(life, entry, origin.pool);
     if (complete_mode_ == 1 && (report.flags & NOTIFICATION_COMPLETE)) ready_event_.Set();
     return Next::go_on;
 }
@@ -90,6 +80,12 @@ bool EventNotifier::Read(Life& life, const platform::Completion& entry, uns64 po
     return true;
 }
 
+void EventNotifier::KeepLatest(const Report& report, uns32 run) {
+    const std::lock_guard guard(frame_info_lock_);
+    // A run that begins changes the number first and then clears the record.
+    if (latest_frame_info_ && run == run_) *latest_frame_info_ = report.frame_info;
+}
+
 void EventNotifier::Resubmit(Life& life, const platform::Completion& entry, uns64 pool) {
     const std::lock_guard guard(pool_lock_);
     if (life.abandoned || pool != pool_ || flushing_ != 0u) return;
@@ -99,7 +95,7 @@ void EventNotifier::Resubmit(Life& life, const platform::Completion& entry, uns6
 }
 
 // False when a callback has stopped the notifier.
-bool EventNotifier::DispatchAll(Life& life, const Report& report) {
+bool EventNotifier::DispatchAll(Life& life, const Report& report, uns32 run) {
     Call call("bv::EventNotifier::DispatchAll",
               hex_enumerated("flags", report.flags, bv_text_notification),
               arg("FrameNr", report.frame_info.FrameNr));
@@ -123,14 +119,17 @@ bool EventNotifier::DispatchAll(Life& life, const Report& report) {
         }
         if (!dispatch(OX_CALLBACK_CHECK_CAMS)) return false;
     }
-    if (aborting_ != 0) return true;
-    if ((report.flags & NOTIFICATION_BOF) && !dispatch(OX_CALLBACK_BOF)) return false;
-    return !(report.flags & NOTIFICATION_EOF) || dispatch(OX_CALLBACK_EOF);
+    for (const auto& [flag, event] :
+         {std::pair{NOTIFICATION_BOF, OX_CALLBACK_BOF}, {NOTIFICATION_EOF, OX_CALLBACK_EOF}}) {
+        const bool is_news = aborting_ == 0 && run == run_;
+        if ((report.flags & flag) && is_news && !dispatch(event)) return false;
+    }
+    return true;
 }
 
 bool EventNotifier::Dispatch(Life& life, uns32 event, uns64 address, const FRAME_INFO& frame_info) {
-    CallbackEvent queued{hcam_, event, address, frame_info, Slot(event)};
-    queued.Deliver();
+    CallbackEvent queued{hcam_, event, address, frame_info};
+    callbacks_.Deliver(queued);
     return !life.abandoned;
 }
 

@@ -43,7 +43,8 @@ boolean16 bv_cam_register_callback(int16 hcam, uns32 CallbackEvent, void* Callba
     const boolean16 registered =
         dv_cam_register_callback(hcam, CallbackEvent, Callback, Context, CallbackType);
     (registered ? bv_pop_register_callback : bv_pop_deregister_callback)(hcam);
-    return call.result(registered);
+    if (!registered) return call.failed();
+    return call.result(orvex_callbacks_await_former(dv_device(hcam), CallbackEvent));
 }
 
 boolean16 bv_cam_deregister_callback(int16 hcam, uns32 CallbackEvent) {
@@ -51,5 +52,5 @@ boolean16 bv_cam_deregister_callback(int16 hcam, uns32 CallbackEvent) {
               enumerated("CallbackEvent", CallbackEvent, bv_text_callback_event));
     if (!dv_cam_deregister_callback(hcam, CallbackEvent)) return call.failed();
     bv_pop_deregister_callback(hcam);
-    return call.ok();
+    return call.result(orvex_callbacks_await_former(dv_device(hcam), CallbackEvent));
 }

@@ -21,36 +21,85 @@ void ClearError() {
     bv::ApiGlobal::ClearErrorCode(EXT_OPEN_EXCLUSIVE);
 }
 
-// Selects one entry after the other until the camera refuses, and calls the visitor in between;
-// true when the visitor never objected. The refusal that ends the list is no error.
+enum class Selection { taken, refused, failed };
+
+// Selects an entry and keeps what the camera has selected in the end.
+Selection Select(const char* function, const char* word, int16 hcam, orvex_host_command write,
+                 orvex_host_command read, uns16 cam_cfg_type::* kept, uns16 index) {
+    Call call(function, arg("hcam", hcam), arg(word, index));
+    HostCommandMessage message(hcam);
+    message.AddWriteAndReadBack(write, index, read);
+    if (!message.Execute()) {
+        call.failed();
+        return Selection::failed;
+    }
+    const uns16 actual = message.Reply<uns16>(read);
+    bv::ConfigOf(hcam).*kept = actual;
+    if (actual != index) {
+        call.fail(C2_FAILED_TO_SET_VALUE, "Value read back from camera differs: %d", actual);
+        return Selection::refused;
+    }
+    call.ok();
+    return Selection::taken;
+}
+
+Selection SelectFeature(int16 hcam, uns16 index) {
+    // Which parameter a camera selects along with a feature is its own choice.
+    bv::ConfigOf(hcam).pp_param_index = pp_param_index_unknown;
+    return Select("bv_set_cam_pp_index", "pp_index", hcam, SET_PP_FEATURE_IDX, GET_PP_FEATURE_IDX,
+                  &cam_cfg_type::pp_index, index);
+}
+
+Selection SelectParameter(int16 hcam, uns16 index) {
+    return Select("bv_set_cam_pp_param_index", "param_index", hcam, SET_PP_PARAM_IDX,
+                  GET_PP_PARAM_IDX, &cam_cfg_type::pp_param_index, index);
+}
+
+using Selector = Selection (*)(int16 hcam, uns16 index);
+
+// Selects one entry after the other until the camera refuses, and calls the visitor in between.
+// The refusal that ends the list is no error; false when an exchange failed or the visitor
+// objected, which says nothing of the list's length.
 template <class Visitor>
-bool Probe(int16 hcam, boolean16 (*select)(int16, uns16), uns16& count, Visitor&& visit) {
-    for (count = 0; count < index_end && select(hcam, count); ++count) {
+bool Probe(int16 hcam, Selector select, uns16& count, Visitor&& visit) {
+    const bv::ErrorHold hold;
+    for (count = 0; count < index_end; ++count) {
+        const Selection selection = select(hcam, count);
+        if (selection == Selection::failed) return false;
+        if (selection == Selection::refused) break;
         if (!visit()) return false;
     }
     ClearError();
     return true;
 }
 
-uns16 Count(int16 hcam, boolean16 (*select)(int16, uns16)) {
-    uns16 count = 0;
-    Probe(hcam, select, count, [] { return true; });
-    return count;
+// Selects again what was selected ahead of a probing. A camera may not take it back, as where
+// nothing was selected, which leaves the result and the error of the probing as they are.
+void Restore(int16 hcam, Selector select, uns16 index) {
+    const bv::ErrorHold hold;
+    const int16 code = bv::ApiGlobal::GetErrorCode();
+    if (select(hcam, index) == Selection::taken) return;
+    ClearError();
+    if (code) bv::ApiGlobal::SetErrorCode(EXT_OPEN_EXCLUSIVE, code);
 }
 
-// Selects an entry and keeps what the camera has selected in the end.
-boolean16 Select(const char* function, const char* word, int16 hcam, orvex_host_command write,
-                 orvex_host_command read, uns16 cam_cfg_type::* kept, uns16 index) {
-    Call call(function, arg("hcam", hcam), arg(word, index));
-    HostCommandMessage message(hcam);
-    message.AddWriteAndReadBack(write, index, read);
-    if (!message.Execute()) return call.failed();
-    const uns16 actual = message.Reply<uns16>(read);
-    bv::ConfigOf(hcam).*kept = actual;
-    if (actual != index) {
-        return call.fail(C2_FAILED_TO_SET_VALUE, "Value read back from camera differs: %d", actual);
-    }
-    return call.ok();
+bool Count(int16 hcam, Selector select, uns16 selected, uns16& count) {
+    const bool complete = Probe(hcam, select, count, [] { return true; });
+    Restore(hcam, select, selected);
+    return complete;
+}
+
+boolean16 AskParameterIndex(int16 hcam, uns16* param_index) {
+    if (!bv_get_cam_pp_param_idx_current(hcam, param_index)) return bv::OZ_FAIL;
+    bv::ConfigOf(hcam).pp_param_index = *param_index;
+    return bv::OZ_OK;
+}
+
+// The cache is addressed by the selected parameter.
+bool KnowParameterIndex(int16 hcam) {
+    uns16 param_index = bv::ConfigOf(hcam).pp_param_index;
+    return param_index != pp_param_index_unknown || bv::CacheOf(hcam).pp_param_cache.empty() ||
+           AskParameterIndex(hcam, &param_index);
 }
 
 // The selected parameter has this value; one that was never cached is left out.
@@ -86,23 +135,22 @@ bool CacheFeature(int16 hcam) {
     char name[32] = {};
     uns16 count = 0;
     return bv_get_cam_pp_feat_name(hcam, name) &&
-           Probe(hcam, bv_set_cam_pp_param_index, count, [hcam] { return CacheParameter(hcam); });
+           Probe(hcam, SelectParameter, count, [hcam] { return CacheParameter(hcam); });
 }
 
 }  // namespace
 
 boolean16 bv_set_cam_pp_index(int16 hcam, uns16 pp_index) {
-    return Select("bv_set_cam_pp_index", "pp_index", hcam, SET_PP_FEATURE_IDX, GET_PP_FEATURE_IDX,
-                  &cam_cfg_type::pp_index, pp_index);
+    return SelectFeature(hcam, pp_index) == Selection::taken;
 }
 
 boolean16 bv_set_cam_pp_param_index(int16 hcam, uns16 param_index) {
-    return Select("bv_set_cam_pp_param_index", "param_index", hcam, SET_PP_PARAM_IDX,
-                  GET_PP_PARAM_IDX, &cam_cfg_type::pp_param_index, param_index);
+    return SelectParameter(hcam, param_index) == Selection::taken;
 }
 
 boolean16 bv_get_cam_pp_param_current(int16 hcam, uns32* param) {
     Call call("bv_get_cam_pp_param_current", arg("hcam", hcam), arg("param", param));
+    if (!KnowParameterIndex(hcam)) return call.failed();
     bv::SingleReadHostCommandMessage message(hcam, GET_PP_PARAM);
     if (!message.Execute()) return call.failed();
     *param = message.Reply<uns32>(GET_PP_PARAM);
@@ -112,6 +160,7 @@ boolean16 bv_get_cam_pp_param_current(int16 hcam, uns32* param) {
 
 boolean16 bv_set_cam_pp_param(int16 hcam, uns32 param) {
     Call call("bv_set_cam_pp_param", arg("hcam", hcam), arg("param", param));
+    if (!KnowParameterIndex(hcam)) return call.failed();
     HostCommandMessage message(hcam);
     message.AddWriteAndReadBack(SET_PP_PARAM, param, GET_PP_PARAM);
     if (!message.Execute()) return call.failed();
@@ -140,9 +189,9 @@ boolean16 bv_cam_pp_get_entries(int16 hcam, uns16* entries) {
     if (config.pp_entries == pp_entries_not_counted) {
         uns16 selected = 0;
         if (!bv_cam_pp_get_num(hcam, &selected)) return call.failed();
-        const uns16 count = Count(hcam, bv_set_cam_pp_index);
+        uns16 count = 0;
+        if (!Count(hcam, SelectFeature, selected, count)) return call.failed();
         config.pp_entries = count;
-        if (!bv_set_cam_pp_index(hcam, selected) && count) return call.failed();
     }
     if (config.pp_entries < 1) {
         return call.fail(C2_NOT_AVAILABLE, "No Post-Processing features available");
@@ -155,13 +204,12 @@ boolean16 bv_get_cam_pp_idx_entries(int16 hcam, uns16* entries) {
     Call call("bv_get_cam_pp_idx_entries", arg("hcam", hcam), arg("entries", entries));
     uns16 selected = 0;
     if (!bv_get_cam_pp_param_idx_current(hcam, &selected)) return call.failed();
-    const uns16 count = Count(hcam, bv_set_cam_pp_param_index);
-    const boolean16 restored = bv_set_cam_pp_param_index(hcam, selected);
+    uns16 count = 0;
+    if (!Count(hcam, SelectParameter, selected, count)) return call.failed();
     if (count < 1) {
         return call.fail(C2_NOT_AVAILABLE,
                          "No Post-Processing parameter available for current feature");
     }
-    if (!restored) return call.failed();
     *entries = count;
     return call.ok(arg("*entries", *entries));
 }
@@ -176,13 +224,12 @@ boolean16 bv_cam_pp_cache_all_entries(int16 hcam) {
     uns16 selected = 0;
     if (!bv_cam_pp_get_num(hcam, &selected)) return call.failed();
     uns16 count = 0;
-    const bool complete =
-        Probe(hcam, bv_set_cam_pp_index, count, [hcam] { return CacheFeature(hcam); });
-    const boolean16 restored = bv_set_cam_pp_index(hcam, selected);
+    const bool complete = Probe(hcam, SelectFeature, count, [hcam] { return CacheFeature(hcam); });
+    Restore(hcam, SelectFeature, selected);
     if (complete && count < 1) {
         return call.fail(C2_NOT_AVAILABLE, "No Post-Processing features available");
     }
-    return call.result(complete && restored);
+    return call.result(complete);
 }
 
 namespace bv {
@@ -237,7 +284,7 @@ constexpr Parameter parameter_index{.id = PARAM_PP_PARAM_INDEX,
                                     .access = ACC_READ_WRITE,
                                     .available = has_pp,
                                     .shape = Shape::range,
-                                    .current = asked<bv_get_cam_pp_param_idx_current>,
+                                    .current = asked<AskParameterIndex>,
                                     .count = ParameterCount,
                                     .min = 0,
                                     .max = last_index<ParameterCount>};

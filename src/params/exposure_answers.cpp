@@ -17,12 +17,8 @@ constexpr uns32 buffer_bytes_max = 0x7FFFE000;
 constexpr uns32 usual_frames = 2048;
 constexpr uns32 usual_bytes = 0x8000000;
 
-// Null when the camera knows no such resolution.
-const exp_range_type* RangeOfResolution(int16 hcam) {
-    const auto& map = row<cam_reads_type>(hcam).exp_range_map;
-    if (!map) return nullptr;
-    const auto found = map->find(row<cam_cfg_type>(hcam).exp_res_index);
-    return found == map->end() ? nullptr : &found->second;
+const exp_range_type* CurrentRange(int16 hcam) {
+    return RangeOfResolution(hcam, row<cam_cfg_type>(hcam).exp_res_index);
 }
 
 boolean16 UnknownResolution(Call& call) {
@@ -53,6 +49,13 @@ boolean16 Binning(int16 hcam, uns16 decode_info_type::* chosen,
 
 }  // namespace
 
+const exp_range_type* RangeOfResolution(int16 hcam, uns32 resolution) {
+    const auto& map = row<cam_reads_type>(hcam).exp_range_map;
+    if (!map) return nullptr;
+    const auto found = map->find(static_cast<int32>(resolution));
+    return found == map->end() ? nullptr : &found->second;
+}
+
 boolean16 ExposureTime(Call& call, int16 hcam, Value& value) {
     if (row<cam_reads_type>(hcam).cap_exposure_time) {
         uns64 nanoseconds = 0;
@@ -62,7 +65,7 @@ boolean16 ExposureTime(Call& call, int16 hcam, Value& value) {
         value = nanoseconds / unit;
         return OZ_OK;
     }
-    const exp_range_type* range = RangeOfResolution(hcam);
+    const exp_range_type* range = CurrentRange(hcam);
     if (!range) return UnknownResolution(call);
     // The maximum holds where a camera tells its bounds the wrong way round.
     value = std::min(std::max(CacheOf(hcam).exposure_time, range->min), range->max);
@@ -70,14 +73,14 @@ boolean16 ExposureTime(Call& call, int16 hcam, Value& value) {
 }
 
 boolean16 ShortestExposure(Call& call, int16 hcam, Value& value) {
-    const exp_range_type* range = RangeOfResolution(hcam);
+    const exp_range_type* range = CurrentRange(hcam);
     if (!range) return UnknownResolution(call);
     value = range->min;
     return OZ_OK;
 }
 
 boolean16 LongestExposure(Call& call, int16 hcam, Value& value) {
-    const exp_range_type* range = RangeOfResolution(hcam);
+    const exp_range_type* range = CurrentRange(hcam);
     if (!range) return UnknownResolution(call);
     value = range->max;
     return OZ_OK;
@@ -156,6 +159,7 @@ boolean16 UsualClearMode(Call&, int16 hcam, Value& value) {
 }
 
 boolean16 CountsInterrupts(Call&, int16 hcam, Value& value) {
+    const ErrorHold hold;
     uns16 capabilities = 0;
     if (!dv_driver_get_pci_cap(hcam, &capabilities)) {
         ApiGlobal::ClearErrorCode(EXT_OPEN_EXCLUSIVE);

@@ -5,6 +5,9 @@
 // Answers of exposure time and frame buffer, which are computed.
 namespace bv {
 
+// Null when the camera knows no such resolution.
+const exp_range_type* RangeOfResolution(int16 hcam, uns32 resolution);
+
 // In units of the chosen resolution; from the camera where it tells, else as last set up.
 boolean16 ExposureTime(Call& call, int16 hcam, Value& value);
 boolean16 ShortestExposure(Call& call, int16 hcam, Value& value);

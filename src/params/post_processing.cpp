@@ -72,10 +72,14 @@ boolean16 bv_get_pp_param_id(int16 hcam, int16 param_attribute, void* param_valu
 boolean16 bv_set_pp_index(int16 hcam, int16 pp_index) {
     Call call("bv_set_pp_index", arg("hcam", hcam), arg("pp_index", pp_index));
     cam_cfg_type& config = Count(hcam);
-    config.pp_use_plugin = pp_index >= config.pp_entries;
-    return call.result(config.pp_use_plugin
-                           ? bv_set_pop_module_index(hcam, pp_index)
-                           : bv_set_cam_pp_index(hcam, static_cast<uns16>(pp_index)));
+    const bool plugin = pp_index >= config.pp_entries;
+    // An index that neither list has leaves the side in use as it was.
+    if (!(plugin ? bv_set_pop_module_index(hcam, pp_index)
+                 : bv_set_cam_pp_index(hcam, static_cast<uns16>(pp_index)))) {
+        return call.failed();
+    }
+    config.pp_use_plugin = plugin;
+    return call.ok();
 }
 
 boolean16 bv_set_pp_param_index(int16 hcam, int16 param_index) {
@@ -94,5 +98,6 @@ boolean16 bv_set_pp_param(int16 hcam, uns32 param) {
 boolean16 bv_pp_reset(int16 hcam) {
     Call call("bv_pp_reset", arg("hcam", hcam));
     Count(hcam);
-    return call.result(bv_cam_pp_reset(hcam) && bv_pop_reset(hcam));
+    const bool of_camera = bv::ReadsOf(hcam).cap_pp != 0;
+    return call.result((!of_camera || bv_cam_pp_reset(hcam)) && bv_pop_reset(hcam));
 }

@@ -1,5 +1,6 @@
 #include "params/accessors.h"
 #include "params/dispatch.h"
+#include "params/exposure_answers.h"
 #include "params/parameter.h"
 #include "state/camera_rows.h"
 
@@ -104,6 +105,10 @@ boolean16 bv_set_exp_res_index(int16 hcam, uns32 exp_res_index) {
     if (exp_res_index >= total) {
         return call.fail(C2_INDEX_OUT_OF_RANGE, "Index out of range, max. is %u",
                          total ? total - 1 : 0);
+    }
+    if (!bv::RangeOfResolution(hcam, exp_res_index)) {
+        return call.fail(C2_INDEX_OUT_OF_RANGE, "No exposure range at resolution index %u",
+                         exp_res_index);
     }
     return StoreForScript<&cam_cfg_type::exp_res_index>(call, hcam,
                                                         static_cast<uns16>(exp_res_index));

@@ -25,6 +25,9 @@ class DeviceChannel {
     virtual void Forget() = 0;
     virtual bool Post(uint32_t bytes, uint64_t key) = 0;
     virtual size_t Take(std::span<Completion> entries, uint32_t limit_ms) = 0;
+    virtual size_t Outstanding() = 0;
+    virtual bool IsUntouched(size_t count) = 0;
+    virtual bool HasMore() = 0;
 };
 
 }  // namespace platform

@@ -84,6 +84,14 @@ class CompletionPort {
     // no driver can pass for a post. One thread at a time.
     size_t Take(std::span<Completion> entries, uint32_t limit_ms = Event::no_limit);
 
+    // Requests that were submitted and not yet taken.
+    size_t Outstanding() const;
+    // Whether so many are outstanding, all of them at the driver: nothing has come back that was
+    // not taken and submitted again.
+    bool IsUntouched(size_t count) const;
+    // Whether there are messages of the driver that were not taken yet.
+    bool HasMore() const;
+
   private:
     std::shared_ptr<DeviceChannel> Channel() const;
 

@@ -164,4 +164,19 @@ size_t DirectChannel::Take(std::span<Completion> entries, uint32_t limit_ms) {
     }
 }
 
+size_t DirectChannel::Outstanding() {
+    const std::lock_guard guard(lock_);
+    return slots_.InUse();
+}
+
+bool DirectChannel::IsUntouched(size_t count) {
+    const std::lock_guard guard(lock_);
+    return !dead_ && slots_.InUse() == count && completed_.count + orphaned_.count == 0;
+}
+
+bool DirectChannel::HasMore() {
+    const std::lock_guard guard(lock_);
+    return completed_.count > 0;
+}
+
 }  // namespace platform

@@ -25,6 +25,9 @@ class DirectChannel : public DeviceChannel {
     void Forget() override;
     bool Post(uint32_t bytes, uint64_t key) override;
     size_t Take(std::span<Completion> entries, uint32_t limit_ms) override;
+    size_t Outstanding() override;
+    bool IsUntouched(size_t count) override;
+    bool HasMore() override;
 
   private:
     bool Send(const dv_file_request& message);

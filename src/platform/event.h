@@ -23,6 +23,8 @@ class Event {
     void Close();
 
     bool IsOpen() const { return event_.state != nullptr; }
+    // False for an event whose name was taken by an object that this user can't remove.
+    bool IsNamed() const { return event_.creator != 0; }
     // What is passed to a driver; -1 when there is none.
     int64_t Handle() const { return IsOpen() ? event_.handle : -1; }
 
@@ -36,6 +38,9 @@ class Event {
   private:
     orvex_event event_{};
 };
+
+// Removes the named events that processes of this user left behind when they died.
+void SweepEvents();
 
 // An automatic or manual event that only threads of this process share; it spends no descriptor.
 class LocalEvent {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <cstdint>
 #include <pthread.h>
 
 namespace platform {
@@ -15,15 +16,24 @@ class ErrorCheckingMutex {
     ErrorCheckingMutex& operator=(const ErrorCheckingMutex&) = delete;
 
     void lock();
+    // False when it could not be had within the limit, or is held by the calling thread.
+    bool TryLockFor(uint32_t limit_ms);
     void unlock();
+    bool IsHeldByThisThread() const;
+    // In a forked child: free, whoever held it in the parent.
+    void Renew();
 
   private:
     pthread_mutex_t mutex_ = PTHREAD_ERRORCHECK_MUTEX_INITIALIZER_NP;
+    std::atomic<const void*> holder_{nullptr};
 };
 
-// From now on the mark says whether the calling thread is waiting for an ErrorCheckingMutex. A
-// thread that calls back into an application is thus seen to wait for a lock that the one who
-// wants to join it may hold. Null ends it.
-void MarkWaitsOfThisThread(std::atomic<bool>* mark);
+// The mutex that a thread waits for, or null. Whoever holds that mutex knows the wait to last until
+// the unlock.
+using WaitMark = std::atomic<const ErrorCheckingMutex*>;
+
+// From now on the mark names what the calling thread waits for. A thread that calls back into an
+// application is thus seen to wait for the one who wants to wait for it. Null ends it.
+void MarkWaitsOfThisThread(WaitMark* mark);
 
 }  // namespace platform

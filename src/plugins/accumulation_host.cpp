@@ -1,7 +1,9 @@
 #include "plugins/accumulation_host.h"
 
 #include <mutex>
+#include <new>
 
+#include "platform/fork.h"
 #include "platform/module.h"
 #include "plugins/plugin_contract.h"
 #include "state/api_locks.h"
@@ -16,6 +18,11 @@ namespace {
 // Calls on different cameras come side by side.
 std::mutex plugin_mutex;
 constinit accumulation_plugin plugin;
+
+const platform::ForkHandler forget_plugin([] {
+    new (&plugin_mutex) std::mutex;
+    plugin = {};
+});
 
 // A plug-in that can't be initialised is as good as none.
 bool FindEntryPoints(accumulation_plugin& found) {

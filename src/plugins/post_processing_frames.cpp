@@ -114,6 +114,25 @@ boolean16 bv_pop_clear_alt_buffer(int16 hcam, void* user_buffer) {
     return call.ok();
 }
 
+void bv_pop_forget_run(int16 hcam) {
+    cam_cfg_type& cfg = bv::ConfigOf(hcam);
+    cfg.alt_buffer.reset();
+    cfg.user_buffer = nullptr;
+    cfg.alt_frame_bytes = 0;
+    cfg.alt_frame_count = 0;
+    cfg.alt_frame_index = 0;
+    cfg.last_frame_nr = 0;
+}
+
+void* bv_pop_copy_unprocessed(int16 hcam, uns32 offset) {
+    const cam_cfg_type& cfg = bv::ConfigOf(hcam);
+    const bool in_ring =
+        uns64{offset} + cfg.alt_frame_bytes <= uns64{cfg.alt_frame_count} * cfg.alt_frame_bytes;
+    if (!cfg.alt_buffer || !cfg.user_buffer || !in_ring) return nullptr;
+    return std::memcpy(cfg.user_buffer + offset, cfg.alt_buffer.get() + offset,
+                       cfg.alt_frame_bytes);
+}
+
 boolean16 bv_pop_retrieve_user_buffer(int16 hcam, void** frame, uns32 frame_count) {
     Call call("bv_pop_retrieve_user_buffer", arg("hcam", hcam), arg("frame", frame),
               arg("frame_count", frame_count));

@@ -1,5 +1,6 @@
 #include "plugins/post_processing_host.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <string>
 
@@ -13,12 +14,14 @@ using bv::Call;
 namespace {
 
 constexpr size_t path_length_max = 260;
+// Indices are 16-bit signed at the interface, which bounds the walk over a plug-in that tells -1.
+constexpr uns32 selectable_modules = 32768;
 
 constinit bv::post_processing_plugin plugin;
 
 // The suite installs itself on the system's drive.
 std::string PluginPath() {
-    const char* drive = std::getenv("SystemDrive");
+    const char* drive = secure_getenv("SystemDrive");
     std::string path = drive ? drive : "";
     path += "\\Program Files\\Brelvane\\Kelmo64\\BV_PoP.dll";
     if (path.size() > path_length_max) path.resize(path_length_max);
@@ -135,7 +138,7 @@ boolean16 bv_pop_reset(int16 hcam) {
 
     boolean16 result = bv::OZ_OK;
     if (plugin.module) {
-        const uns32 modules = plugin.get_module_count(hcam);
+        const uns32 modules = std::min(plugin.get_module_count(hcam), selectable_modules);
         for (uns32 index = 0; index < modules; ++index) {
             if (!ResetModule(hcam, index)) result = bv::OZ_FAIL;
         }

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <span>
@@ -60,13 +61,13 @@ boolean16 Get(const Getter& getter, int16 hcam, int16 param_attribute, void* par
     if (param_attribute == ATTR_TYPE) return store_uns16(getter.type);
     if (param_attribute == ATTR_ACCESS) return store_uns16(getter.access);
     if (param_attribute == ATTR_AVAIL) return store_uns16(bv_pop_ismoduleavailable(hcam));
-    if (param_attribute < ATTR_CURRENT || param_attribute > ATTR_AVAIL) {
-        return call.fail(C2_NOT_AVAILABLE, "Unknown parameter attribute %d", param_attribute);
-    }
     Answer answer;
     if (!bv_pop_islibraryloaded()) {
         Store(getter, param_attribute, answer, param_value);
         return call.fail(C2_NOT_AVAILABLE, "Parameter not available");
+    }
+    if (param_attribute < ATTR_CURRENT || param_attribute > ATTR_AVAIL) {
+        return call.fail(C2_NOT_AVAILABLE, "Unknown parameter attribute %d", param_attribute);
     }
     if (!getter.answer(call, hcam, static_cast<orvex_attribute>(param_attribute), answer)) {
         return call.failed();
@@ -83,6 +84,15 @@ boolean16 UnknownAttribute(Call& call, orvex_attribute attribute) {
                      static_cast<int>(attribute));
 }
 
+// Applications make room for 32 bytes, as names of a camera's own features need them.
+constexpr size_t name_length_max = 31;
+
+template <size_t Room>
+std::string NameIn(const std::array<char, Room>& text) {
+    const size_t length = strnlen(text.data(), Room);
+    return std::string(text.data(), std::min(length, name_length_max));
+}
+
 // One parameter of the current module.
 struct ModuleParameter {
     flt64 minimum = 0, maximum = 0, standard = 0, current = 0;
@@ -95,8 +105,7 @@ boolean16 ReadModuleName(Call& call, int16 hcam, std::string& name) {
                                                 ORVEX_PLUGIN_KEY_NAME, text.data())) {
         return call.fail(C2_NOT_AVAILABLE, "i_get_module_info function call failed");
     }
-    text.back() = 0;
-    name = text.data();
+    name = NameIn(text);
     return bv::OZ_OK;
 }
 
@@ -108,8 +117,7 @@ boolean16 ReadParameter(Call& call, int16 hcam, ModuleParameter& parameter) {
             &parameter.standard, &parameter.current, name.data())) {
         return call.fail(C2_NOT_AVAILABLE, "i_get_module_parameter function call failed");
     }
-    name.back() = 0;
-    parameter.name = name.data();
+    parameter.name = NameIn(name);
     return bv::OZ_OK;
 }
 
@@ -253,13 +261,13 @@ boolean16 bv_pp_initialize_counts(int16 hcam) {
     cam_cfg_type& cfg = bv::ConfigOf(hcam);
     if (cfg.pp_initialized) return call.ok();
     if (bv::ReadsOf(hcam).cap_pp) {
+        const bv::ErrorHold hold;
         uns16 entries = 0;
         if (!bv_cam_pp_get_entries(hcam, &entries)) {
             // A list that was found empty still leaves the features of the plug-in.
             if (cfg.pp_entries == pp_entries_not_counted) return call.failed();
             bv::ApiGlobal::ClearErrorCode(EXT_OPEN_EXCLUSIVE);
         }
-        cfg.pp_entries = entries;
         cfg.pp_use_plugin = 0;
     } else {
         cfg.pp_entries = 0;
@@ -296,10 +304,11 @@ boolean16 bv_get_pop_param(int16 hcam, int16 param_attribute, void* param_value)
 
 boolean16 bv_set_pop_module_index(int16 hcam, int16 module_index) {
     Call call("bv_set_pop_module_index", arg("hcam", hcam), arg("module_index", module_index));
-    if (!bv_pop_ismoduleavailable(hcam)) {
+    cam_cfg_type& cfg = bv::ConfigOf(hcam);
+    if (!bv_pop_ismoduleavailable(hcam) ||
+        int64{module_index} - cfg.pp_entries >= LoadedPostProcessing().get_module_count(hcam)) {
         return call.fail(C2_NOT_AVAILABLE, "Parameter not available");
     }
-    cam_cfg_type& cfg = bv::ConfigOf(hcam);
     cfg.module_index = static_cast<uns32>(module_index - cfg.pp_entries);
     return call.ok();
 }

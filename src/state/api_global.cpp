@@ -18,6 +18,14 @@ constinit std::atomic<int16> ApiGlobal::openMode{EXT_OPEN_EXCLUSIVE};
 
 namespace {
 
+// What the calling thread set last. Trivial to destroy, so that it doesn't keep the library loaded.
+struct ThreadError {
+    int16 mode = EXT_OPEN_EXCLUSIVE;
+    int16 code = 0;
+    int holds = 0;
+};
+constinit thread_local ThreadError own;
+
 struct ErrorRow {
     int16 code;
     const char* name;
@@ -69,7 +77,7 @@ LogScope Scope(const char* name) {
 int16 ApiGlobal::GetErrorCode() {
     LogScope scope = Scope("bv::ApiGlobal::GetErrorCode");
     if (scope.IsTraceEnabled()) scope.Enter("");
-    const int16 code = errorCode.load(std::memory_order_relaxed);
+    const int16 code = own.holds != 0 ? own.code : errorCode.load(std::memory_order_relaxed);
     if (scope.IsTraceEnabled()) scope.SetResult(std::to_string(code));
     return code;
 }
@@ -80,14 +88,13 @@ void ApiGlobal::SetErrorCode(int16 mode, int16 code) {
         scope.Enter(
             JoinArguments(enumerated("openMode", mode, bv_text_open_mode), arg("errorCode", code)));
     }
-    openMode.store(mode, std::memory_order_relaxed);
-    errorCode.store(code, std::memory_order_relaxed);
+    Store(mode, code);
 }
 
 bool ApiGlobal::IsErrorCodeSet() {
     LogScope scope = Scope("bv::ApiGlobal::IsErrorCodeSet");
     if (scope.IsTraceEnabled()) scope.Enter("");
-    const bool set = errorCode.load(std::memory_order_relaxed) != 0;
+    const bool set = own.code != 0;
     if (scope.IsTraceEnabled()) scope.SetResult(set ? "true" : "false");
     return set;
 }
@@ -97,8 +104,27 @@ void ApiGlobal::ClearErrorCode(int16 mode) {
     if (scope.IsTraceEnabled()) {
         scope.Enter(JoinArguments(enumerated("openMode", mode, bv_text_open_mode)));
     }
+    Store(mode, 0);
+}
+
+void ApiGlobal::Store(int16 mode, int16 code) {
+    own.mode = mode;
+    own.code = code;
+    if (own.holds != 0) return;
     openMode.store(mode, std::memory_order_relaxed);
-    errorCode.store(0, std::memory_order_relaxed);
+    errorCode.store(code, std::memory_order_relaxed);
+}
+
+ErrorHold::ErrorHold() : mode_(own.mode), code_(own.code) {
+    ++own.holds;
+}
+
+ErrorHold::~ErrorHold() {
+    --own.holds;
+    // A change of the mode alone must not give the code of another thread a new meaning.
+    const int16 shared = ApiGlobal::errorCode.load(std::memory_order_relaxed);
+    if (own.code == code_ && (own.mode == mode_ || own.code != shared)) return;
+    ApiGlobal::Store(own.mode, own.code);
 }
 
 boolean16 ApiGlobal::GetErrorMessage(int16 code, char* pErrorMessage) {
@@ -110,7 +136,7 @@ boolean16 ApiGlobal::GetErrorMessage(int16 code, char* pErrorMessage) {
 
     std::string message;
     // The mode of the last error tells what the code means, also when it is another code.
-    const int16 mode = openMode.load(std::memory_order_relaxed);
+    const int16 mode = own.holds != 0 ? own.mode : openMode.load(std::memory_order_relaxed);
     if (code == 0) {
         message = "No Error";
     } else if (mode == EXT_OPEN_EXCLUSIVE || mode == EXT_OPEN_FW_UPDATE) {

@@ -21,4 +21,10 @@ inline acq_cache_type& CacheOf(int16 hcam) {
     return acq_cache[row_of(hcam)];
 }
 
+// Replies to host commands begin with a status byte; false also for a handle without a row.
+inline bool ReplyHasStatusByte(int16 hcam) {
+    return has_row(hcam) && InfoOf(hcam).bridge_caps &&
+           InfoOf(hcam).bridge_caps->HasReplyStatusByte();
+}
+
 }  // namespace bv

@@ -65,6 +65,7 @@ constexpr int io_script_locations = 10;
 using io_script_lists = std::array<io_entry, io_script_locations>;
 
 constexpr uns16 pp_entries_not_counted = 65535;
+constexpr uns16 pp_param_index_unknown = 65535;  // until the camera is asked
 
 // What the application has chosen; a setter writes here and the next setup uses it.
 struct cam_cfg_type {

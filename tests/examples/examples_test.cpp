@@ -118,13 +118,9 @@ TEST(Examples, FirstFrameShowsTheSceneOfAnyCamera) {
         ASSERT_EQ(picture.width, side);
         ASSERT_EQ(picture.height, side);
         ASSERT_EQ(picture.pixels.size(), size_t{side} * side);
-        uns64 sum = 0, expected_sum = 0;
         for (uns32 i = 0; i < picture.pixels.size(); ++i) {
             ASSERT_EQ(picture.pixels[i], Ramp(i % side, i / side)) << model << ", pixel " << i;
-            sum += picture.pixels[i];
-            expected_sum += Ramp(i % side, i / side);
         }
-        EXPECT_EQ(sum, expected_sum);
     }
 }
 

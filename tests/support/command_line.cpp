@@ -9,8 +9,8 @@
 namespace support {
 
 std::string CommandLineProgram::Command(const std::string& arguments) const {
-    return "cd '" + folder_.string() + "' && ORVEX_SOFTCAM='" + configuration_.string() +
-           "' exec '" ORVEX_BIN_DIR "/orvex' " + arguments + " 2>&1";
+    return "cd '" + folder_.string() + "' && TMPDIR='" + folder_.string() + "' ORVEX_SOFTCAM='" +
+           configuration_.string() + "' exec '" ORVEX_BIN_DIR "/orvex' " + arguments + " 2>&1";
 }
 
 ProgramOutput CommandLineProgram::Run(const std::string& arguments) const {

@@ -53,6 +53,7 @@ struct TiffShape {
 constexpr TiffShape classic{4, 2, 12, 4};
 constexpr TiffShape big{8, 8, 20, 8};
 
+constexpr uns16 tag_description = 270, tag_description_bytes = 0;  // no file has a tag 0
 constexpr uns16 tag_width = 256, tag_height = 257, tag_bits = 258, tag_compression = 259,
                 tag_strip = 273, tag_strip_bytes = 279;
 
@@ -65,7 +66,12 @@ std::map<uns16, uns64> ReadDirectory(const File& file, const TiffShape& shape, s
         const uns64 type = file.Little(entry + 2, 2);
         const size_t bytes = type == 3 ? 2 : type == 16 ? 8 : 4;
         const size_t value = entry + 4 + shape.offset;
-        tags[static_cast<uns16>(file.Little(entry, 2))] = file.Little(value, bytes);
+        const auto tag = static_cast<uns16>(file.Little(entry, 2));
+        tags[tag] = file.Little(value, bytes);
+        if (tag == tag_description) {
+            tags[tag] = file.Little(value, shape.offset);
+            tags[tag_description_bytes] = file.Little(entry + 4, shape.offset);
+        }
     }
     return tags;
 }
@@ -94,6 +100,9 @@ Frames ReadTiff(const std::filesystem::path& path) {
             file.Damaged("a page is of another kind");
         }
         out.pixels.push_back(file.LittlePixels(tags[tag_strip], bytes));
+        if (out.description.empty() && tags.contains(tag_description)) {
+            out.description = file.Text(tags[tag_description], tags[tag_description_bytes]);
+        }
         at = file.Little(at + shape.count + count * shape.entry, shape.offset);
     }
     return out;
@@ -109,7 +118,10 @@ Frames ReadFits(const std::filesystem::path& path) {
         if (text == "END" + std::string(card - 3, ' ')) break;
         std::string key = text.substr(0, 8);
         key.erase(key.find_last_not_of(' ') + 1);
-        cards[key] = text.substr(10);
+        std::string value = text.substr(10, text.find(" /", 10) - 10);
+        value.erase(0, value.find_first_not_of(" '"));
+        value.erase(value.find_last_not_of(" '") + 1);
+        cards[key] = value;
     }
     const size_t data = (at / block + 1) * block;
     Frames out;
@@ -121,7 +133,11 @@ Frames ReadFits(const std::filesystem::path& path) {
     if (Number(cards, "BITPIX") != 16 || Number(cards, "BZERO") != 32768) {
         file.Damaged("not of unsigned 16 bits");
     }
-    if (file.size() != data + blocks * block) file.Damaged("not as long as its header says");
+    const size_t end = data + blocks * block;
+    if (file.size() != end && file.Text(end, 20) != "XTENSION= 'BINTABLE'") {
+        file.Damaged("not as long as its header says");
+    }
+    out.cards = std::move(cards);
     for (size_t frame = 0; frame < frames; ++frame) {
         out.pixels.emplace_back(pixels);
         for (size_t i = 0; i < pixels; ++i) {

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <filesystem>
+#include <map>
+#include <string>
 #include <vector>
 
 #include "orvex/orvex_types.h"
@@ -12,6 +14,8 @@ struct Frames {
     uns32 width = 0;
     uns32 height = 0;
     std::vector<std::vector<uns16>> pixels;
+    std::map<std::string, std::string> cards;  // of FITS, as they are written, without blanks
+    std::string description;                   // of the first page of a TIFF
 };
 
 // Each throws std::runtime_error for a file that is damaged or not whole.
@@ -19,7 +23,7 @@ struct Frames {
 // One uncompressed strip a page, TIFF or BigTIFF, little-endian.
 Frames ReadTiff(const std::filesystem::path& path);
 
-// An unsigned image or cube.
+// An unsigned image or cube, and what follows it.
 Frames ReadFits(const std::filesystem::path& path);
 
 // Bare frames of a known size.

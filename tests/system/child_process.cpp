@@ -4,8 +4,10 @@
 #include <cstdio>
 #include <sys/wait.h>
 
-ChildRun RunInChild(const std::string& body, const std::string& environment) {
-    const std::string command = "env " + environment + " '" ORVEX_TEST_CHILD "' " + body + " 2>&1";
+ChildRun RunInChild(const std::string& body, const std::string& environment,
+                    const std::string& program) {
+    const std::string command =
+        "env " + environment + " timeout -s KILL 200 '" + program + "' " + body + " 2>&1";
     ChildRun run;
     FILE* pipe = popen(command.c_str(), "r");
     if (!pipe) return run;

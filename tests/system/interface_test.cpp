@@ -105,13 +105,15 @@ std::vector<std::string> ReadTrace(const std::filesystem::path& path) {
 TEST(Trace, NestsTheLayersBetweenItsBanners) {
     const support::TempDir directory;
     const auto log = directory / "trace.log";
-    const ChildRun run = RunInChild("traced_run", "ORVEX_CORE_LOG_FILE='" + log.string() + "'");
+    const ChildRun run = RunInChild(
+        "traced_run", "ORVEX_CORE_LOG_LEVEL= ORVEX_CORE_LOG_FILE='" + log.string() + "'");
     ASSERT_EQ(run.exit_code, 0) << run.output;
     const std::vector<std::string> lines = ReadTrace(log);
     ASSERT_GT(lines.size(), 20U);
 
     const std::string rule = "[" + std::string(62, '=') + "]";
     EXPECT_EQ(lines[0], rule);
+    EXPECT_TRUE(HasForm(lines[1], "[Current date: 9999-99-99]")) << lines[1];
     EXPECT_THAT(lines[2], testing::StartsWith("I0 Logging started, PID "));
     EXPECT_THAT(lines, testing::Contains(testing::StartsWith("I0 Logging stopped, PID ")));
     EXPECT_THAT(std::vector<std::string>(lines.end() - 2, lines.end()),

@@ -1,9 +1,5 @@
 #include <atomic>
-#include <chrono>
-#include <condition_variable>
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <mutex>
 #include <string>
 #include <thread>
 
@@ -11,9 +7,9 @@
 
 #include "support/scripted_driver.h"
 
-#include "child_process.h"
+#include "run_camera.h"
 
-// Runs of the library, threads in them, and ends of the process.
+// Runs of the library, and threads in them.
 namespace {
 
 int16 Open(std::string name) {
@@ -50,37 +46,6 @@ TEST_F(Run, HandlesEndWithTheRun) {
     }
 }
 
-// A gate that a driver holds a call at until a test lets it go.
-class Gate {
-  public:
-    void Pass() {
-        std::unique_lock lock(mutex_);
-        reached_ = true;
-        changed_.notify_all();
-        changed_.wait_for(lock, limit, [this] { return open_; });
-    }
-    bool WaitUntilReached() {
-        std::unique_lock lock(mutex_);
-        return changed_.wait_for(lock, limit, [this] { return reached_; });
-    }
-    void Open() {
-        std::lock_guard lock(mutex_);
-        open_ = true;
-        changed_.notify_all();
-    }
-    bool IsOpen() {
-        std::lock_guard lock(mutex_);
-        return open_;
-    }
-
-  private:
-    static constexpr std::chrono::seconds limit{20};
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    bool reached_ = false;
-    bool open_ = false;
-};
-
 TEST_F(Run, CamerasDoNotWaitForEachOther) {
     ASSERT_EQ(ox_orvex_init(), 1);
     const int16 held = Open("A");
@@ -91,11 +56,14 @@ TEST_F(Run, CamerasDoNotWaitForEachOther) {
         out = {5, 0};
         return true;
     });
-    std::atomic<bool> second_done{false};
+    std::atomic<bool> first_done{false};
     uns16 timeout = 0;
     uns16 timeout_again = 0;
-    std::thread first([&] { EXPECT_EQ(ox_dd_get_timeout(held, &timeout), 1); });
-    ASSERT_TRUE(gate.WaitUntilReached());
+    std::thread first([&] {
+        EXPECT_EQ(ox_dd_get_timeout(held, &timeout), 1);
+        first_done = true;
+    });
+    ASSERT_TRUE(gate.AwaitReached());
 
     // Another camera, and what belongs to no camera, go on.
     uns16 retries = 0;
@@ -103,12 +71,8 @@ TEST_F(Run, CamerasDoNotWaitForEachOther) {
     const int16 third = Open("C");
     EXPECT_EQ(ox_cam_close(third), 1);
     // The camera itself takes one call after the other.
-    std::thread second([&] {
-        EXPECT_EQ(ox_dd_get_timeout(held, &timeout_again), 1);
-        second_done = true;
-    });
-    EXPECT_FALSE(gate.IsOpen());
-    EXPECT_FALSE(second_done);
+    std::thread second([&] { EXPECT_EQ(ox_dd_get_timeout(held, &timeout_again), 1); });
+    EXPECT_FALSE(first_done);
     gate.Open();
     first.join();
     second.join();
@@ -134,21 +98,6 @@ TEST_F(Run, ManyThreadsShareTheInterface) {
     }
     for (std::thread& thread : threads) thread.join();
     EXPECT_EQ(failures, 0);
-}
-
-// --- ends of the process
-
-TEST(ProcessEnd, NeedsNoUninit) {
-    const ChildRun run = RunInChild("end_with_open_cameras", "LSAN_OPTIONS=detect_leaks=0");
-    EXPECT_EQ(run.exit_code, 0) << run.output;
-}
-
-TEST(ProcessEnd, AnswersCallsToTheLast) {
-    for (const char* environment : {"", "ORVEX_CORE_LOG_FILE=/dev/null"}) {
-        const ChildRun run = RunInChild("late_calls", environment);
-        EXPECT_EQ(run.exit_code, 0) << run.output;
-        EXPECT_THAT(run.output, testing::HasSubstr("late calls are answered"));
-    }
 }
 
 }  // namespace

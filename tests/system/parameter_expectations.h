@@ -144,7 +144,7 @@ inline const std::vector<Row>& rows() {
         {PARAM_PP_PARAM_INDEX, 1, cmos, range(rw, 0, 2, 0, 1, 0)},
         {PARAM_CURRENT_OZTIME, 1, all, {ro, {Anything{}, 0., -32768., 32767., 0., 1.}}},
         // One conversion for each pixel: 2048 x 2048 x 10 ns and 512 x 512 x 100 ns, in us.
-        {PARAM_READOUT_TIME, 4, cmos | em, fixed({none, 41943, none, 26214})},
+        {PARAM_READOUT_TIME, 4, cmos | em, fixed({none, 20480, none, 26214})},
         // Port 0 is a TTL output, which can be driven and not read.
         {PARAM_IO_STATE, 4, ccd, {Ccd(wo, ro), {x27, 0., 0., 255., 0., 0.}}},
         {PARAM_EXP_MIN_TIME, 4, ccd | cmos | em, fixed(1)},
@@ -239,7 +239,7 @@ inline const std::vector<Row>& rows() {
         {PARAM_VENDOR_NAME, 13, cmos, text("Orvex")},
         {PARAM_PRODUCT_NAME, 13, cmos, text("SoftCMOS")},
         {PARAM_CAMERA_PART_NUMBER, 13, cmos, text("OX-SCM-2048")},
-        {PARAM_GAIN_NAME, 13, cmos, text("Full Well")},
+        {PARAM_GAIN_NAME, 13, cmos, text("Sensitivity")},
         {PARAM_HEAD_SER_NUM_ALPHA, 13, all, text({"SC1-0001", "SC2-0001", "SC3-0001", "SC4-0001"})},
         {PARAM_CAM_FW_FULL_VERSION, 13, ccd | cmos | em, text({"6.12.0", "6.40.1", "", "6.3.7"})},
         {PARAM_CAM_SYSTEMS_INFO, 13, all,

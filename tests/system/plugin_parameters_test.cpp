@@ -72,19 +72,4 @@ TEST_P(PluginParameter, KeepsWhatLiesInItsRange) {
     EXPECT_EQ(camera.Get<uns32>(PARAM_PP_PARAM), expected.standard);
 }
 
-TEST(PluginParameters, CameraWithoutFeaturesShowsTheModulesAlone) {
-    const PluginCamera camera(Plugins::samples, {.model = "plain", .size = 512});
-    EXPECT_EQ(camera.Get<uns16>(PARAM_PP_INDEX, ATTR_AVAIL), 1);
-    EXPECT_EQ(camera.Get<uns32>(PARAM_PP_INDEX, ATTR_COUNT), 2U);
-    EXPECT_EQ(camera.Text(PARAM_PP_FEAT_NAME), "Hot Pixel Removal");
-}
-
-TEST(PluginParameters, WithoutPluginThereAreTheFeaturesOfTheCameraAlone) {
-    const PluginCamera camera(Plugins::none, {});
-    EXPECT_EQ(camera.Get<uns32>(PARAM_PP_INDEX, ATTR_COUNT), uns32{camera_features});
-    int16 behind = camera_features;
-    EXPECT_EQ(ox_set_param(camera.handle(), PARAM_PP_INDEX, &behind), 0);
-    EXPECT_EQ(ox_error_code(), C2_NOT_AVAILABLE);
-}
-
 }  // namespace

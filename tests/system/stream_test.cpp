@@ -130,12 +130,12 @@ TEST_P(RecordedFormat, IsReadableAfterAnInterrupt) {
                                 "stream Slow --ring 1000 --exposure 1 --record " + file_ + region);
     ASSERT_TRUE(Eventually([&] {
         std::error_code none_yet;
-        const auto size = std::filesystem::file_size(folder_ / file_, none_yet);
+        const auto size = std::filesystem::file_size(folder_ / (file_ + ".part"), none_yet);
         return !none_yet && size > 40 * frame_bytes;
     }));
     run.Signal(SIGINT);
     const ProgramOutput output = run.Finish();
-    EXPECT_EQ(output.status, 0) << output.text;
+    EXPECT_EQ(output.status, 128 + SIGINT) << output.text;
     EXPECT_THAT(output.text, HasSubstr("(interrupted)"));
     const json facts = SideFile(file_);
     EXPECT_EQ(facts["complete"], true);
@@ -165,7 +165,7 @@ TEST_F(Stream, FramesThatWereOverwrittenAreToldAndNotMixed) {
 TEST_F(Stream, ARunThatCannotKeepUpStillEndsWhenAsked) {
     support::RunningProgram run(
         program_, "stream Fast --ring 2 --exposure 1 --record run.raw --roi 16,32,8,8");
-    ASSERT_TRUE(Eventually([&] { return std::filesystem::exists(folder_ / "run.raw.json"); }));
+    ASSERT_TRUE(Eventually([&] { return std::filesystem::exists(folder_ / "run.raw.part"); }));
     run.Signal(SIGINT);
     const ProgramOutput output = run.Finish();
     EXPECT_THAT(output.text, HasSubstr("interrupted"));
@@ -183,22 +183,27 @@ TEST_F(Stream, AFullRingThatMustNotBeOverwrittenEndsTheRun) {
     ExpectFrames(frames, FirstNumbers(frames.size()));
 }
 
+// By a signal, and by the time-out.
 TEST_F(Stream, ARunWithoutFramesFailsAndLeavesNoFile) {
     support::RunningProgram run(program_, "stream Silent --record run.tif" + region);
-    ASSERT_TRUE(Eventually([&] { return std::filesystem::exists(folder_ / "run.tif.json"); }));
+    ASSERT_TRUE(Eventually([&] { return std::filesystem::exists(folder_ / "run.tif.part"); }));
     run.Signal(SIGINT);
-    const ProgramOutput output = run.Finish();
-    EXPECT_EQ(output.status, 1);
-    EXPECT_THAT(output.text, HasSubstr("no frame arrived"));
-    EXPECT_FALSE(std::filesystem::exists(folder_ / "run.tif"));
-    EXPECT_FALSE(std::filesystem::exists(folder_ / "run.tif.json"));
+    const ProgramOutput interrupted = run.Finish();
+    EXPECT_EQ(interrupted.status, 128 + SIGINT);
+    EXPECT_THAT(interrupted.text, HasSubstr("no frame arrived"));
+    const ProgramOutput late = Orvex("stream Silent --timeout 0.3 --record run.tif" + region);
+    EXPECT_EQ(late.status, 1);
+    EXPECT_THAT(late.text, HasSubstr("no frame within 0.3 s; there was none before"));
+    for (const auto& entry : std::filesystem::directory_iterator(folder_.path())) {
+        EXPECT_EQ(entry.path().filename(), "cameras.json");
+    }
 }
 
 TEST_F(Stream, WhatCameBeforeTheCameraWasUnpluggedIsKept) {
     const ProgramOutput output =
         Orvex("stream Loose --ring 100 --exposure 1 --record run.fits" + region);
     EXPECT_EQ(output.status, 1);
-    EXPECT_THAT(output.text, HasSubstr("orvex: "));
+    EXPECT_THAT(output.text, HasSubstr("orvex: the camera is gone"));
     // The last frames may have been in the ring when the transfer failed.
     if (!std::filesystem::exists(folder_ / "run.fits")) return;
     const auto frames = Frames("run.fits");
@@ -342,6 +347,7 @@ INSTANTIATE_TEST_SUITE_P(
     Commands, RefusedStream,
     testing::Values(
         Refusal{"stream Slow --frames 2 --record run.png", "must end in .tif"},
+        Refusal{"stream Slow --frames 2 --record cameras.json/run.raw", "cameras.json"},
         Refusal{"stream Fast --frames 2 --set metadata_enabled=on --record run.tif", "as .raw"},
         Refusal{"stream Slow --frames 2 --ring 1", "--ring"},
         Refusal{"stream Slow --frames 2 --ring 4000000000", "a ring ends at 4 GiB"},

@@ -3,65 +3,46 @@
 #include <cstdint>
 #include <optional>
 #include <span>
-#include <string>
 #include <vector>
 
-#include "orvex/session.h"
+#include "orvex/facts.h"
+#include "orvex/set_up.h"
 
-// One set-up as the command line tells it, and what came of it.
 namespace orvex {
 
-struct SetUp {
-    std::optional<rgn_type> region;  // the whole sensor when not given; its binning is not used
-    // A region centred on the sensor, "centre,WxH", when given instead of coordinates.
-    uns16 centre_width = 0;
-    uns16 centre_height = 0;
-    uns16 sbin = 1;
-    uns16 pbin = 1;
-    double exposure_ms = 10;
-    uns16 frames = 1;
+// What a run is asked for.
+struct RunRequest {
+    SetUp set_up;
+    int16 mode = TIMED_MODE;
+    std::string image_type;  // what the frames show, when somebody says it
+    // From one frame to the next; frame_time_limit() when not given, 0 for none.
+    std::optional<Seconds> limit;
 };
 
-// Frames of one sequence with the facts that go into the files.
+// Frames of one sequence with what is known of them.
 struct Acquisition {
-    std::string camera;
-    std::string chip;
-    std::string serial;
-    rgn_type region{};
-    uint32_t width = 0;
-    uint32_t height = 0;
-    uint32_t frame_bytes = 0;
-    double exposure_ms = 0;
-    int bit_depth = 16;
-    int gain_index = 1;
-    double pixel_time_ns = 0;
-    double temperature_c = 0;
-    std::string start_utc;  // ISO 8601
+    Facts facts;
     std::vector<uint16_t> pixels;
-    uint32_t frames = 0;
+    std::vector<FrameStamp> stamps;
 
     std::span<const uint16_t> frame(uint32_t index) const;
 };
 
-// "x,y,w,h" or "centre,WxH".
-void parse_region(const std::string& text, SetUp& set_up);
-// "N" or "NxM", columns first.
-void parse_binning(const std::string& text, SetUp& set_up);
+// The limit of a request on a camera that was set up for it; nothing for a run that waits for
+// triggers or that nobody limits.
+std::optional<Seconds> time_limit(const Camera& camera, const RunRequest& request);
+// "no frame within 6.2 s; the last was frame 3"
+std::string late_frame_text(Seconds limit, uint32_t last);
 
-// The region that a set-up means on this camera, with its binning.
-rgn_type resolve_region(const Camera& camera, const SetUp& set_up);
+// The facts of a run of plain frames that was set up.
+Facts run_facts(const Camera& camera, const RunRequest& request, const rgn_type& region,
+                uint32_t frame_bytes);
 
-// Chooses the camera's exposure resolution that holds the time, and returns the time in its unit.
-uns32 apply_exposure(const Camera& camera, double exposure_ms);
-
-// The facts that the camera tells of itself and of its settings.
-void read_facts(const Camera& camera, Acquisition& out);
-
-// ISO 8601, to the millisecond.
-std::string utc_now();
+// Bias, dark or light, by exposure and shutter.
+std::string image_type(const Camera& camera, const Facts& facts);
 
 // Sets up, runs to the end and reads out. Draws a progress bar on a terminal.
-Acquisition take_sequence(const Camera& camera, const SetUp& set_up);
+Acquisition take_sequence(const Camera& camera, const RunRequest& request);
 
 struct Statistics {
     double mean = 0;

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "orvex/commands.h"
+#include "orvex/interrupt.h"
 #include "orvex/parameters.h"
 
 // list and info: which cameras there are, and what one says of itself.
@@ -21,7 +22,11 @@ void list(const ListOptions& options) {
     const Library library;
     const std::vector<std::string> names = library.camera_names();
     if (options.json) {
-        std::cout << nlohmann::json(names).dump(2) << '\n';
+        nlohmann::ordered_json out = nlohmann::ordered_json::array();
+        for (size_t i = 0; i < names.size(); ++i) {
+            out.push_back({{"index", i}, {"name", names[i]}});
+        }
+        std::cout << out.dump(2) << '\n';
         return;
     }
     if (names.empty()) std::fputs("no cameras\n", stderr);
@@ -46,41 +51,52 @@ constexpr std::pair<const char*, uns32> facts[] = {
     {"sensor", PARAM_CHIP_NAME},
     {"columns", PARAM_SER_SIZE},
     {"rows", PARAM_PAR_SIZE},
-    {"pixel width, nm", PARAM_PIX_SER_SIZE},
-    {"pixel height, nm", PARAM_PIX_PAR_SIZE},
-    {"full well, e-", PARAM_FWELL_CAPACITY},
-    {"bits per pixel", PARAM_BIT_DEPTH},
-    {"pixel time, ns", PARAM_PIX_TIME},
+    {"pixel width", PARAM_PIX_SER_SIZE},
+    {"pixel height", PARAM_PIX_PAR_SIZE},
+    {"full well", PARAM_FWELL_CAPACITY},
+    {"bit depth", PARAM_BIT_DEPTH},
+    {"pixel time", PARAM_PIX_TIME},
     {"readout port", PARAM_READOUT_PORT},
-    {"temperature, 0.01 C", PARAM_TEMP},
-    {"set-point, 0.01 C", PARAM_TEMP_SETPOINT},
+    {"temperature", PARAM_TEMP},
+    {"set-point", PARAM_TEMP_SETPOINT},
     {"cooling", PARAM_COOLING_MODE},
     {"interface", PARAM_CAM_INTERFACE_TYPE},
     {"firmware", PARAM_CAM_FW_FULL_VERSION},
     {"systems", PARAM_CAM_SYSTEMS_INFO},
 };
 
+void print_fact(const char* label, std::string text) {
+    // The systems text has a line for each unit of the camera.
+    for (size_t at = 0; (at = text.find('\n', at)) != std::string::npos; at += 23) {
+        text.replace(at, 1, "\n" + std::string(22, ' '));
+    }
+    std::printf("%-20s  %s\n", label, text.c_str());
+}
+
 void info(const InfoOptions& options) {
     const Library library;
     const Camera camera(library, options.camera);
     nlohmann::ordered_json out = {{"name", camera.name()}, {"library", Library::version()}};
+    if (!options.json) {
+        print_fact("name", camera.name());
+        print_fact("library", Library::version());
+    }
     for (const auto& [label, id] : facts) {
+        sleep_or_stop({});
         if (!camera.available(id)) continue;
         const std::optional<std::string> text = value_text(camera, {label, id});
-        if (text && !text->empty()) out[label] = *text;
-    }
-    if (options.json) {
-        std::cout << out.dump(2) << '\n';
-        return;
-    }
-    for (const auto& [label, value] : out.items()) {
-        std::string text = value.get<std::string>();
-        // The systems text has a line for each unit of the camera.
-        for (size_t at = 0; (at = text.find('\n', at)) != std::string::npos; at += 23) {
-            text.replace(at, 1, "\n" + std::string(22, ' '));
+        if (!text || text->empty()) continue;
+        if (!options.json) {
+            print_fact(label, *text);
+            continue;
         }
-        std::printf("%-20s  %s\n", label.c_str(), text.c_str());
+        const nlohmann::ordered_json value = value_json(camera, {label, id});
+        // A number that counts something stands with its unit, everything else for itself.
+        out[label] = value.contains("text")   ? value["text"]
+                     : value.contains("unit") ? value
+                                              : value["value"];
     }
+    if (options.json) std::cout << out.dump(2) << '\n';
 }
 
 }  // namespace
@@ -89,7 +105,7 @@ void add_list(CLI::App& program) {
     auto options = std::make_shared<ListOptions>();
     CLI::App* command = program.add_subcommand("list", "List the cameras");
     command->add_flag("--names", options->names, "names alone, one a line");
-    command->add_flag("--json", options->json, "a JSON array of names");
+    command->add_flag("--json", options->json, "as JSON");
     command->callback([options] { list(*options); });
 }
 

@@ -1,10 +1,12 @@
+#include <algorithm>
 #include <cstdio>
-#include <filesystem>
 #include <iostream>
 
 #include "orvex/commands.h"
-#include "orvex/image_files.h"
+#include "orvex/frame_file.h"
+#include "orvex/interrupt.h"
 #include "orvex/metadata_recording.h"
+#include "orvex/output_file.h"
 
 // metadata: what recorded frames tell of themselves, and pictures of them.
 namespace orvex {
@@ -15,6 +17,7 @@ struct MetadataOptions {
     std::string file;
     uint32_t frame = 0;  // from 1; 0 all
     std::string out;
+    bool force = false;
     bool json = false;
 };
 
@@ -78,6 +81,7 @@ void show(const MetadataOptions& options, MetadataRecording& recording, FrameRan
     nlohmann::ordered_json rows = nlohmann::ordered_json::array();
     if (!options.json) print_frame_heading();
     for (uint32_t i = range.first; i < range.end; ++i) {
+        sleep_or_stop({});
         nlohmann::ordered_json frame = recording.frame(i).describe();
         if (options.json) {
             rows.push_back(std::move(frame));
@@ -93,38 +97,40 @@ void show(const MetadataOptions& options, MetadataRecording& recording, FrameRan
     }
 }
 
-// PNG holds one frame, TIFF as many as were chosen.
-void write_pictures(const MetadataOptions& options, MetadataRecording& recording,
+void write_pictures(const Format& format, OutputFile& output, MetadataRecording& recording,
                     FrameRange range) {
-    const std::filesystem::path path(options.out);
-    const bool png = path.extension() == ".png";
-    if (!png && file_kind(options.out) != FileKind::tiff) {
-        throw std::invalid_argument("'" + options.out + "' must end in .png, .tif or .tiff");
-    }
-    if (png) range.end = std::min(range.end, range.first + 1);
-    if (path.has_parent_path()) std::filesystem::create_directories(path.parent_path());
-    Acquisition picture = recording.canvas();
-    if (png) {
-        MetadataRecording::recompose(recording.frame(range.first), picture);
-        return write_preview(options.out, picture, 0);
-    }
+    if (!format.faithful) range.end = std::min(range.end, range.first + 1);
+    Facts picture = recording.canvas();
     picture.frames = range.end - range.first;
-    const std::unique_ptr<FrameFile> file = create_frame_file(FileKind::tiff, options.out, picture);
+    const std::unique_ptr<FrameFile> file = format.create(output.part(), picture);
+    const uint64_t start = recording.frame(0).begin();
+    std::vector<FrameStamp> stamps;
     for (uint32_t i = range.first; i < range.end; ++i) {
-        picture.pixels.clear();
-        MetadataRecording::recompose(recording.frame(i), picture);
-        file->add({reinterpret_cast<const uint8_t*>(picture.pixels.data()), picture.frame_bytes});
+        const DecodedFrame frame = recording.frame(i);
+        const std::vector<uint16_t> pixels = MetadataRecording::recompose(frame, picture);
+        file->add({reinterpret_cast<const uint8_t*>(pixels.data()), picture.frame_bytes});
+        std::optional<double> begin;
+        if (frame.begin()) begin = static_cast<double>(frame.begin() - start) / 1e7;
+        stamps.push_back({i + 1, begin});
     }
-    file->finish();
+    file->finish(stamps);
+    output.commit();
 }
 
 void metadata(const MetadataOptions& options) {
+    const Format* format = options.out.empty() ? nullptr : format_of(options.out);
+    if (!options.out.empty() && (!format || format->bare)) {
+        throw std::invalid_argument("'" + options.out + "' must end in that of a picture, as .tif");
+    }
     MetadataRecording recording(options.file);
     const FrameRange range = choose_frames(options, recording);
     if (range.first == range.end) throw std::runtime_error("the recording has no whole frame");
+    std::optional<OutputFile> output;
+    if (format) output.emplace(options.out, options.force);
     show(options, recording, range);
-    if (options.out.empty()) return;
-    write_pictures(options, recording, range);
+    if (!format) return;
+    write_pictures(*format, *output, recording, range);
+    std::fflush(stdout);
     if (!options.json) std::cout << "wrote " << options.out << '\n';
 }
 
@@ -138,7 +144,8 @@ void add_metadata(CLI::App& program) {
     command->add_option("--frame", options->frame, "this frame alone, from 1, with its regions")
         ->check(CLI::Range(1u, 4294967295u));
     command->add_option("--out", options->out,
-                        "write the recomposed picture: .png (first frame, stretched), .tif");
+                        "write the recomposed pictures; the ending chooses the format, as in snap");
+    command->add_flag("--force", options->force, "replace a file that exists");
     command->add_flag("--json", options->json, "everything as JSON");
     command->callback([options] { metadata(*options); });
 }

@@ -2,7 +2,9 @@
 #include <iostream>
 
 #include "orvex/commands.h"
+#include "orvex/interrupt.h"
 #include "orvex/parameters.h"
+#include "orvex/set_up_options.h"
 
 // params, get and set: the parameters of a camera.
 namespace orvex {
@@ -15,6 +17,10 @@ struct ParamsOptions {
     bool all = false;
 };
 
+std::string unit_text(const nlohmann::ordered_json& row) {
+    return row.contains("unit") ? ' ' + row["unit"].get<std::string>() : std::string();
+}
+
 std::string range_text(const nlohmann::ordered_json& row) {
     if (row.contains("list")) {
         std::string out;
@@ -24,8 +30,9 @@ std::string range_text(const nlohmann::ordered_json& row) {
         }
         return out;
     }
+    if (row["type"] == "BOOLEAN") return "on | off";
     if (row["type"] == "CHAR_PTR" || !row.contains("min") || row["min"] == row["max"]) return {};
-    return row["min"].dump() + " .. " + row["max"].dump();
+    return row["min"].dump() + " .. " + row["max"].dump() + unit_text(row);
 }
 
 std::string shown_value(const nlohmann::ordered_json& row) {
@@ -36,7 +43,8 @@ std::string shown_value(const nlohmann::ordered_json& row) {
             if (item["value"] == value) return item["text"];
         }
     }
-    if (!value.is_string()) return value.dump();
+    if (value.is_boolean()) return value.get<bool>() ? "on" : "off";
+    if (!value.is_string()) return value.dump() + unit_text(row);
     std::string text = value;
     for (char& c : text) {
         if (c == '\n') c = ';';
@@ -49,6 +57,7 @@ void params(const ParamsOptions& options) {
     const Camera camera(library, options.camera);
     nlohmann::ordered_json rows = nlohmann::ordered_json::array();
     for (const ParameterId& parameter : all_parameters()) {
+        sleep_or_stop({});
         nlohmann::ordered_json row = reflect(camera, parameter);
         if (options.all || row["available"].get<bool>()) rows.push_back(std::move(row));
     }
@@ -87,10 +96,11 @@ void get(const GetOptions& options) {
     const Camera camera(library, options.camera);
     nlohmann::ordered_json out;
     for (const ParameterId& parameter : parameters) {
+        sleep_or_stop({});
         const std::optional<std::string> text = value_text(camera, parameter);
-        if (!text) throw LibraryError("cannot read " + std::string(parameter.name));
+        require(text.has_value(), "cannot read " + std::string(parameter.name));
         if (options.json) {
-            out[parameter.name] = reflect(camera, parameter)["value"];
+            out[parameter.name] = value_json(camera, parameter);
         } else if (parameters.size() > 1) {
             std::cout << parameter.name << " = " << *text << '\n';
         } else {
@@ -109,16 +119,13 @@ void set(const SetOptions& options) {
     // All names are looked up before anything is set.
     std::vector<std::pair<ParameterId, std::string>> assignments;
     for (const std::string& assignment : options.assignments) {
-        const size_t equals = assignment.find('=');
-        if (equals == std::string::npos) {
-            throw std::invalid_argument("'" + assignment + "' is no NAME=VALUE");
-        }
-        assignments.emplace_back(find_parameter(assignment.substr(0, equals)),
-                                 assignment.substr(equals + 1));
+        const auto [name, value] = split_assignment(assignment);
+        assignments.emplace_back(find_parameter(name), value);
     }
     const Library library;
     const Camera camera(library, options.camera);
     for (const auto& [parameter, text] : assignments) {
+        sleep_or_stop({});
         set_from_text(camera, parameter, text);
         std::cout << parameter.name << " = "
                   << value_text(camera, parameter).value_or("(no value to read)") << '\n';
@@ -148,11 +155,15 @@ void add_get(CLI::App& program) {
 
 void add_set(CLI::App& program) {
     auto options = std::make_shared<SetOptions>();
-    CLI::App* command = program.add_subcommand("set", "Set parameters and read them back");
+    CLI::App* command = program.add_subcommand(
+        "set",
+        "Set parameters and read them back; they last until the camera is closed, which is "
+        "when the command ends. For a picture use --set of snap and stream");
     command->add_option("camera", options->camera, "name or index")->required();
     command
         ->add_option("assignments", options->assignments,
-                     "NAME=VALUE; a value is a number, an item of the list, or on and off")
+                     "NAME=VALUE; a value is a number in the unit that 'get' shows, an item of the "
+                     "list, or on and off")
         ->required();
     command->callback([options] { set(*options); });
 }

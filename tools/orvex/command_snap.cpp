@@ -1,11 +1,14 @@
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <iostream>
 #include <nlohmann/json.hpp>
 
 #include "orvex/commands.h"
-#include "orvex/image_files.h"
+#include "orvex/frame_file.h"
+#include "orvex/output_file.h"
 #include "orvex/set_up_options.h"
+#include "orvex/side_file.h"
 
 // snap: a sequence of frames into image files.
 namespace orvex {
@@ -15,27 +18,66 @@ namespace {
 struct SnapOptions {
     SetUpOptions set_up;
     std::string out = "snap";
+    std::vector<std::string> formats;
+    bool force = false;
     bool json = false;
 };
 
-// The path without one of the endings that are written.
-std::string stem(const std::string& out) {
-    const std::filesystem::path path(out);
-    const std::string ending = path.extension();
-    if (ending == ".tif" || ending == ".tiff" || ending == ".fits" || ending == ".png") {
-        return (path.parent_path() / path.stem()).string();
+struct Output {
+    const Format* format;
+    OutputFile file;
+};
+
+// Those of --format, or the one that the path ends in, or those that most people want. All are made
+// sure of before the camera does anything.
+std::vector<Output> prepare_outputs(const SnapOptions& options) {
+    const Format* ending = format_of(options.out);
+    std::vector<const Format*> chosen;
+    for (const std::string& name : options.formats) {
+        const Format* format = &find_format(name);
+        if (std::find(chosen.begin(), chosen.end(), format) == chosen.end()) {
+            chosen.push_back(format);
+        }
     }
-    return out;
+    if (chosen.empty() && ending) chosen = {ending};
+    for (const Format& format : formats()) {
+        if (options.formats.empty() && !ending && !format.bare) chosen.push_back(&format);
+    }
+    const std::filesystem::path given(options.out);
+    const std::string base = ending ? (given.parent_path() / given.stem()).string() : options.out;
+    std::vector<Output> outputs;
+    for (const Format* format : chosen) {
+        const bool as_given = format == ending;
+        const std::string path = as_given ? options.out : base + format->endings.front();
+        outputs.push_back({format, OutputFile(path, options.force)});
+        if (format->bare)
+            outputs.push_back({nullptr, OutputFile(side_file_path(path), options.force)});
+    }
+    return outputs;
+}
+
+void write_frames(const Acquisition& a, const Output& output) {
+    const std::string& path = output.file.part();
+    if (!output.format) return write_json(path, recording_json(a.facts, a.stamps));
+    const std::unique_ptr<FrameFile> file = output.format->create(path, a.facts);
+    for (uint32_t i = 0; i < a.facts.frames; ++i) {
+        const std::span<const uint16_t> frame = a.frame(i);
+        file->add({reinterpret_cast<const uint8_t*>(frame.data()), frame.size_bytes()});
+    }
+    file->finish(a.stamps);
 }
 
 nlohmann::ordered_json describe_frames(const Acquisition& acquisition) {
     nlohmann::ordered_json rows = nlohmann::ordered_json::array();
-    for (uint32_t i = 0; i < acquisition.frames; ++i) {
+    for (uint32_t i = 0; i < acquisition.facts.frames; ++i) {
         const Statistics s = measure(acquisition, i);
+        nlohmann::ordered_json begin, noise;
+        if (acquisition.stamps[i].begin_s) begin = *acquisition.stamps[i].begin_s;
+        if (acquisition.facts.frames > 1) noise = s.noise;
         rows.push_back({{"frame", i + 1},
+                        {"begin_s", begin},
                         {"mean", s.mean},
-                        {"noise", acquisition.frames > 1 ? nlohmann::ordered_json(s.noise)
-                                                         : nlohmann::ordered_json()},
+                        {"noise", noise},
                         {"deviation", s.deviation},
                         {"min", s.min},
                         {"max", s.max}});
@@ -43,9 +85,10 @@ nlohmann::ordered_json describe_frames(const Acquisition& acquisition) {
     return rows;
 }
 
-void print_frames(const Acquisition& acquisition, const nlohmann::ordered_json& rows) {
-    std::printf("%s: %u frames of %u x %u pixels, %g ms\n", acquisition.camera.c_str(),
-                acquisition.frames, acquisition.width, acquisition.height, acquisition.exposure_ms);
+void print_frames(const Facts& facts, const nlohmann::ordered_json& rows) {
+    std::printf("%s: %u %s of %u x %u pixels, %g ms\n", facts.camera.c_str(), facts.frames,
+                facts.frames == 1 ? "frame" : "frames", facts.width, facts.height,
+                facts.exposure_ms);
     std::printf("%6s %10s %10s %10s %7s %7s\n", "frame", "mean", "noise", "deviation", "min",
                 "max");
     for (const auto& row : rows) {
@@ -61,29 +104,28 @@ void print_frames(const Acquisition& acquisition, const nlohmann::ordered_json& 
 }
 
 void snap(const SnapOptions& options) {
-    const SetUp set_up = options.set_up.set_up();
+    options.set_up.set_up();  // says what is wrong with it before any file is made
+    std::vector<Output> outputs = prepare_outputs(options);
     const Library library;
     const Camera camera(library, options.set_up.camera);
     options.set_up.apply(camera);
-    const Acquisition acquisition = take_sequence(camera, set_up);
+    const Acquisition acquisition = take_sequence(camera, options.set_up.request(camera));
     const nlohmann::ordered_json rows = describe_frames(acquisition);
-
-    const std::string base = stem(options.out);
-    const std::filesystem::path folder = std::filesystem::path(base).parent_path();
-    if (!folder.empty()) std::filesystem::create_directories(folder);
-    const std::vector<std::string> files = {base + ".tif", base + ".fits", base + ".png"};
-    write_frames(FileKind::tiff, files[0], acquisition);
-    write_frames(FileKind::fits, files[1], acquisition);
-    write_preview(files[2], acquisition, 0);
-
+    for (const Output& output : outputs) write_frames(acquisition, output);
+    std::vector<std::string> files;
+    for (Output& output : outputs) {
+        output.file.commit();
+        files.push_back(output.file.path());
+    }
     if (options.json) {
-        nlohmann::ordered_json out = nlohmann::ordered_json::parse(facts_json(acquisition));
+        nlohmann::ordered_json out = facts_json(acquisition.facts);
         out["statistics"] = rows;
         out["files"] = files;
         std::cout << out.dump(2) << '\n';
         return;
     }
-    print_frames(acquisition, rows);
+    print_frames(acquisition.facts, rows);
+    std::fflush(stdout);
     for (const std::string& file : files) std::cout << "wrote " << file << '\n';
 }
 
@@ -91,11 +133,20 @@ void snap(const SnapOptions& options) {
 
 void add_snap(CLI::App& program) {
     auto options = std::make_shared<SnapOptions>();
-    CLI::App* command =
-        program.add_subcommand("snap", "Take frames and write them as TIFF, FITS and PNG");
+    CLI::App* command = program.add_subcommand("snap", "Take frames and write them into files");
     options->set_up.add_to(*command);
-    command->add_option("--out", options->out, "path of the files, without their endings")
+    options->set_up.add_run_options_to(*command);
+    command
+        ->add_option("--out", options->out,
+                     "path of the files; its ending chooses the format when --format does not")
         ->capture_default_str();
+    command
+        ->add_option("--format", options->formats,
+                     "formats, with commas between: " + format_names() +
+                         " (png: the first frame, 8 bits, stretched); default all but raw")
+        ->delimiter(',')
+        ->allow_extra_args(false);
+    command->add_flag("--force", options->force, "replace files that exist");
     command->add_flag("--json", options->json, "facts and statistics as JSON");
     command->callback([options] { snap(*options); });
 }

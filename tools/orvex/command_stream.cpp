@@ -1,13 +1,14 @@
-#include <array>
-#include <csignal>
+#include <algorithm>
 #include <cstdio>
-#include <filesystem>
 #include <iostream>
 #include <nlohmann/json.hpp>
 
 #include "orvex/commands.h"
 #include "orvex/frame_taker.h"
+#include "orvex/frame_times.h"
+#include "orvex/interrupt.h"
 #include "orvex/live_line.h"
+#include "orvex/recording.h"
 #include "orvex/set_up_options.h"
 #include "orvex/side_file.h"
 
@@ -24,35 +25,11 @@ struct StreamOptions {
     uint32_t ring = 0;
     bool overwrite = true;
     std::string record;
+    bool force = false;
     bool json = false;
 };
 
-// Keeps the signals that end a run for one that waits for them. They stay so in all threads that
-// are started later.
-class EndSignals {
-  public:
-    EndSignals() {
-        sigemptyset(&signals_);
-        for (const int signal : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&signals_, signal);
-        pthread_sigmask(SIG_BLOCK, &signals_, &before_);
-    }
-    ~EndSignals() { give_back(); }
-    EndSignals(const EndSignals&) = delete;
-    EndSignals& operator=(const EndSignals&) = delete;
-
-    bool came_within(std::chrono::milliseconds limit) const {
-        const timespec time{.tv_sec = 0, .tv_nsec = std::chrono::nanoseconds(limit % 1000).count()};
-        return sigtimedwait(&signals_, nullptr, &time) > 0;
-    }
-    // The next signal ends the program at once.
-    void give_back() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
-
-  private:
-    sigset_t signals_{};
-    sigset_t before_{};
-};
-
-enum class End { frames, seconds, signal, overrun };
+enum class End { frames, seconds, signal, overrun, late };
 
 const char* end_text(End end) {
     switch (end) {
@@ -60,6 +37,7 @@ const char* end_text(End end) {
         case End::seconds: return "time is over";
         case End::signal: return "interrupted";
         case End::overrun: return "the ring overran";
+        case End::late: return "no frame came";
     }
     return "";
 }
@@ -76,102 +54,35 @@ std::vector<rgn_type> resolve_regions(const Camera& camera, const StreamOptions&
     return regions;
 }
 
-Acquisition collect_facts(const Camera& camera, const StreamOptions& options,
-                          const rgn_type& region, uint32_t frame_bytes) {
-    Acquisition facts;
-    read_facts(camera, facts);
-    facts.region = region;
-    facts.width = (region.s2 - region.s1 + 1u) / region.sbin;
-    facts.height = (region.p2 - region.p1 + 1u) / region.pbin;
-    facts.frame_bytes = frame_bytes;
-    facts.exposure_ms = options.set_up.exposure_ms;
-    facts.frames = options.frames;
-    facts.start_utc = utc_now();
-    return facts;
-}
-
-// A recording with its side file.
-class Recording {
+// Notes what moves on, and says when nothing has for too long.
+class Patience {
   public:
-    Recording(const Camera& camera, const StreamOptions& options,
-              const std::vector<rgn_type>& regions, uint32_t frame_bytes)
-        : path_(options.record), kind_(file_kind(path_)) {
-        const Acquisition facts = collect_facts(camera, options, regions[0], frame_bytes);
-        const bool metadata = camera.get_or<boolean16>(PARAM_METADATA_ENABLED, 0) != 0;
-        const bool plain = !metadata && regions.size() == 1;
-        if (kind_ != FileKind::raw && !plain) {
-            throw std::invalid_argument(
-                "frames with metadata or several regions are no plain images; record them as .raw");
-        }
-        if (plain && facts.width * facts.height * 2 != frame_bytes) {
-            throw std::runtime_error("the frame has " + std::to_string(frame_bytes) +
-                                     " bytes, which is not a plain image");
-        }
-        describe(facts, regions, metadata);
-        const std::filesystem::path folder = std::filesystem::path(path_).parent_path();
-        if (!folder.empty()) std::filesystem::create_directories(folder);
-        file_ = create_frame_file(kind_, path_, facts);
-        // So that even a recording that is cut off tells what it is.
-        write_side_file(path_, side_);
-    }
+    explicit Patience(std::optional<Seconds> limit) : limit_(limit) {}
 
-    FrameFile* file() { return file_.get(); }
-    const std::string& path() const { return path_; }
-
-    void finish(const FrameTaker& taker, const ContinuousRun& run) {
-        if (taker.frames() == 0) return discard();
-        file_->finish();
-        side_["complete"] = true;
-        side_["frames"] = taker.frames();
-        side_["first_frame"] = taker.first_number();
-        side_["gaps"] = nlohmann::ordered_json::array();
-        for (const Gap& gap : run.gaps()) side_["gaps"].push_back({gap.first, gap.count});
-        write_side_file(path_, side_);
+    bool over(uint32_t newest) {
+        const auto now = std::chrono::steady_clock::now();
+        if (newest != newest_) since_ = now;
+        newest_ = newest;
+        return limit_ && now - since_ > *limit_;
     }
 
   private:
-    void describe(const Acquisition& facts, const std::vector<rgn_type>& regions, bool metadata) {
-        constexpr const char* names[] = {"tiff", "fits", "raw"};
-        side_ = nlohmann::ordered_json::parse(facts_json(facts));
-        side_.erase("region");
-        side_["format"] = names[static_cast<size_t>(kind_)];
-        side_["metadata"] = metadata;
-        side_["frame_bytes"] = facts.frame_bytes;
-        side_["regions"] = nlohmann::ordered_json::array();
-        for (const rgn_type& r : regions) {
-            side_["regions"].push_back({r.s1, r.p1, r.s2 - r.s1 + 1, r.p2 - r.p1 + 1});
-        }
-        if (metadata || regions.size() > 1) {
-            side_.erase("width");
-            side_.erase("height");
-        }
-        side_["complete"] = false;
-        side_["frames"] = 0;
-    }
-
-    // A file without a frame is of no use to anybody.
-    void discard() {
-        file_.reset();
-        std::error_code ignored;
-        std::filesystem::remove(path_, ignored);
-        std::filesystem::remove(side_file_path(path_), ignored);
-    }
-
-    std::string path_;
-    FileKind kind_;
-    nlohmann::ordered_json side_;
-    std::unique_ptr<FrameFile> file_;
+    std::optional<Seconds> limit_;
+    uint32_t newest_ = 0;
+    std::chrono::steady_clock::time_point since_ = std::chrono::steady_clock::now();
 };
 
-End watch(const ContinuousRun& run, const FrameTaker& taker, const EndSignals& signals,
+End watch(const ContinuousRun& run, const FrameTaker& taker, std::optional<Seconds> limit,
           double seconds) {
     const auto start = std::chrono::steady_clock::now();
     LiveLine line;
+    Patience patience(limit);
     for (;;) {
-        if (signals.came_within(std::chrono::milliseconds(10))) return End::signal;
+        if (interrupted_within(std::chrono::milliseconds(10))) return End::signal;
         if (taker.done()) return run.overran() ? End::overrun : End::frames;
         const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - start;
         if (seconds > 0 && passed.count() >= seconds) return End::seconds;
+        if (patience.over(std::max(run.newest(), run.taken()))) return End::late;
         line.update(run);
     }
 }
@@ -216,27 +127,49 @@ void print_summary(const std::string& camera, const nlohmann::ordered_json& s) {
         l["p99"].get<double>(), l["worst"].get<double>());
 }
 
+// What a run that did not end as it was asked to ends with.
+void judge(const ContinuousRun& run, const FrameTaker& taker, End end,
+           std::optional<Seconds> limit) {
+    if (end == End::late) fail_run(late_frame_text(*limit, run.taken()));
+    const char* nothing = "no frame arrived";
+    if (end == End::signal) throw Interrupted(taker.frames() ? "interrupted" : nothing);
+    if (run.overran()) {
+        throw std::runtime_error("the ring was full after frame " + std::to_string(run.taken()) +
+                                 "; a larger --ring lasts longer, --overwrite goes on");
+    }
+    if (taker.frames() == 0) throw std::runtime_error(nothing);
+}
+
 void stream(const StreamOptions& options) {
-    EndSignals signals;
+    options.set_up.set_up();  // says what is wrong with it before any file is made
+    std::optional<RecordingFiles> files;
+    if (!options.record.empty()) files.emplace(options.record, options.force);
     const Library library;
     const Camera camera(library, options.set_up.camera);
     options.set_up.apply(camera);
+    RunRequest request = options.set_up.request(camera);
+    request.set_up.frames = 0;
     const std::vector<rgn_type> regions = resolve_regions(camera, options);
+    FrameTimes times;
     ContinuousRun run(camera, {.regions = regions,
                                .exposure_ms = options.set_up.exposure_ms,
+                               .mode = request.mode,
                                .ring_frames = options.ring,
-                               .overwrite = options.overwrite});
+                               .overwrite = options.overwrite,
+                               .times = files ? &times : nullptr});
+    const std::optional<Seconds> limit = time_limit(camera, request);
     std::optional<Recording> recording;
-    if (!options.record.empty()) {
-        recording.emplace(camera, options, regions, run.frame_bytes());
+    if (files) {
+        Facts facts = run_facts(camera, request, regions[0], run.frame_bytes());
+        facts.frames = options.frames;
+        recording.emplace(std::move(*files), camera, facts, regions);
     }
 
     const auto start = std::chrono::steady_clock::now();
     run.start();
     FrameTaker taker(run, recording ? recording->file() : nullptr, options.frames);
-    const End end = watch(run, taker, signals, options.seconds);
+    const End end = watch(run, taker, limit, options.seconds);
     const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - start;
-    signals.give_back();
     std::exception_ptr problem;
     try {
         taker.finish();
@@ -244,24 +177,21 @@ void stream(const StreamOptions& options) {
         problem = std::current_exception();
     }
     // What came before is worth keeping, whatever went wrong.
-    if (recording) recording->finish(taker, run);
+    if (recording) recording->finish(times.stamps(taker.numbers()), run.gaps());
     if (problem) std::rethrow_exception(problem);
 
     nlohmann::ordered_json summary = summarise(run, taker, end, passed.count());
     const bool wrote = recording && taker.frames() > 0;
-    if (wrote) summary["files"] = {recording->path(), side_file_path(recording->path())};
+    if (wrote) summary["files"] = {options.record, side_file_path(options.record)};
     if (options.json) {
         std::cout << summary.dump(2) << '\n';
     } else {
         print_summary(camera.name(), summary);
-        if (wrote) std::cout << "wrote " << recording->path() << " and its .json\n";
+        std::fflush(stdout);
+        if (wrote) std::cout << "wrote " << options.record << " and its .json\n";
     }
     std::cout.flush();
-    if (run.overran()) {
-        throw std::runtime_error("the ring was full after frame " + std::to_string(run.taken()) +
-                                 "; a larger --ring lasts longer, --overwrite goes on");
-    }
-    if (taker.frames() == 0) throw std::runtime_error("no frame arrived");
+    judge(run, taker, end, limit);
 }
 
 }  // namespace
@@ -271,6 +201,7 @@ void add_stream(CLI::App& program) {
     CLI::App* command = program.add_subcommand(
         "stream", "Run without end, watch and record; Ctrl-C ends it with all that was recorded");
     options->set_up.add_settings_to(*command);
+    options->set_up.add_run_options_to(*command);
     command
         ->add_option("--roi", options->regions,
                      "x,y,width,height in unbinned pixels, or centre,WIDTHxHEIGHT; repeatable")
@@ -286,7 +217,8 @@ void add_stream(CLI::App& program) {
     command->add_flag("--overwrite,!--no-overwrite", options->overwrite,
                       "what a full ring does: lose the oldest frames (default), or end the run");
     command->add_option("--record", options->record,
-                        "write the frames into this file, .tif, .tiff, .fits or .raw");
+                        "write the frames into this file; its ending chooses the format");
+    command->add_flag("--force", options->force, "replace files that exist");
     command->add_flag("--json", options->json, "the summary as JSON");
     command->callback([options] { stream(*options); });
 }

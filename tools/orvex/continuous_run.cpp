@@ -48,10 +48,10 @@ __attribute__((noinline, no_sanitize("thread"))) void copy_frame(uint8_t* to, co
 }  // namespace
 
 ContinuousRun::ContinuousRun(const Camera& camera, const ContinuousSetUp& set_up)
-    : camera_(camera), overwrite_(set_up.overwrite) {
-    const uns32 time = apply_exposure(camera, set_up.exposure_ms);
+    : camera_(camera), overwrite_(set_up.overwrite), times_(set_up.times) {
+    const uns32 time = apply_exposure(camera, set_up.exposure_ms, set_up.mode);
     require(ox_exp_setup_cont(camera.handle(), static_cast<uns16>(set_up.regions.size()),
-                              set_up.regions.data(), TIMED_MODE, time, &frame_bytes_,
+                              set_up.regions.data(), set_up.mode, time, &frame_bytes_,
                               set_up.overwrite ? CIRC_OVERWRITE : CIRC_NO_OVERWRITE),
             "the set-up was refused");
     if (frame_bytes_ == 0) throw std::runtime_error("the regions hold no pixels");
@@ -85,6 +85,7 @@ void ContinuousRun::on_end_of_frame(const FRAME_INFO* info, void* context) {
     const std::lock_guard hold(run.lock_);
     run.newest_ = std::max(run.newest_.load(), static_cast<uint32_t>(info->FrameNr));
     run.latency_.add(info->TimeStampEOF, now);
+    if (run.times_) run.times_->note(*info);
     run.told_.notify_one();
 }
 

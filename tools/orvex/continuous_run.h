@@ -8,8 +8,9 @@
 #include <optional>
 #include <vector>
 
-#include "orvex/acquisition.h"
+#include "orvex/frame_times.h"
 #include "orvex/latency.h"
+#include "orvex/set_up.h"
 
 // A continuous run into a ring of memory, whose frames one thread takes in their order.
 namespace orvex {
@@ -17,8 +18,10 @@ namespace orvex {
 struct ContinuousSetUp {
     std::vector<rgn_type> regions;
     double exposure_ms = 10;
-    uint32_t ring_frames = 0;  // 0: as many as are sensible
-    bool overwrite = true;     // else the run ends when the ring is full
+    int16 mode = TIMED_MODE;
+    uint32_t ring_frames = 0;     // 0: as many as are sensible
+    bool overwrite = true;        // else the run ends when the ring is full
+    FrameTimes* times = nullptr;  // hears of every frame that the camera tells of
 };
 
 // Frames that were overwritten before they were taken.
@@ -75,6 +78,7 @@ class ContinuousRun {
     uint32_t frame_bytes_ = 0;
     uint32_t ring_frames_ = 0;
     bool overwrite_;
+    FrameTimes* times_;
     std::vector<uint8_t> ring_;
     bool started_ = false;
 

@@ -36,12 +36,15 @@ void FrameTaker::take_frames() {
         most_waiting_ = std::max(most_waiting_, run_.waiting());
         const std::optional<uint32_t> number = run_.take(file_ ? &copy : nullptr);
         if (number) {
-            if (file_) file_->add(copy);
-            if (frames_++ == 0) first_number_ = *number;
+            if (file_) {
+                file_->add(copy);
+                numbers_.push_back(*number);
+            }
+            ++frames_;
             continue;
         }
         if (stopped || run_.overran()) break;
-        if (!run_.running()) throw std::runtime_error("the camera ended the run");
+        if (!run_.running()) fail_run("the camera ended the run");
         run_.wait_for_frame(std::chrono::milliseconds(50));
     }
     run_.stop();

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <exception>
 #include <thread>
+#include <vector>
 
 #include "orvex/continuous_run.h"
 #include "orvex/frame_file.h"
@@ -28,7 +29,8 @@ class FrameTaker {
 
     // After finish():
     uint32_t frames() const { return frames_; }
-    uint32_t first_number() const { return first_number_; }
+    // Of the frames that went into the file.
+    const std::vector<uint32_t>& numbers() const { return numbers_; }
     uint32_t most_waiting() const { return most_waiting_; }
 
   private:
@@ -41,7 +43,7 @@ class FrameTaker {
     std::atomic<bool> done_{false};
     std::atomic<bool> stop_asked_{false};
     uint32_t frames_ = 0;
-    uint32_t first_number_ = 0;
+    std::vector<uint32_t> numbers_;
     uint32_t most_waiting_ = 0;
     std::exception_ptr problem_;
     std::thread thread_;

@@ -11,6 +11,7 @@ namespace orvex {
 
 namespace {
 
+constexpr uns8 known_version = 1;
 constexpr uns8 flag_list_ends = 1;
 constexpr uns8 flag_header_only = 2;
 
@@ -22,7 +23,7 @@ uint64_t little_endian(const void* bytes, size_t size) {
 
 // What the library leaves to those who know the camera; this is the layout of version 1.
 void describe_camera_fields(const md_frame_header& header, nlohmann::ordered_json& out) {
-    if (header.reserved1[0] != 1) return;
+    if (header.reserved1[0] != known_version) return;
     out["number"] = little_endian(&header.reserved1[1], 4);
     out["begin_100ns"] = little_endian(&header.reserved2[0], 8);
     out["end_100ns"] = little_endian(&header.reserved2[8], 8);
@@ -102,6 +103,11 @@ nlohmann::ordered_json DecodedFrame::describe() const {
     return out;
 }
 
+uint64_t DecodedFrame::begin() const {
+    const md_frame_header& header = *frame_->header;
+    return header.reserved1[0] == known_version ? little_endian(&header.reserved2[0], 8) : 0;
+}
+
 MetadataRecording::MetadataRecording(const std::string& path)
     : path_(path), facts_(read_side_file(path)), file_(path, std::ios::binary) {
     if (!file_) throw std::runtime_error("cannot read '" + path + "'");
@@ -128,21 +134,13 @@ DecodedFrame MetadataRecording::frame(uint32_t index) {
     return DecodedFrame(std::move(bytes), name);
 }
 
-Acquisition MetadataRecording::canvas() const {
-    Acquisition out;
+Facts MetadataRecording::canvas() const {
+    Facts out;
     try {
+        out = facts_from_json(facts_);
         out.region = bounding_box(facts_.at("regions"));
         out.region.sbin = facts_.at("binning").at(0).get<uns16>();
         out.region.pbin = facts_.at("binning").at(1).get<uns16>();
-        out.camera = facts_.value("camera", "");
-        out.chip = facts_.value("sensor", "");
-        out.serial = facts_.value("serial", "");
-        out.start_utc = facts_.value("start_utc", "");
-        out.exposure_ms = facts_.value("exposure_ms", 0.0);
-        out.bit_depth = facts_.value("bit_depth", 16);
-        out.gain_index = facts_.value("gain_index", 1);
-        out.pixel_time_ns = facts_.value("pixel_time_ns", 0.0);
-        out.temperature_c = facts_.value("temperature_c", 0.0);
     } catch (const nlohmann::json::exception&) {
         throw std::runtime_error("'" + side_file_path(path_) + "' does not describe a recording");
     }
@@ -156,11 +154,10 @@ Acquisition MetadataRecording::canvas() const {
     return out;
 }
 
-void MetadataRecording::recompose(const DecodedFrame& decoded, Acquisition& canvas) {
+std::vector<uint16_t> MetadataRecording::recompose(const DecodedFrame& decoded,
+                                                   const Facts& canvas) {
     md_frame& frame = decoded.frame();
-    const size_t pixels = size_t{canvas.width} * canvas.height;
-    canvas.pixels.resize(canvas.pixels.size() + pixels);
-    ++canvas.frames;
+    std::vector<uint16_t> pixels(size_t{canvas.width} * canvas.height);
     const rgn_type& box = canvas.region;
     bool painted = false;
     for (const md_frame_roi& region : std::span(frame.roiArray, frame.roiCount)) {
@@ -171,17 +168,17 @@ void MetadataRecording::recompose(const DecodedFrame& decoded, Acquisition& canv
         }
         painted = true;
     }
-    if (!painted) return;
+    if (!painted) return pixels;
     const rgn_type& implied = frame.impliedRoi;
     if (implied.s1 < box.s1 || implied.p1 < box.p1) {
         throw std::runtime_error("a region lies outside of those that were recorded");
     }
     const auto x = static_cast<uns16>(implied.s1 / box.sbin - box.s1 / box.sbin);
     const auto y = static_cast<uns16>(implied.p1 / box.pbin - box.p1 / box.pbin);
-    require(ox_md_frame_recompose(canvas.pixels.data() + (canvas.pixels.size() - pixels), x, y,
-                                  static_cast<uns16>(canvas.width),
+    require(ox_md_frame_recompose(pixels.data(), x, y, static_cast<uns16>(canvas.width),
                                   static_cast<uns16>(canvas.height), &frame),
             "the frame can't be recomposed");
+    return pixels;
 }
 
 }  // namespace orvex

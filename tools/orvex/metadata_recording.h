@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "orvex/acquisition.h"
+#include "orvex/facts.h"
 
 // Recorded frames that carry metadata.
 namespace orvex {
@@ -20,6 +20,8 @@ class DecodedFrame {
     md_frame& frame() const { return *frame_; }
     // Header, regions and tagged values.
     nlohmann::ordered_json describe() const;
+    // Begin of the frame in units of 100 ns; 0 when it does not say.
+    uint64_t begin() const;
 
   private:
     struct Release {
@@ -42,11 +44,10 @@ class MetadataRecording {
     // Counted from 0.
     DecodedFrame frame(uint32_t index);
 
-    // An acquisition without frames, as large as all its regions together.
-    Acquisition canvas() const;
-    // Paints the regions of a frame into a new frame of the acquisition. What no region covers is
-    // 0.
-    static void recompose(const DecodedFrame& decoded, Acquisition& canvas);
+    // The facts of a picture as large as all its regions together.
+    Facts canvas() const;
+    // The regions of a frame as the pixels of such a picture. What no region covers is 0.
+    static std::vector<uint16_t> recompose(const DecodedFrame& decoded, const Facts& canvas);
 
   private:
     std::string path_;

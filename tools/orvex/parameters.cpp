@@ -7,6 +7,9 @@
 #include <cstring>
 #include <strings.h>
 
+#include "orvex/names.h"
+#include "orvex/units.h"
+
 namespace orvex {
 
 namespace {
@@ -51,7 +54,7 @@ nlohmann::ordered_json read_stream(const Camera& camera, ParameterId parameter) 
     return values;
 }
 
-// Null when the camera can't tell.
+// In the unit of the parameter. Null when the camera can't tell.
 nlohmann::ordered_json read_value(const Camera& camera, ParameterId parameter, int16 attribute) {
     const uns32 type = value_type(camera, parameter);
     if (is_stream(type)) {
@@ -65,33 +68,24 @@ nlohmann::ordered_json read_value(const Camera& camera, ParameterId parameter, i
     return with_storage(type, [&](auto storage) -> nlohmann::ordered_json {
         if (!ox_get_param(camera.handle(), parameter.id, attribute, &storage)) return nullptr;
         if (type == TYPE_BOOLEAN) return storage != 0;
+        const std::optional<Unit> unit = unit_of(parameter.id);
+        if (unit && unit->steps > 1) return static_cast<double>(storage) / unit->steps;
         return storage;
     });
 }
 
-std::string as_text(const nlohmann::ordered_json& value) {
+// As people read it.
+std::string as_text(const nlohmann::ordered_json& value, ParameterId parameter) {
     if (value.is_string()) return value.get<std::string>();
     if (value.is_boolean()) return value.get<bool>() ? "on" : "off";
-    return value.dump();
+    const std::optional<Unit> unit = unit_of(parameter.id);
+    if (!value.is_number()) return value.dump();
+    return unit ? with_unit(value.get<double>(), *unit) : value.dump();
 }
 
-int edit_distance(const std::string& a, const std::string& b) {
-    std::vector<int> row(b.size() + 1);
-    for (size_t j = 0; j < row.size(); ++j) row[j] = static_cast<int>(j);
-    for (size_t i = 1; i <= a.size(); ++i) {
-        int corner = row[0]++;
-        for (size_t j = 1; j <= b.size(); ++j) {
-            const int above = row[j];
-            row[j] = std::min({above + 1, row[j - 1] + 1, corner + (a[i - 1] != b[j - 1])});
-            corner = above;
-        }
-    }
-    return row.back();
-}
-
-std::string plain_name(std::string name) {
-    for (char& c : name) c = static_cast<char>(c == '-' ? '_' : std::toupper(c));
-    return name.rfind("PARAM_", 0) == 0 ? name.substr(6) : name;
+std::string without_front(const std::string& name) {
+    const std::string plain = plain_name(name), front = "param-";
+    return plain.starts_with(front) ? plain.substr(front.size()) : plain;
 }
 
 std::optional<uns32> parse_number(const std::string& text) {
@@ -109,7 +103,7 @@ std::optional<uns32> parse_number(const std::string& text) {
                                 legal_values(camera, parameter));
 }
 
-// The number that a text stands for.
+// The number that a text stands for, in the steps of the library.
 double number_from_text(const Camera& camera, ParameterId parameter, const std::string& text) {
     const uns32 type = value_type(camera, parameter);
     if (type == TYPE_ENUM) {
@@ -132,8 +126,16 @@ double number_from_text(const Camera& camera, ParameterId parameter, const std::
     } catch (const std::exception&) {
         refuse_value(camera, parameter, text);
     }
-    if (used != text.size() || !std::isfinite(value)) refuse_value(camera, parameter, text);
-    return value;
+    const std::optional<Unit> unit = unit_of(parameter.id);
+    std::string rest = text.substr(used);
+    rest.erase(0, rest.find_first_not_of(' '));
+    if ((!rest.empty() && !(unit && rest == unit->name)) || !std::isfinite(value)) {
+        refuse_value(camera, parameter, text);
+    }
+    const double steps = value * (unit ? unit->steps : 1);
+    // 0.29 C are 29 steps, although 0.29 times 100 is a little less in binary.
+    return unit && unit->steps > 1 && std::abs(steps - std::round(steps)) < 1e-6 ? std::round(steps)
+                                                                                 : steps;
 }
 
 }  // namespace
@@ -146,22 +148,16 @@ const std::vector<ParameterId>& all_parameters() {
 }
 
 ParameterId find_parameter(const std::string& name) {
-    const std::string wanted = plain_name(name);
+    const std::string wanted = without_front(name);
     const std::optional<uns32> number = parse_number(name);
+    std::vector<std::string> names;
     for (const ParameterId& parameter : all_parameters()) {
-        if (plain_name(parameter.name) == wanted || number == parameter.id) return parameter;
+        if (without_front(parameter.name) == wanted || number == parameter.id) return parameter;
+        names.push_back(std::string(parameter.name).substr(6));
     }
-    std::vector<ParameterId> nearest = all_parameters();
-    auto distance = [&](const ParameterId& p) {
-        const std::string plain = plain_name(p.name);
-        return edit_distance(plain, wanted) - (plain.find(wanted) != std::string::npos ? 20 : 0);
-    };
-    std::sort(nearest.begin(), nearest.end(), [&](const auto& a, const auto& b) {
-        return std::pair(distance(a), a.id) < std::pair(distance(b), b.id);
-    });
-    throw std::invalid_argument("there is no parameter '" + name + "'; did you mean " +
-                                plain_name(nearest[0].name) + ", " + plain_name(nearest[1].name) +
-                                " or " + plain_name(nearest[2].name) + "?");
+    const std::string near = did_you_mean(wanted, names);
+    throw std::invalid_argument("there is no parameter '" + name + "'" +
+                                (near.empty() ? "; 'orvex params CAMERA' lists them" : near));
 }
 
 std::string type_name(uns32 type) {
@@ -200,6 +196,18 @@ std::vector<EnumItem> enum_items(const Camera& camera, ParameterId parameter) {
     return items;
 }
 
+nlohmann::ordered_json value_json(const Camera& camera, ParameterId parameter) {
+    nlohmann::ordered_json value = read_value(camera, parameter, ATTR_CURRENT);
+    if (value.is_null()) return value;
+    nlohmann::ordered_json out = {{"value", value}};
+    if (const std::optional<Unit> unit = unit_of(parameter.id)) out["unit"] = unit->name;
+    if (value_type(camera, parameter) != TYPE_ENUM) return out;
+    for (const EnumItem& item : enum_items(camera, parameter)) {
+        if (value == item.value) out["text"] = item.text;
+    }
+    return out;
+}
+
 std::optional<std::string> value_text(const Camera& camera, ParameterId parameter,
                                       int16 attribute) {
     const nlohmann::ordered_json value = read_value(camera, parameter, attribute);
@@ -209,7 +217,7 @@ std::optional<std::string> value_text(const Camera& camera, ParameterId paramete
             if (value == item.value) return item.text;
         }
     }
-    return as_text(value);
+    return as_text(value, parameter);
 }
 
 nlohmann::ordered_json reflect(const Camera& camera, ParameterId parameter) {
@@ -222,6 +230,11 @@ nlohmann::ordered_json reflect(const Camera& camera, ParameterId parameter) {
     uns16 access = 0;
     if (ox_get_param(camera.handle(), parameter.id, ATTR_ACCESS, &access)) {
         out["access"] = access_name(access);
+    }
+    if (const std::optional<Unit> unit = unit_of(parameter.id)) {
+        out["unit"] = unit->name;
+        // What a step of the library's number is worth.
+        if (unit->steps > 1) out["scale"] = 1.0 / unit->steps;
     }
     out["available"] = camera.available(parameter.id);
     if (!out["available"].get<bool>()) return out;
@@ -256,7 +269,7 @@ std::string legal_values(const Camera& camera, ParameterId parameter) {
     const nlohmann::ordered_json low = read_value(camera, parameter, ATTR_MIN);
     const nlohmann::ordered_json high = read_value(camera, parameter, ATTR_MAX);
     if (low.is_null() || high.is_null()) return "unknown";
-    return as_text(low) + " to " + as_text(high);
+    return as_text(low, parameter) + " to " + as_text(high, parameter);
 }
 
 void set_from_text(const Camera& camera, ParameterId parameter, const std::string& text) {

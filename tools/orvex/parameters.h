@@ -19,7 +19,7 @@ struct ParameterId {
 const std::vector<ParameterId>& all_parameters();
 
 // By name with or without "PARAM_", in any case, or by number; throws std::invalid_argument with
-// the nearest names.
+// the names that come near.
 ParameterId find_parameter(const std::string& name);
 
 // "INT16"
@@ -35,9 +35,12 @@ struct EnumItem {
 // The list of an enumerated parameter.
 std::vector<EnumItem> enum_items(const Camera& camera, ParameterId parameter);
 
-// A value as people read it; enumerations as text. Empty when the camera can't tell.
+// A value as people read it, with its unit; enumerations as text. Empty when the camera can't tell.
 std::optional<std::string> value_text(const Camera& camera, ParameterId parameter,
                                       int16 attribute = ATTR_CURRENT);
+
+// The value with its unit, or with the text of an enumeration. Null when the camera can't tell.
+nlohmann::ordered_json value_json(const Camera& camera, ParameterId parameter);
 
 // Everything that a parameter tells of itself: id, type, access, availability and, when it is
 // available, value, range or list, default.
@@ -46,7 +49,8 @@ nlohmann::ordered_json reflect(const Camera& camera, ParameterId parameter);
 // What may be set, for messages: "0 .. 3" or the list of texts.
 std::string legal_values(const Camera& camera, ParameterId parameter);
 
-// Takes a number, or the text of an enumeration item, "on" and "off" for a boolean.
+// Takes a number in the parameter's unit, which may stand behind it, or the text of an enumeration
+// item, "on" and "off" for a boolean.
 void set_from_text(const Camera& camera, ParameterId parameter, const std::string& text);
 
 }  // namespace orvex

@@ -2,6 +2,13 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+
+#include "orvex/interrupt.h"
+#include "orvex/names.h"
+#include "orvex/orvex_errors.h"
 
 namespace orvex {
 
@@ -18,13 +25,50 @@ bool is_index(const std::string& text) {
            std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
 }
 
+// Whether the library has told that the camera was removed.
+class Removal {
+  public:
+    static void on_removed(const FRAME_INFO* /*info*/, void* removal) {
+        auto* self = static_cast<Removal*>(removal);
+        const std::lock_guard hold(self->lock_);
+        self->came_ = true;
+        self->told_.notify_all();
+    }
+    // The failure that it causes may be seen before it is told.
+    bool came_soon() {
+        std::unique_lock hold(lock_);
+        return told_.wait_for(hold, std::chrono::milliseconds(300), [&] { return came_; });
+    }
+
+  private:
+    std::mutex lock_;
+    std::condition_variable told_;
+    bool came_ = false;
+};
+
+// The program has one camera open at a time.
+Removal& removal() {
+    static Removal only;
+    return only;
+}
+
 }  // namespace
 
 LibraryError::LibraryError(const std::string& what)
     : std::runtime_error(describe(what, ox_error_code())), code_(ox_error_code()) {}
 
 void require(boolean16 result, const std::string& what) {
-    if (!result) throw LibraryError(what);
+    if (result) return;
+    const LibraryError error(what);
+    if (error.code() == C7_DRIVER_COM_ERROR && removal().came_soon()) {
+        throw CameraGone(error.what());
+    }
+    throw LibraryError(error);
+}
+
+void fail_run(const std::string& what) {
+    if (removal().came_soon()) throw CameraGone(what);
+    throw std::runtime_error(what);
 }
 
 Library::Library() {
@@ -60,8 +104,14 @@ Camera::Camera(const Library& library, const std::string& name_or_index) : name_
         const size_t index = std::stoul(name_or_index);
         if (index < names.size()) name_ = names[index];
     }
-    require(ox_cam_open(name_.data(), &handle_, EXT_OPEN_EXCLUSIVE),
-            "cannot open camera '" + name_ + "'");
+    if (!ox_cam_open(name_.data(), &handle_, EXT_OPEN_EXCLUSIVE)) {
+        const LibraryError error("cannot open camera '" + name_ + "'");
+        if (error.code() != C0_CAM_NAME_NOT_FOUND) throw LibraryError(error);
+        throw std::runtime_error(error.what() + did_you_mean(name_, names));
+    }
+    // A camera that can't tell of it is still worth using.
+    ox_cam_register_callback_ex3(handle_, OX_CALLBACK_CAM_REMOVED,
+                                 reinterpret_cast<void*>(&Removal::on_removed), &removal());
 }
 
 Camera::~Camera() {

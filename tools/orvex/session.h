@@ -20,8 +20,18 @@ class LibraryError : public std::runtime_error {
     int16 code_;
 };
 
-// Throws unless the call succeeded.
+// The camera was unplugged, or its driver died.
+class CameraGone : public std::runtime_error {
+  public:
+    explicit CameraGone(const std::string& what)
+        : std::runtime_error("the camera is gone (" + what + ")") {}
+};
+
+// Throws unless the call succeeded: CameraGone when that is why, else LibraryError.
 void require(boolean16 result, const std::string& what);
+
+// A run that went wrong without a call that failed.
+[[noreturn]] void fail_run(const std::string& what);
 
 class Library {
   public:

@@ -69,4 +69,19 @@ size_t CompletionPort::Take(std::span<Completion> entries, uint32_t limit_ms) {
     return channel ? channel->Take(entries, limit_ms) : 0;
 }
 
+size_t CompletionPort::Outstanding() const {
+    const std::shared_ptr<DeviceChannel> channel = Channel();
+    return channel ? channel->Outstanding() : 0;
+}
+
+bool CompletionPort::IsUntouched(size_t count) const {
+    const std::shared_ptr<DeviceChannel> channel = Channel();
+    return channel && channel->IsUntouched(count);
+}
+
+bool CompletionPort::HasMore() const {
+    const std::shared_ptr<DeviceChannel> channel = Channel();
+    return channel && channel->HasMore();
+}
+
 }  // namespace platform

@@ -1,9 +1,29 @@
 #include "platform/event.h"
 
 #include <atomic>
+#include <cstdio>
+#include <filesystem>
 #include <linux/futex.h>
+#include <string>
+
+#include "platform/posix/descriptor.h"
 
 namespace platform {
+
+namespace {
+
+void SweepEvent(const char* object) {
+    const Descriptor left(shm_open(object, O_RDWR, 0));
+    if (!left || !orvex_event_is_leftover(left.get())) return;
+    // As the creator would have done, which leaves a name alone that has become another's.
+    orvex_event dead{};
+    dead.handle = left.get();
+    dead.creator = getpid();
+    std::snprintf(dead.object, sizeof dead.object, "%s", object);
+    orvex_event_unlink(&dead);
+}
+
+}  // namespace
 
 bool Event::Create(const char* name, EventReset reset, bool signalled) {
     Close();
@@ -24,6 +44,15 @@ bool Event::Reset() {
 
 bool Event::Wait(uint32_t limit_ms) {
     return orvex_event_wait(&event_, limit_ms) == 1;
+}
+
+void SweepEvents() {
+    std::error_code error;
+    for (std::filesystem::directory_iterator entry("/dev/shm", error), end; entry != end;
+         entry.increment(error)) {
+        const std::string object = '/' + entry->path().filename().string();
+        if (object.starts_with("/orvex.")) SweepEvent(object.c_str());
+    }
 }
 
 void LocalEvent::Set() {

@@ -1,17 +1,26 @@
 #include "platform/module.h"
 
 #include <algorithm>
+#include <array>
 #include <cctype>
+#include <climits>
+#include <cstdio>
 #include <cstdlib>
 #include <dlfcn.h>
 #include <filesystem>
 #include <string_view>
+#include <unistd.h>
 
 namespace platform {
 
 namespace {
 
-thread_local std::string last_failure;
+// A thread-local object with a destructor would keep the library from being unloaded.
+thread_local std::array<char, PATH_MAX> last_failure{};
+
+void RememberFailure(const char* text) {
+    std::snprintf(last_failure.data(), last_failure.size(), "%s", text);
+}
 
 std::string NativeName(std::string_view contract_name) {
     std::string name(contract_name);
@@ -26,65 +35,84 @@ std::string NativeName(std::string_view contract_name) {
 
 ModuleHandle Open(const std::string& name) {
     ModuleHandle module = dlopen(name.c_str(), RTLD_NOW | RTLD_LOCAL);
-    // A file that is there and can't be loaded tells more than those that are not there.
-    if (!module && last_failure.empty()) {
+    if (!module) {
         const char* text = dlerror();
-        last_failure = text ? text : "";
+        RememberFailure(text ? text : "");
     }
     return module;
 }
 
-ModuleHandle OpenIfPresent(const std::string& path) {
+bool IsThere(const std::string& path) {
     std::error_code error;
-    return std::filesystem::exists(path, error) ? Open(path) : nullptr;
+    return std::filesystem::exists(path, error);
 }
 
-ModuleHandle SearchModulePath(const std::string& name) {
-    const char* variable = std::getenv("ORVEX_MODULE_PATH");
+// The file of a bare name; the name itself, for the system to look for, when there is none.
+std::string FindFile(const std::string& name) {
+    const char* variable = secure_getenv("ORVEX_MODULE_PATH");
     std::string_view left = variable ? variable : "";
     while (!left.empty()) {
         const size_t end = std::min(left.find(':'), left.size());
         const std::string_view directory = left.substr(0, end);
         left.remove_prefix(std::min(end + 1, left.size()));
         if (directory.empty()) continue;
-        if (ModuleHandle module = OpenIfPresent(std::string(directory) + '/' + name)) return module;
+        if (std::string path = FullPath(directory) + '/' + name; IsThere(path)) return path;
     }
-    return nullptr;
+    for (const char* beside_library : {"/", "/orvex/"}) {
+        if (std::string path = std::string(LibraryDirectory()) + beside_library + name;
+            IsThere(path))
+            return path;
+    }
+    return name;
 }
 
-std::string FindLibraryDirectory() {
+// The name by which the loader knows the file of this library; null for none.
+const char* LoadedName() {
+    static const char inside = 0;
     Dl_info info{};
-    std::error_code error;
-    std::filesystem::path file;
-    if (dladdr(reinterpret_cast<void*>(&FindLibraryDirectory), &info) != 0 && info.dli_fname)
-        file = std::filesystem::canonical(info.dli_fname, error);
-    // The name of a program is as it was typed, and means nothing to another directory.
-    if (file.empty() || error) file = std::filesystem::canonical("/proc/self/exe", error);
-    return file.parent_path().string();
+    return dladdr(&inside, &info) != 0 ? info.dli_fname : nullptr;
 }
+
+// Where things were when the library was loaded: its name may be relative to a directory that the
+// application leaves later.
+struct LoadTime {
+    std::array<char, PATH_MAX> library_directory{};
+    std::array<char, PATH_MAX> working_directory{};
+
+    LoadTime() {
+        std::error_code error;
+        std::filesystem::path file;
+        if (const char* name = LoadedName()) file = std::filesystem::canonical(name, error);
+        // The name of a program is as it was typed, and says nothing.
+        if (file.empty() || error) file = std::filesystem::canonical("/proc/self/exe", error);
+        const std::string directory = file.parent_path().string();
+        std::snprintf(library_directory.data(), library_directory.size(), "%s", directory.c_str());
+        if (!getcwd(working_directory.data(), working_directory.size()))
+            working_directory.front() = '\0';
+    }
+};
+const LoadTime load_time;
+
+ModuleHandle kept_library = nullptr;
 
 }  // namespace
 
 ModuleHandle LoadModule(const char* contract_name) {
-    last_failure.clear();
+    RememberFailure("");
     if (!contract_name || !*contract_name) {
-        last_failure = "no module name";
+        RememberFailure("no module name");
         return nullptr;
     }
     std::string name = NativeName(contract_name);
     if (const size_t slash = name.rfind('/'); slash != std::string::npos) {
-        if (ModuleHandle module = OpenIfPresent(name)) return module;
+        if (IsThere(name)) return Open(name);
         name.erase(0, slash + 1);
         if (name.empty()) {
-            last_failure = "no module name";
+            RememberFailure("no module name");
             return nullptr;
         }
     }
-    if (ModuleHandle module = SearchModulePath(name)) return module;
-    const std::string directory = LibraryDirectory();
-    if (ModuleHandle module = OpenIfPresent(directory + '/' + name)) return module;
-    if (ModuleHandle module = OpenIfPresent(directory + "/orvex/" + name)) return module;
-    return Open(name);
+    return Open(FindFile(name));
 }
 
 void* FindSymbol(ModuleHandle module, const char* name) {
@@ -96,12 +124,34 @@ void ReleaseModule(ModuleHandle module) {
 }
 
 std::string ModuleErrorText() {
-    return last_failure;
+    return last_failure.data();
 }
 
-std::string LibraryDirectory() {
-    static const std::string directory = FindLibraryDirectory();
-    return directory;
+const char* LibraryDirectory() {
+    return load_time.library_directory.data();
+}
+
+std::string FullPath(std::string_view path) {
+    const std::string_view start = load_time.working_directory.data();
+    std::string full(path);
+    if (!full.empty() && full.front() != '/' && !start.empty())
+        full.insert(0, std::string(start) + '/');
+    return full;
+}
+
+// The loader finds what is loaded by the name that it knows, whatever the directory is now.
+void KeepLibrary() {
+    const char* const name = LoadedName();
+    if (name && !kept_library) kept_library = dlopen(name, RTLD_NOW | RTLD_NOLOAD);
+}
+
+void KeepLibraryForGood() {
+    if (const char* const name = LoadedName()) dlopen(name, RTLD_NOW | RTLD_NOLOAD | RTLD_NODELETE);
+}
+
+void ReleaseLibrary() {
+    if (kept_library) dlclose(kept_library);
+    kept_library = nullptr;
 }
 
 }  // namespace platform

@@ -67,9 +67,10 @@ bool WalkSection(std::string_view text, std::string_view section,
 }
 
 std::string FindFile() {
-    const char* variable = std::getenv("ORVEX_REGISTRY");
-    const std::array<std::string, 3> places = {variable ? variable : "", "/etc/orvex/registry.ini",
-                                               LibraryDirectory() + "/orvex.ini"};
+    const char* variable = secure_getenv("ORVEX_REGISTRY");
+    const std::array<std::string, 3> places = {FullPath(variable ? variable : ""),
+                                               "/etc/orvex/registry.ini",
+                                               LibraryDirectory() + std::string("/orvex.ini")};
     for (const std::string& place : places) {
         std::error_code error;
         if (std::filesystem::is_regular_file(place, error)) return place;

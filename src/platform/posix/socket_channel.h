@@ -23,6 +23,9 @@ class SocketChannel : public DeviceChannel {
     void Forget() override;
     bool Post(uint32_t bytes, uint64_t key) override;
     size_t Take(std::span<Completion> entries, uint32_t limit_ms) override;
+    size_t Outstanding() override;
+    bool IsUntouched(size_t count) override;
+    bool HasMore() override;
 
   private:
     static constexpr size_t batch = 32;
@@ -40,8 +43,11 @@ class SocketChannel : public DeviceChannel {
     Completion ReturnOrphan(uint32_t slot);
     size_t ReceiveFromSocket(size_t count);
     size_t ReceiveFromDevice(size_t count);
+    bool Polls(short event) const;
     bool HungUp() const;
 
+    // Held while messages are between the descriptor and their requests; taken before the next.
+    std::mutex receive_lock_;
     std::mutex lock_;  // guards all but what only the taking thread uses
     Descriptor file_;
     Descriptor poll_;

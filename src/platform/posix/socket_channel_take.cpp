@@ -66,6 +66,7 @@ size_t SocketChannel::TakeLocal(std::span<Completion> entries) {
 size_t SocketChannel::TakeMessages(std::span<Completion> entries) {
     const size_t count = std::min(entries.size(), batch);
     if (count == 0) return 0;
+    const std::lock_guard receive_guard(receive_lock_);
     const size_t received = is_socket_ ? ReceiveFromSocket(count) : ReceiveFromDevice(count);
     size_t taken = 0;
     const std::lock_guard guard(lock_);
@@ -123,9 +124,29 @@ size_t SocketChannel::ReceiveFromDevice(size_t count) {
     return received;
 }
 
+bool SocketChannel::Polls(short event) const {
+    pollfd state{file_.get(), event, 0};
+    return poll(&state, 1, 0) > 0 && (state.revents & (event | POLLHUP | POLLERR)) != 0;
+}
+
 bool SocketChannel::HungUp() const {
-    pollfd state{file_.get(), POLLRDHUP, 0};
-    return poll(&state, 1, 0) > 0 && (state.revents & (POLLRDHUP | POLLHUP | POLLERR)) != 0;
+    return Polls(POLLRDHUP);
+}
+
+size_t SocketChannel::Outstanding() {
+    const std::lock_guard guard(lock_);
+    return slots_.InUse();
+}
+
+bool SocketChannel::HasMore() {
+    const std::scoped_lock guard(receive_lock_, lock_);
+    return !dead_ && Polls(POLLIN);
+}
+
+bool SocketChannel::IsUntouched(size_t count) {
+    const std::scoped_lock guard(receive_lock_, lock_);
+    const bool all = slots_.InUse() == count && cancelled_.count + orphaned_.count == 0;
+    return all && !dead_ && !Polls(POLLIN);
 }
 
 void SocketChannel::Die() {

@@ -6,11 +6,15 @@
 #include <cerrno>
 #include <cstring>
 #include <ctime>
+#include <mutex>
 #include <poll.h>
 #include <string_view>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <unistd.h>
+
+#include "platform/append_file.h"
+#include "platform/fork.h"
 
 namespace platform {
 
@@ -24,13 +28,27 @@ constexpr uint32_t timer_min_ms = 1;
 constexpr uint32_t timer_max_ms = 1'000'000;
 
 std::atomic<unsigned long> former_timer_slack{0};
+std::atomic<uint32_t> timer_thread{0};  // whose slack that was
 
-// Gives up when the reader of a full pipe has gone to sleep.
+constinit std::atomic<uint32_t> process_id{0};
+thread_local uint32_t thread_id = 0;
+
+const ForkHandler ask_ids_anew([] {
+    process_id = 0;
+    thread_id = 0;
+});
+
+// The C library has a lock of its own for the zone, which a child would find held for ever.
+std::mutex local_time_lock;
+const ForkHandler keep_local_time([] { local_time_lock.lock(); }, [] { local_time_lock.unlock(); });
+
+// Gives up when the reader of a full pipe has gone, or gone to sleep.
 void WriteStandardError(std::string_view text) {
     constexpr size_t pipe_piece = 4096;
+    const NoWriteSignals quiet;
     while (!text.empty()) {
         pollfd ready{STDERR_FILENO, POLLOUT, 0};
-        if (poll(&ready, 1, 0) != 1 || !(ready.revents & POLLOUT)) return;
+        if (poll(&ready, 1, 0) != 1 || ready.revents != POLLOUT) return;
         const ssize_t written =
             write(STDERR_FILENO, text.data(), std::min(text.size(), pipe_piece));
         if (written <= 0) return;
@@ -59,7 +77,10 @@ int64_t WallClockTicks() {
 std::string FormatLocalTime(int64_t seconds, const char* format) {
     const time_t time = seconds;
     tm local{};
-    if (!localtime_r(&time, &local)) return {};
+    {
+        const std::lock_guard guard(local_time_lock);
+        if (!localtime_r(&time, &local)) return {};
+    }
     std::array<char, 256> text;
     return std::string(text.data(), std::strftime(text.data(), text.size(), format, &local));
 }
@@ -67,18 +88,14 @@ std::string FormatLocalTime(int64_t seconds, const char* format) {
 // Asking the system costs as much as the rest of a record of the trace; only a fork changes the
 // answer.
 uint32_t ProcessId() {
-    static std::atomic<uint32_t> id{0};
-    static const auto ask = [] { id.store(static_cast<uint32_t>(getpid())); };
-    static const bool kept = [] {
-        ask();
-        return pthread_atfork(nullptr, nullptr, ask) == 0;
-    }();
-    return kept ? id.load(std::memory_order_relaxed) : static_cast<uint32_t>(getpid());
+    uint32_t id = process_id.load(std::memory_order_relaxed);
+    if (id == 0) process_id = id = static_cast<uint32_t>(getpid());
+    return id;
 }
 
 uint32_t ThreadId() {
-    thread_local const auto id = static_cast<uint32_t>(syscall(SYS_gettid));
-    return id;
+    if (thread_id == 0) thread_id = static_cast<uint32_t>(syscall(SYS_gettid));
+    return thread_id;
 }
 
 std::string ErrorText(uint32_t code) {
@@ -114,11 +131,14 @@ int32_t BeginTimerPeriod(uint32_t period_ms) {
     const int slack = prctl(PR_GET_TIMERSLACK);
     if (slack < 0 || prctl(PR_SET_TIMERSLACK, 1ul) != 0) return errno;
     former_timer_slack = static_cast<unsigned long>(slack);
+    timer_thread = ThreadId();
     return 0;
 }
 
 int32_t EndTimerPeriod(uint32_t period_ms) {
     if (period_ms < timer_min_ms || period_ms > timer_max_ms) return timer_no_can_do;
+    // Nobody can give it back to another thread.
+    if (timer_thread != ThreadId()) return 0;
     return prctl(PR_SET_TIMERSLACK, former_timer_slack.load()) == 0 ? 0 : errno;
 }
 

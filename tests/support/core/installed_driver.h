@@ -2,6 +2,7 @@
 
 #include "device/ddi.h"
 #include "device/device_table.h"
+#include "state/camera_tables.h"
 #include "support/scripted_driver.h"
 
 namespace support {
@@ -19,6 +20,7 @@ class InstalledDriver {
     explicit InstalledDriver(ScriptedDriver& driver) : driver_(driver) {
         g_orvex_ddi = {};
         driver_.init(&g_orvex_ddi);
+        total_cams = g_orvex_ddi.camCount;
     }
     ~InstalledDriver() {
         for (int16 hcam = 0; hcam < static_cast<int16>(driver_.size()); ++hcam) {
@@ -28,6 +30,7 @@ class InstalledDriver {
         }
         driver_.uninit(&g_orvex_ddi);
         g_orvex_ddi = {};
+        total_cams = 0;
     }
     InstalledDriver(const InstalledDriver&) = delete;
     InstalledDriver& operator=(const InstalledDriver&) = delete;

@@ -47,6 +47,8 @@ struct State {
     std::vector<int16_t> opened;
     std::vector<Common> common;
     std::vector<Processed> processed;
+    uint32_t beside = 0;        // modules that are counted and not there
+    uint32_t counts_asked = 0;  // of parameters of a module
     bool refuse_reads = false;
     bool refuse_writes = false;
     bool refuse_common = false;
@@ -114,7 +116,7 @@ POST_PROCESSING_EXPORT int32_t dll_process(int16_t hcam, void* input, void* outp
 #endif
 
 POST_PROCESSING_EXPORT uint32_t dll_get_module_count(int16_t) {
-    return static_cast<uint32_t>(state().modules.size());
+    return static_cast<uint32_t>(state().modules.size()) + state().beside;
 }
 
 POST_PROCESSING_EXPORT int32_t dll_get_module_info(int16_t, uint32_t module, const char* key,
@@ -125,6 +127,7 @@ POST_PROCESSING_EXPORT int32_t dll_get_module_info(int16_t, uint32_t module, con
 }
 
 POST_PROCESSING_EXPORT uint32_t dll_get_module_parameter_count(int16_t, uint32_t module) {
+    ++state().counts_asked;
     return module < state().modules.size()
                ? static_cast<uint32_t>(state().modules[module].parameters.size())
                : 0;

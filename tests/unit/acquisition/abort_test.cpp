@@ -64,12 +64,6 @@ TEST_F(Abort, NoChangeOnlyIdlesTheTransfer) {
         ElementsAre(DV_GET_IMAGE_DATA_STATUS, DV_SET_IMAGE_DATA_IDLE, DV_CLEANUP_IMAGE_DATA_IDLE));
 }
 
-TEST_F(Abort, RefusedHaltFails) {
-    camera_.camera().fail_write();
-    EXPECT_EQ(Run(CCS_HALT), 0);
-    EXPECT_EQ(camera_.cam_info().exp_started, 0);
-}
-
 TEST_F(Abort, StopsAnAcquisition) {
     camera_.reads().cap_stop_acquisition = 1;
     camera_.firmware().reply(STOP_ACQUISITION, 4, 1);
@@ -89,10 +83,57 @@ TEST_F(Abort, StopsAnAcquisition) {
     EXPECT_EQ(Run(CCS_HALT), 0);
     EXPECT_EQ(camera_.camera().ioctls()[0].in, hex("58 1B 00 00"));
     EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), C2_INDEX_OUT_OF_RANGE);
-
-    camera_.camera().fail_write();
-    EXPECT_EQ(Run(CCS_HALT), 0);
     EXPECT_EQ(camera_.cam_info().exp_started, 0);
+}
+
+TEST(PostAbortWait, IsWhatIsLeftAndNeverLong) {
+    const std::tuple<int64, uns32, uns32> cases[] = {
+        {50'999'999, 20, 30},        {50'000'000, 50, 0},         {5'000'000, 10, 0},
+        {-1'000'000'000, 0, 0},      {10'000'000'000, 0, 10'000}, {11'000'000'000, 10, 9'990},
+        {int64{1} << 62, 0, 10'000},
+    };
+    for (const auto& [delay, waited_ms, wait_ms] : cases) {
+        EXPECT_EQ(bv::PostAbortWaitMs(delay, waited_ms), wait_ms) << delay;
+    }
+}
+
+// Success means that nothing is written into the buffer any more, so a failure is no end.
+TEST_F(Abort, RefusedStopIsTakenAgain) {
+    struct Case {
+        uns16 stops;  // the camera knows how to stop
+        void (*refuse)(support::ScriptedCamera& camera, bool refused);
+        uint32_t disarmed_by;
+    };
+    const Case cases[] = {
+        {1, [](support::ScriptedCamera& camera, bool refused) { camera.fail_write(refused); },
+         DV_STOP_DATA_TRANSFER},
+        {1,
+         [](support::ScriptedCamera& camera, bool refused) {
+             camera.refuse(DV_STOP_DATA_TRANSFER, refused);
+         },
+         DV_STOP_DATA_TRANSFER},
+        {0,
+         [](support::ScriptedCamera& camera, bool refused) {
+             camera.refuse(DV_SET_IMAGE_DATA_IDLE, refused);
+         },
+         DV_SET_IMAGE_DATA_IDLE},
+    };
+    camera_.firmware().reply(STOP_ACQUISITION, 4, 0);
+    camera_.camera().driver_status(DRIVER_STATUS_EXPOSING, 0);
+    for (const Case& row : cases) {
+        SCOPED_TRACE(testing::Message() << row.stops << " by " << row.disarmed_by);
+        camera_.reads().cap_stop_acquisition = row.stops;
+        row.refuse(camera_.camera(), true);
+        EXPECT_EQ(Run(CCS_HALT), 0);
+        row.refuse(camera_.camera(), false);
+        camera_.camera().forget();
+        bv::ApiGlobal::ClearErrorCode(EXT_OPEN_EXCLUSIVE);
+        EXPECT_EQ(bv_exp_abort(camera_.hcam, CCS_HALT), 1);
+        EXPECT_EQ(camera_.writes().size(), 1u);
+        EXPECT_THAT(camera_.camera().ioctl_codes(), testing::Contains(row.disarmed_by));
+        EXPECT_EQ(bv_exp_abort(camera_.hcam, CCS_HALT), 1);
+        EXPECT_EQ(camera_.writes().size(), 1u);
+    }
 }
 
 // Lower bounds only: a slow machine may take longer.

@@ -1,5 +1,6 @@
 #include "acquisition/continuous.h"
 
+#include <algorithm>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <vector>
@@ -94,6 +95,19 @@ TEST_F(Continuous, StartArmsTheRing) {
     camera_.camera().fail_write();
     EXPECT_EQ(Start(4), 0);
     EXPECT_EQ(camera_.cam_info().exp_started, 0);
+}
+
+// The run that goes on is ended first, by the same messages, and does not take the buffer along.
+TEST_F(Continuous, StartEndsTheRunThatGoesOn) {
+    ASSERT_EQ(Prepare(), 1);
+    ASSERT_EQ(Start(4), 1);
+    camera_.camera().driver_status(DRIVER_STATUS_EXPOSING, 0);
+    ASSERT_EQ(Start(8), 1);
+    EXPECT_THAT(camera_.writes(), ElementsAre(hex("3F 00 03 33 00 00"), hex("3F 00 01 2E")));
+    const std::vector<uint32_t> codes = camera_.camera().ioctl_codes();
+    const auto at = [&](uint32_t code) { return std::ranges::find(codes, code) - codes.begin(); };
+    EXPECT_LT(at(DV_SET_IMAGE_DATA_IDLE), at(DV_RECEIVE_IMAGE_DATA));
+    EXPECT_EQ(codes.back(), uint32_t{DV_RECEIVE_IMAGE_DATA});
 }
 
 struct RingCase {

@@ -24,15 +24,6 @@ TEST(FullProgram, OneFrameOperationByOperation) {
               "terminate");
 }
 
-TEST(FullProgram, BytesOfRecords) {
-    const Program program;
-    ASSERT_TRUE(PlainRun().Write(program));
-    const std::vector<uns8> wire = program.bytes();
-    EXPECT_THAT(std::vector<uns8>(wire.begin(), wire.begin() + 15),
-                testing::ElementsAre(0, 0, 27, 0, 0, 29, 0, 1, 12, 0, 10, 3, 0, 200, 7));
-    EXPECT_THAT(std::vector<uns8>(wire.end() - 3, wire.end()), testing::ElementsAre(0, 0, 0));
-}
-
 struct ProgramCase {
     const char* name;
     PlainRun run;
@@ -77,30 +68,18 @@ const ProgramCase heads[] = {
     {"ShutterStaysShut",
      {.shtr_open_mode = OPEN_NEVER, .shtr_open_delay = 5, .shtr_close_delay = 7},
      modes + "close, scale 22, shift 200, expose 1"},
-    {"ShutterOpenForTheSequence",
-     {.shtr_open_mode = OPEN_PRE_SEQUENCE},
-     modes + "scale 10, open, shift 200, expose 1"},
     {"ShutterOpensOnAllOfTheSensor",
      {.shtr_open_mode = OPEN_PRE_SEQUENCE, .frame_capable = 1},
      modes + "scale 10, both halves, open, shift 200, expose 1"},
     {"ShutterOpenAheadOfTheTrigger",
      {.exp_mode = STROBED_MODE, .shtr_open_mode = OPEN_PRE_TRIGGER, .preflash = 9},
      modes + "scale 10, shift 200, open, until trigger, flash 9, expose 1, close"},
-    {"ShutterLeftAlone",
-     {.shtr_open_mode = OPEN_NO_CHANGE},
-     modes + "scale 10, shift 200, expose 1"},
     {"StrobedWithClearing",
      {.exp_mode = STROBED_MODE, .clear_mode = CLEAR_PRE_EXPOSURE},
      modes + "scale 10, shift 200, clear until trigger, " + exposed},
-    {"Bulb",
-     {.exp_mode = BULB_MODE},
-     modes + "shift 200, until trigger, open, while trigger, close"},
     {"VariableTime",
      {.exp_mode = VARIABLE_TIMED_MODE, .exposure_time = 20000},
      modes + "shift 200, " + exposed},
-    {"TriggerStartsTheSequence",
-     {.exp_mode = TRIGGER_FIRST_MODE},
-     modes + "scale 10, clear until trigger, " + exposed},
     {"TriggerStartsWithoutSequenceClear",
      {.exp_mode = TRIGGER_FIRST_MODE, .clear_mode = CLEAR_PRE_EXPOSURE},
      modes + "scale 10, until trigger, shift 200, shift 200, " + exposed},

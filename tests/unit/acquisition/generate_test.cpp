@@ -64,25 +64,6 @@ class Generate : public testing::Test {
 
 }  // namespace
 
-TEST_F(Generate, PlainFrame) {
-    camera_.cam_info().exp_mode = 77;
-    ASSERT_EQ(Run(), 1);
-    EXPECT_EQ(frame_bytes_, 2000u);
-    EXPECT_EQ(camera_.cam_info().exp_mode, TIMED_MODE);
-    EXPECT_EQ((*script_)->data[2], OP_ANTIBLOOM_OFF);
-    EXPECT_EQ((*script_)->data[(*script_)->length - 1], OP_TERMINATE);
-    EXPECT_TRUE(trace_.contains("bv_script_generate: RETURN (OZ_OK, *buffer_size=2000)"));
-}
-
-TEST_F(Generate, SimplifiedDialect) {
-    camera_.reads().ccl_caps = CCL_CAPS_SIMPLIFIED;
-    camera_.cam_info().buf_mode = CIRC_OVERWRITE;
-    ASSERT_EQ(Run(), 1);
-    EXPECT_EQ((*script_)->length, 8 * 5 + 6 * 5);
-    EXPECT_EQ(support::Bytes((*script_)->data, (*script_)->data + 10),
-              hex("03 00 00 00 01 04 00 00 00 01"));
-}
-
 TEST_F(Generate, RegionRules) {
     regions_.clear();
     EXPECT_EQ(ErrorOf(), C3_RGN_INVALID);

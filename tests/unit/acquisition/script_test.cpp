@@ -14,15 +14,6 @@
 using program_test::Program;
 using support::hex;
 
-TEST(Script, RecordsOfBothDialects) {
-    const Program program(4);
-    bv_script_load_op(OP_PARALLEL_DIS, 260);
-    bv_sCCL_script_load_op(OP_FRAME_COUNT, 10);
-    EXPECT_EQ(program.bytes(), hex("01 04 07 03 00 00 00 0A"));
-    EXPECT_EQ(program.script().length, 0);
-    EXPECT_EQ(program.script().groups, nullptr);
-}
-
 TEST(Script, FullSpaceCountsAsTooLong) {
     const Program program;
     for (int i = 0; i < 8191; ++i) bv_script_load_op(OP_CLEAR, 0);
@@ -82,13 +73,6 @@ TEST(Script, SendPicksTheClassByDialect) {
     EXPECT_EQ(camera.writes().back(), hex("26 00 03 00 01 04"));
     EXPECT_TRUE(
         trace.contains("bv_script_send: About to send SIMPLIFIED_CCL_COMMANDS with 3 bytes"));
-}
-
-TEST(Script, OperationTexts) {
-    EXPECT_STREQ(bv_text_op(36), "OP_PARALLEL_CLEAR");
-    EXPECT_STREQ(bv_text_op(37), "<UNKNOWN>");
-    EXPECT_STREQ(bv_text_op_group(13), "OP_SENSOR_CLEAR_COUNT");
-    EXPECT_STREQ(bv_text_op_group(14), "<UNKNOWN>");
 }
 
 TEST(SimplifiedProgram, IsAListOfSettings) {

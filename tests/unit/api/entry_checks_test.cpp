@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <mutex>
@@ -70,83 +69,41 @@ bool Checks(const Operation& operation, size_t argument) {
            !unchecked_pointers.contains(operation.name + "." + operation.words[argument]);
 }
 
-// One argument of one operation.
-struct Argument {
-    const Operation* operation;
-    size_t index;
-
-    const std::string& word() const { return operation->words[index]; }
-};
-
-std::ostream& operator<<(std::ostream& out, const Argument& argument) {
-    return out << argument.operation->name << "_" << argument.word();
-}
-
-std::vector<Argument> PointerArguments(bool checked) {
-    std::vector<Argument> found;
-    for (const Operation& operation : Operations()) {
-        for (size_t i = 0; i < operation.words.size(); ++i) {
-            if (operation.pointers[i] && Checks(operation, i) == checked) {
-                found.push_back({&operation, i});
-            }
-        }
-    }
-    return found;
-}
-
-std::vector<const Operation*> OperationsWith(std::initializer_list<bv::ApiLock> locks) {
-    std::vector<const Operation*> found;
-    for (const Operation& operation : Operations()) {
-        if (std::ranges::find(locks, ExpectedLock(operation.name)) != locks.end()) {
-            found.push_back(&operation);
-        }
-    }
-    return found;
-}
-
-const auto operation_name = [](const auto& row) { return row.param->name; };
-
-class Locks : public testing::TestWithParam<const Operation*> {
-  protected:
-    const Operation& operation() const { return *GetParam(); }
-
-    support::TestCamera camera_;
-};
-
 // The error-checking mutexes tell by an exception that an operation wants what this thread holds.
-TEST_P(Locks, AreThoseOfTheOperation) {
-    const bv::ApiLock expected = ExpectedLock(operation().name);
-    EXPECT_EQ(operation().lock, expected);
-    if (expected == bv::ApiLock::none) {
-        std::lock_guard global(api_global_mutex);
-        std::lock_guard camera(api_camera_mutexes[0]);
-        EXPECT_NO_THROW(operation().call(0));
-        return;
+TEST(Locks, AreThoseOfTheOperation) {
+    const support::TestCamera camera;
+    for (const Operation& operation : Operations()) {
+        SCOPED_TRACE(operation.name);
+        const bv::ApiLock expected = ExpectedLock(operation.name);
+        EXPECT_EQ(operation.lock, expected);
+        if (expected == bv::ApiLock::none) {
+            std::lock_guard global(api_global_mutex);
+            std::lock_guard held(api_camera_mutexes[0]);
+            EXPECT_NO_THROW(operation.call(0));
+            continue;
+        }
+        std::lock_guard held(expected == bv::ApiLock::global ? api_global_mutex
+                                                             : api_camera_mutexes[0]);
+        EXPECT_THROW(operation.call(no_nulls), std::system_error);
     }
-    std::lock_guard held(expected == bv::ApiLock::global ? api_global_mutex
-                                                         : api_camera_mutexes[0]);
-    EXPECT_THROW(operation().call(no_nulls), std::system_error);
 }
 
-INSTANTIATE_TEST_SUITE_P(Operations, Locks,
-                         testing::ValuesIn(OperationsWith({bv::ApiLock::none, bv::ApiLock::global,
-                                                           bv::ApiLock::camera})),
-                         operation_name);
-
-class BadHandles : public Locks {};
-
-TEST_P(BadHandles, AreRejectedBeforeTheErrorIsCleared) {
-    camera_.cam_info().open = 0;
-    support::TraceCapture trace;
-    EXPECT_FALSE(operation().call(0));
-    const std::vector<std::string> messages = trace.messages();
-    EXPECT_TRUE(trace.failed_with(C0_INVALID_HANDLE, "Invalid camera handle or camera not open"));
-    EXPECT_THAT(messages, testing::Not(testing::Contains(testing::HasSubstr("ClearErrorCode"))));
-    EXPECT_EQ(messages.back(), "bv::ApiEntryLayer::" + operation().name + ": RETURN (OZ_FAIL)");
+TEST(BadHandles, AreRejectedBeforeTheErrorIsCleared) {
+    support::TestCamera camera;
+    camera.cam_info().open = 0;
+    for (const Operation& operation : Operations()) {
+        if (operation.lock != bv::ApiLock::camera) continue;
+        SCOPED_TRACE(operation.name);
+        support::TraceCapture trace;
+        EXPECT_FALSE(operation.call(0));
+        const std::vector<std::string> messages = trace.messages();
+        EXPECT_TRUE(
+            trace.failed_with(C0_INVALID_HANDLE, "Invalid camera handle or camera not open"));
+        EXPECT_THAT(messages,
+                    testing::Not(testing::Contains(testing::HasSubstr("ClearErrorCode"))));
+        EXPECT_EQ(messages.back(), "bv::ApiEntryLayer::" + operation.name + ": RETURN (OZ_FAIL)");
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Operations, BadHandles,
-                         testing::ValuesIn(OperationsWith({bv::ApiLock::camera})), operation_name);
 
 // A handle that was good when a call came may be a closed camera's when its turn comes.
 TEST(WaitingCall, IsRejectedWhenTheCameraWasClosedMeanwhile) {
@@ -167,57 +124,36 @@ TEST(WaitingCall, IsRejectedWhenTheCameraWasClosedMeanwhile) {
     EXPECT_TRUE(trace.failed_with(C0_INVALID_HANDLE, "Invalid camera handle or camera not open"));
 }
 
-class Nulls : public testing::TestWithParam<Argument> {
-  protected:
-    const Operation& operation() const { return *GetParam().operation; }
+// From the argument on all are null: the first one that must not be is told, and ends the call.
+TEST(Nulls, EndTheCallUnlessTheyAreAllowed) {
+    size_t allowed = 0;
+    for (const Operation& operation : Operations()) {
+        for (size_t first = 0; first < operation.words.size(); ++first) {
+            if (!operation.pointers[first]) continue;
+            SCOPED_TRACE(operation.name + "." + operation.words[first]);
+            if (!Checks(operation, first)) ++allowed;
+            size_t refused = first;
+            while (refused < operation.words.size() && !Checks(operation, refused)) ++refused;
 
-    support::TestCamera camera_;
-};
-
-class RefusedNulls : public Nulls {};
-
-// All arguments behind it are null, too: the first one is told.
-TEST_P(RefusedNulls, EndTheCall) {
-    support::TraceCapture trace;
-    EXPECT_FALSE(operation().call(GetParam().index));
-    const std::vector<std::string> messages = trace.messages();
-    const std::string text = "Argument '" + GetParam().word() + "' is null";
-    EXPECT_TRUE(trace.failed_with(C0_NULL_POINTER, text));
-    const std::string entry = "bv::ApiEntryLayer::" + operation().name;
-    EXPECT_EQ(trace.messages(bv::log_error), std::vector{entry + ": " + text});
-    EXPECT_THAT(messages,
-                testing::Not(testing::Contains(testing::StartsWith("bv::ApiExecLayer::"))));
-    EXPECT_THAT(messages.back(), testing::StartsWith(entry + ": RETURN ("));
-}
-
-INSTANTIATE_TEST_SUITE_P(Arguments, RefusedNulls, testing::ValuesIn(PointerArguments(true)),
-                         testing::PrintToStringParamName());
-
-class AllowedNulls : public Nulls {};
-
-TEST_P(AllowedNulls, ReachTheNextCheckOrTheWork) {
-    support::TraceCapture trace;
-    operation().call(GetParam().index);
-    std::string expected = "bv::ApiExecLayer::";
-    for (size_t i = operation().words.size(); i-- > GetParam().index;) {
-        if (Checks(operation(), i)) expected = "Argument '" + operation().words[i] + "' is null";
+            const support::TestCamera camera;
+            support::TraceCapture trace;
+            const bool answered = operation.call(first);
+            const std::vector<std::string> messages = trace.messages();
+            const auto work = testing::Contains(testing::StartsWith("bv::ApiExecLayer::"));
+            if (refused == operation.words.size()) {
+                EXPECT_THAT(messages, work);
+                continue;
+            }
+            const std::string entry = "bv::ApiEntryLayer::" + operation.name;
+            const std::string text = "Argument '" + operation.words[refused] + "' is null";
+            EXPECT_FALSE(answered);
+            EXPECT_TRUE(trace.failed_with(C0_NULL_POINTER, text));
+            EXPECT_EQ(trace.messages(bv::log_error), std::vector{entry + ": " + text});
+            EXPECT_THAT(messages, testing::Not(work));
+            EXPECT_THAT(messages.back(), testing::StartsWith(entry + ": RETURN ("));
+        }
     }
-    EXPECT_THAT(trace.messages(), testing::Contains(testing::HasSubstr(expected)));
-    EXPECT_THAT(trace.messages(), testing::Not(testing::Contains(testing::HasSubstr(
-                                      "Argument '" + GetParam().word() + "' is null"))));
-}
-
-INSTANTIATE_TEST_SUITE_P(Arguments, AllowedNulls, testing::ValuesIn(PointerArguments(false)),
-                         testing::PrintToStringParamName());
-
-TEST(LockClasses, HaveTheirSizes) {
-    size_t sizes[3] = {};
-    for (const Operation& operation : Operations()) ++sizes[static_cast<int>(operation.lock)];
-    EXPECT_THAT(sizes, testing::ElementsAre(8U, 35U, 121U));
-}
-
-TEST(UncheckedPointers, AreAllFound) {
-    EXPECT_EQ(PointerArguments(false).size(), unchecked_pointers.size());
+    EXPECT_EQ(allowed, unchecked_pointers.size());
 }
 
 }  // namespace

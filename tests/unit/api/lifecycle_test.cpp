@@ -121,13 +121,6 @@ TEST_F(Lifecycle, SecondStartIsRefusedAndHarmless) {
     EXPECT_STREQ(name, "Second");
 }
 
-TEST_F(Lifecycle, EndWithoutStartStillFlushes) {
-    support::TraceCapture trace;
-    EXPECT_EQ(ox_orvex_uninit(), 0);
-    EXPECT_TRUE(trace.failed_with(C2_ORVEX_NOT_INITED, "ORVEX is not initialized"));
-    EXPECT_EQ(driver_.uninits(), 0U);
-}
-
 TEST_F(Lifecycle, FailedStartCanBeRepeated) {
     driver_.init_result(0);
     EXPECT_EQ(ox_orvex_init(), 0);
@@ -139,19 +132,6 @@ TEST_F(Lifecycle, FailedStartCanBeRepeated) {
     EXPECT_EQ(ox_orvex_init(), 1);
 }
 
-TEST_F(Lifecycle, EndClosesWhatIsOpen) {
-    ASSERT_EQ(ox_orvex_init(), 1);
-    char name[] = "Second";
-    int16 hcam = -1;
-    ASSERT_EQ(ox_cam_open(name, &hcam, EXT_OPEN_FW_UPDATE), 1);
-    EXPECT_EQ(hcam, 1);
-    EXPECT_EQ(ox_orvex_uninit(), 1);
-    EXPECT_EQ(driver_.camera(1).closes(), 1U);
-    EXPECT_EQ(driver_.camera(0).closes(), 0U);
-    EXPECT_EQ(driver_.uninits(), 1U);
-    EXPECT_EQ(ox_cam_check(hcam), 0);
-}
-
 TEST_F(Lifecycle, NotificationIsShownAtEachStart) {
     const Installation installation(Installation::Key("Notification=Please update.\n"));
     testing::internal::CaptureStderr();
@@ -159,14 +139,6 @@ TEST_F(Lifecycle, NotificationIsShownAtEachStart) {
     const std::string shown = testing::internal::GetCapturedStderr();
     EXPECT_THAT(shown, HasSubstr("ORVEX Notification"));
     EXPECT_THAT(shown, HasSubstr("Please update."));
-}
-
-TEST_F(Lifecycle, NoNotificationIsSilent) {
-    const Installation installation("");
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(ox_orvex_init(), 1);
-    EXPECT_EQ(ox_error_code(), 0);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
 class ModuleHook : public testing::Test {

@@ -83,8 +83,6 @@ TEST_P(Traces, ShowArgumentsAndResults) {
 }
 
 const TracedCall traced_calls[] = {
-    {"scalar_output", [] { ox_cam_get_total(&number); },
-     Nested("ox_cam_get_total", "totl_cams=" + Address(&number), "OZ_OK, *totl_cams=1")},
     {"text_output", [] { ox_cam_get_name(0, text); },
      Nested("ox_cam_get_name", "cam_num=0, cam_name=" + Address(text),
             "OZ_OK, cam_name='Camera 0'")},
@@ -125,10 +123,6 @@ const TracedCall traced_calls[] = {
             "hcam=0, param_id=PARAM_SHTR_OPEN_MODE(0x09020209), index=0, value=" + Address(&value) +
                 ", desc=" + Address(text) + ", length=0",
             "OZ_OK, *value=0, desc=<zero-size>")},
-    {"camera_state", [] { ox_exp_abort(0, CCS_HALT); },
-     Nested("ox_exp_abort", "hcam=0, cam_state=CCS_HALT(1)", "OZ_OK")},
-    {"floating_point", [] { ox_io_script_control(0, 7, 1.5, 9); },
-     Nested("ox_io_script_control", "hcam=0, addr=7, state=1.500000, location=9", "OZ_FAIL")},
     {"unknown_event", [] { ox_cam_deregister_callback(0, -1); },
      Nested("ox_cam_deregister_callback", "hcam=0, callback_event=<UNKNOWN>(4294967295)",
             "OZ_FAIL")},
@@ -138,8 +132,6 @@ const TracedCall traced_calls[] = {
     {"deprecated", [] { ox_ccd_get_clear_cycles(0, &word); },
      Nested("ox_ccd_get_clear_cycles", "[DEPRECATED] hcam=0, clear_cycles=" + Address(&word),
             "OZ_OK, *clear_cycles=2")},
-    {"deprecated_enumeration", [] { ox_exp_set_cont_mode(0, CIRC_OVERWRITE); },
-     Nested("ox_exp_set_cont_mode", "[DEPRECATED] hcam=0, mode=CIRC_OVERWRITE(1)", "OZ_OK")},
     {"deprecated_without_blank", [] { ox_spdtab_get_entries(0, &number); },
      Nested("ox_spdtab_get_entries", "[DEPRECATED]hcam=0, spdtab_entries=" + Address(&number),
             "OZ_OK, *spdtab_entries=2")},

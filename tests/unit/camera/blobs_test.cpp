@@ -72,14 +72,6 @@ TEST_F(BlobsTest, RequestWithoutMemoryIsRefused) {
     EXPECT_THAT(camera_.writes(), IsEmpty());
 }
 
-TEST_F(BlobsTest, GetRequest) {
-    Hold(hex("010203"));
-    Bytes blob(3);
-    EXPECT_EQ(bv_cam_get_binary_blob(hcam, 7, args_.data(), 2, blob.data(), 3), 1);
-    EXPECT_EQ(blob, stored_);
-    EXPECT_EQ(camera_.writes().back(), hex("3F 0011 26 9A 0007 00000000 0003 0002 A5A5 28 0003"));
-}
-
 TEST_F(BlobsTest, TravelsInChunks) {
     for (const auto& [size, chunks] :
          {std::pair{0u, 0u}, {1u, 1u}, {1024u, 1u}, {1025u, 2u}, {2500u, 3u}}) {
@@ -93,23 +85,7 @@ TEST_F(BlobsTest, TravelsInChunks) {
         blob.resize(size);
         EXPECT_EQ(blob, stored_);
     }
-}
-
-TEST_F(BlobsTest, GetRefusals) {
-    Hold(Counting(8));
-    Bytes blob(8);
-    EXPECT_TRUE(trace_.refused(bv_cam_get_binary_blob(hcam, 0, nullptr, 1, blob.data(), 8),
-                               C0_NULL_POINTER, "Got null args but non-zero args_size"));
-    EXPECT_TRUE(trace_.refused(bv_cam_get_binary_blob(hcam, 0, nullptr, 0, nullptr, 8),
-                               C0_NULL_POINTER, "Null blob given"));
-    EXPECT_THAT(camera_.writes(), IsEmpty());
-    EXPECT_TRUE(trace_.refused(bv_cam_get_binary_blob(hcam, 0, nullptr, 0, blob.data(), 7),
-                               C7_GEN_COM_ERROR, "This blob is bigger than buffer (8 > 7)"));
-    EXPECT_TRUE(trace_.refused(
-        bv_cam_get_binary_blob(hcam, 0, args_.data(), 1010, blob.data(), 8), C7_GEN_COM_ERROR,
-        "Max. blob chunk size is smaller than communication buffer (1024 < 1025)"));
-    EXPECT_EQ(camera_.firmware().count(GET_BINARY_BLOB), 0u);
-    EXPECT_EQ(bv_cam_get_binary_blob(hcam, 0, args_.data(), 1009, blob.data(), 8), 1);
+    EXPECT_EQ(camera_.writes().back(), hex("3F 000F 26 9A 0000 00000800 01C4 0000 28 01C4"));
 }
 
 TEST_F(BlobsTest, SetRequests) {
@@ -127,22 +103,39 @@ TEST_F(BlobsTest, SetRequests) {
               hex("0003 00000003 00000001 0001 02"));
 }
 
-TEST_F(BlobsTest, SetRefusals) {
-    camera_.firmware().reply(GET_BINARY_BLOB_SIZE, 4, 7);
-    const Bytes blob(8);
-    EXPECT_TRUE(trace_.refused(bv_cam_set_binary_blob(hcam, 0, nullptr, 1, blob.data(), 8),
-                               C0_NULL_POINTER, "Got null args but non-zero args_size"));
-    EXPECT_TRUE(trace_.refused(bv_cam_set_binary_blob(hcam, 0, nullptr, 0, nullptr, 8),
-                               C0_NULL_POINTER, "Null blob given"));
-    EXPECT_TRUE(trace_.refused(bv_cam_set_binary_blob(hcam, 0, nullptr, 0, blob.data(), 8),
-                               C2_CANNOT_ALLOCATE_MEMORY,
-                               "This blob is smaller than buffer (7 < 8)"));
-    EXPECT_TRUE(trace_.refused(
-        bv_cam_set_binary_blob(hcam, 0, args_.data(), 1005, blob.data(), 7), C7_GEN_COM_ERROR,
-        "Max. blob chunk size is smaller than communication buffer (1024 < 1024)"));
+TEST_F(BlobsTest, Refusals) {
+    Bytes blob(8);
+    const auto get = [&](const void* args, uns16 args_size, void* into, uns32 size) {
+        return bv_cam_get_binary_blob(hcam, 0, args, args_size, into, size);
+    };
+    const auto set = [&](const void* args, uns16 args_size, const void* from, uns32 size) {
+        return bv_cam_set_binary_blob(hcam, 0, args, args_size, from, size);
+    };
+    const auto null_args = "Got null args but non-zero args_size";
+    EXPECT_TRUE(trace_.refused(get(nullptr, 1, blob.data(), 8), C0_NULL_POINTER, null_args));
+    EXPECT_TRUE(trace_.refused(set(nullptr, 1, blob.data(), 8), C0_NULL_POINTER, null_args));
+    EXPECT_TRUE(trace_.refused(get(nullptr, 0, nullptr, 8), C0_NULL_POINTER, "Null blob given"));
+    EXPECT_TRUE(trace_.refused(set(nullptr, 0, nullptr, 8), C0_NULL_POINTER, "Null blob given"));
+    EXPECT_THAT(camera_.writes(), IsEmpty());
+
+    Hold(Counting(8));
+    const Bytes larger(9);
+    const auto small_chunk = [](const std::string& needed) {
+        return "Max. blob chunk size is smaller than communication buffer (1024 < " + needed + ")";
+    };
+    EXPECT_TRUE(trace_.refused(get(nullptr, 0, blob.data(), 7), C7_GEN_COM_ERROR,
+                               "This blob is bigger than buffer (8 > 7)"));
+    EXPECT_TRUE(trace_.refused(set(nullptr, 0, larger.data(), 9), C2_CANNOT_ALLOCATE_MEMORY,
+                               "This blob is smaller than buffer (8 < 9)"));
+    EXPECT_TRUE(trace_.refused(get(args_.data(), 1010, blob.data(), 8), C7_GEN_COM_ERROR,
+                               small_chunk("1025")));
+    EXPECT_TRUE(trace_.refused(set(args_.data(), 1005, blob.data(), 8), C7_GEN_COM_ERROR,
+                               small_chunk("1024")));
+    EXPECT_EQ(camera_.firmware().count(GET_BINARY_BLOB), 0u);
     EXPECT_EQ(camera_.firmware().count(SET_BINARY_BLOB), 0u);
+    EXPECT_EQ(get(args_.data(), 1009, blob.data(), 8), 1);
     camera_.firmware().reply(SET_BINARY_BLOB, 2, 5);
-    EXPECT_EQ(bv_cam_set_binary_blob(hcam, 0, nullptr, 0, blob.data(), 7), 0);
+    EXPECT_EQ(set(nullptr, 0, blob.data(), 8), 0);
     EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), C7_GEN_COM_ERROR);
 }
 

@@ -51,19 +51,6 @@ TEST_F(TablesTest, RowsBeginAnew) {
     EXPECT_TRUE(acq_cache[1].tidal_exp_params.empty());
 }
 
-TEST_F(TablesTest, UninitTwice) {
-    Publish(1);
-    ASSERT_EQ(oz_cam_init_globals(), 1);
-    for (int run = 0; run < 2; ++run) {
-        oz_cam_uninit_globals();
-        EXPECT_FALSE(pg_cam_info || pg_decode_info || pg_cam_cfg || pg_cam_reads);
-        EXPECT_EQ(total_cams, 0);
-    }
-    EXPECT_EQ(driver_.uninits(), 1u);
-    EXPECT_EQ(oz_cam_init_globals(), 1) << "and again";
-    EXPECT_EQ(total_cams, 1);
-}
-
 TEST_F(TablesTest, MachineWithoutCameras) {
     Publish(0);
     EXPECT_TRUE(trace_.refused(oz_cam_check(0), C2_ORVEX_NOT_INITED, "ORVEX is not initialized"));
@@ -75,14 +62,6 @@ TEST_F(TablesTest, MachineWithoutCameras) {
     int16 hcam = -1;
     EXPECT_EQ(bv_cam_open("Cam 0", &hcam, EXT_OPEN_EXCLUSIVE), 0);
     EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), C0_CAM_NAME_NOT_FOUND);
-}
-
-TEST_F(TablesTest, ModuleThatFails) {
-    Publish(1);
-    driver_.init_result(0);
-    EXPECT_EQ(oz_cam_init_globals(), 0);
-    EXPECT_NE(bv::ApiGlobal::GetErrorCode(), 0);
-    EXPECT_FALSE(pg_cam_info);
 }
 
 TEST_F(TablesTest, CamerasBeyondTheSixteenthAreLeftOut) {

@@ -16,16 +16,6 @@ bool Deliver(ImageTransfer& transfer, const std::vector<uint8_t>& frame) {
     return true;
 }
 
-TEST(ImageTransfer, ARingStartsOver) {
-    ImageTransfer transfer;
-    std::vector<uint8_t> buffer(4);
-    ASSERT_TRUE(transfer.Announce(Parameters(2, 4, 1)));
-    ASSERT_TRUE(transfer.Begin(buffer.data(), 4, 4));
-    for (uint8_t i = 1; i <= 5; ++i) EXPECT_TRUE(Deliver(transfer, {i, i}));
-    EXPECT_EQ(buffer, (std::vector<uint8_t>{5, 5, 4, 4}));
-    EXPECT_EQ(transfer.Frames(), 5u);
-}
-
 // Frames lie across the borders of the pieces that a large buffer comes in.
 TEST(ImageTransfer, FramesCrossPieces) {
     ImageTransfer transfer;

@@ -61,18 +61,6 @@ TEST_F(MessagePort, TheStatusBufferStaysUntilItIsCleared) {
     EXPECT_EQ(Reply(), (Bytes{7}));
 }
 
-TEST_F(MessagePort, DataBelongsToTheCommandInFront) {
-    const Bytes frame = {
-        63,   0,          12, SET_TIDAL_STREAM_EXP_PARAMS, 0, 1, 1, 2, 3, 4, SET_TEMP, 0xFF,
-        0xCE, SELECT_SPD, 9};
-    EXPECT_TRUE(port.Take(frame).acknowledged);
-    const std::vector<std::pair<uint8_t, Bytes>> expected = {
-        {SET_TIDAL_STREAM_EXP_PARAMS, {0, 1, 1, 2, 3, 4}},
-        {SET_TEMP, {0xFF, 0xCE}},
-        {SELECT_SPD, {9}}};
-    EXPECT_EQ(probe.heard, expected);
-}
-
 struct Broken {
     const char* name;
     Bytes frame;
@@ -114,15 +102,6 @@ INSTANTIATE_TEST_SUITE_P(
                     Broken{"BlobCut", {63, 0, 4, GET_BINARY_BLOB, 0, 0, 0}, 2},
                     Broken{"Refused", {63, 0, 3, SET_OFFSET, 0, 1}, 3}),
     [](const auto& test) { return std::string(test.param.name); });
-
-TEST_F(MessagePort, AStatusComesBeforeTheReplies) {
-    probe.about.reply_status = true;
-    port.Take(Bytes{63, 0, 5, CLEAR_STAT_BUF, PAR_SIZE, SEND_STAT_BUF, 0, 3});
-    EXPECT_EQ(Reply(), (Bytes{0, 1, 2}));
-    // A message that only writes asks for the status alone.
-    port.Take(Bytes{63, 0, 6, SET_TEMP, 0, 1, SEND_STAT_BUF, 0, 1});
-    EXPECT_EQ(Reply(), Bytes{0});
-}
 
 TEST_F(MessagePort, PluginCommandsHaveTheirOwnSizes) {
     const Bytes frame = {49, 0, 8, 10, 0x12, 0x34, CLEAR_STAT_BUF, 7, SEND_STAT_BUF, 0, 2};

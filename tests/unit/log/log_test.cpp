@@ -92,52 +92,23 @@ TEST_F(LogTest, KeepsTheOrderOfEachThread) {
 }
 
 TEST_F(LogTest, RecordsWhatBelongsToTheWritingThread) {
+    Log another(bv::log_debug);
     log_.AddListener(collector_);
     log_.IncreaseIndent();
     log_.IncreaseIndent();
+    another.IncreaseIndent();
+    EXPECT_EQ(another.GetIndent(), 1);
     log_.Write("COR", 3, "here");
-    std::thread([&] { log_.Write("COR", 3, "there"); }).join();
+    std::thread([&] {
+        EXPECT_FALSE(log_.DecreaseIndent());
+        log_.Write("COR", 3, "there");
+    }).join();
     ASSERT_TRUE(collector_->WaitFor(2));
     const auto entries = collector_->Entries();
     EXPECT_EQ(entries[0].indent, 2);
     EXPECT_EQ(entries[1].indent, 0);
     EXPECT_NE(entries[0].threadId, entries[1].threadId);
     EXPECT_EQ(entries[0].processId, entries[1].processId);
-}
-
-TEST_F(LogTest, DepthBelongsToThreadAndLog) {
-    Log first(3);
-    Log second(3);
-    first.IncreaseIndent();
-    first.IncreaseIndent();
-    second.IncreaseIndent();
-    EXPECT_EQ(first.GetIndent(), 2);
-    EXPECT_EQ(second.GetIndent(), 1);
-    std::thread([&] {
-        EXPECT_EQ(first.GetIndent(), 0);
-        EXPECT_FALSE(first.DecreaseIndent());
-    }).join();
-    EXPECT_TRUE(second.DecreaseIndent());
-    EXPECT_FALSE(second.DecreaseIndent());
-    EXPECT_EQ(first.GetIndent(), 2);
-}
-
-TEST_F(LogTest, FlushThrowsAwayWhatTheWorkerCantWriteInASecond) {
-    auto gate = std::make_shared<Gate>();
-    auto collector = std::make_shared<tests::Collector>();
-    {
-        Log log(bv::log_debug);
-        log.AddListener(gate);
-        log.AddListener(collector);
-        log.Write("COR", 0, "being written");
-        ASSERT_TRUE(gate->WaitUntilEntered());
-        for (int i = 0; i < 5; ++i) log.Write("COR", 0, "waiting");
-        EXPECT_EQ(log.Flush(), 5u);
-        EXPECT_EQ(log.Flush(), 0u);
-        gate->Open();
-        ASSERT_TRUE(collector->WaitFor(1));
-    }
-    EXPECT_THAT(collector->Messages(), ElementsAre("being written"));
 }
 
 TEST_F(LogTest, FlushWaitsForTheQueue) {
@@ -203,24 +174,6 @@ TEST_F(LogTest, RecordsWaitForTheEndOfLoading) {
     EXPECT_TRUE(log_.IsLevelEnabled(0));
     ASSERT_TRUE(collector_->WaitFor(1));
     EXPECT_THAT(collector_->Messages(), ElementsAre("early"));
-}
-
-TEST_F(LogTest, FlushWritesOnTheCallingThread) {
-    class ThreadNoter : public Log::IListener {
-      public:
-        void OnLogEntry(const Log::Entry&) override {
-            threads.push_back(std::this_thread::get_id());
-        }
-        std::vector<std::thread::id> threads;
-    };
-    auto noter = std::make_shared<ThreadNoter>();
-    log_.AddListener(noter);
-    Log::loaderLockMode = true;
-    log_.Write("COR", 0, "one");
-    log_.Write("COR", 0, "two");
-    EXPECT_EQ(log_.Flush(), 0u);
-    EXPECT_THAT(noter->threads,
-                ElementsAre(std::this_thread::get_id(), std::this_thread::get_id()));
 }
 
 // The worker is alive while the library is unloaded: what it holds is written first.

@@ -72,39 +72,6 @@ TEST(Scope, EntersExactlyOnce) {
                                            "E g: Log indentation is incorrect", "D g: RETURN ()"));
 }
 
-TEST(Scope, LeavesDepthAloneBelowTraceLevel) {
-    tests::Trace trace(bv::log_info);
-    {
-        LogScope scope(trace.log(), "COR", "f");
-        EXPECT_FALSE(scope.IsTraceEnabled());
-        EXPECT_TRUE(scope.IsLevelEnabled(bv::log_info));
-        scope.Line(bv::log_info, "told");
-        scope.Line(bv::log_debug, "not told");
-    }
-    EXPECT_THAT(trace.Lines(), ElementsAre("I f: told"));
-}
-
-TEST(Scope, DoesNothingWithoutLog) {
-    LogScope scope(nullptr, "COR", "f");
-    EXPECT_FALSE(scope.IsTraceEnabled());
-    EXPECT_FALSE(scope.IsLevelEnabled(bv::log_error));
-    scope.Enter("");
-    scope.Line(bv::log_error, "x");
-}
-
-TEST(Scope, ReturnsWhenAnExceptionPasses) {
-    tests::Trace trace;
-    EXPECT_THROW(
-        {
-            LogScope scope(trace.log(), "COR", "f");
-            scope.Enter("");
-            throw 1;
-        },
-        int);
-    EXPECT_EQ(trace.Lines().back(), "D f: RETURN ()");
-    EXPECT_EQ(trace.log()->GetIndent(), 0);
-}
-
 const char* TextOfNumber(int32_t value) {
     return value == 3 ? "THREE" : "<UNKNOWN>";
 }

@@ -4,7 +4,6 @@
 #include <fstream>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <regex>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -16,10 +15,7 @@
 using bv::Log;
 using bv::LoggerConsole;
 using bv::LoggerFile;
-using testing::ElementsAre;
 using testing::EndsWith;
-using testing::HasSubstr;
-using testing::MatchesRegex;
 
 namespace {
 
@@ -40,33 +36,6 @@ class Sinks : public testing::Test {
     const std::filesystem::path file_ = directory_ / "trace.log";
     const std::string pid_ = std::to_string(getpid());
 };
-
-TEST_F(Sinks, FileFramesItsRunWithBanners) {
-    Log::loaderLockMode = true;
-    {
-        auto log = std::make_shared<Log>(bv::log_debug);
-        LoggerFile sink(log, file_.c_str());
-        log->Write("COR", bv::log_error, "two\nlines");
-        log->Write("COR", bv::log_debug, "last");
-    }
-    const std::string prefix = "\\[[0-9]{6}\\.[0-9]{6} ";
-    const std::vector<std::string> lines = LinesOf(file_);
-    ASSERT_EQ(lines.size(), 8u);
-    EXPECT_EQ(lines[0], rule);
-    EXPECT_THAT(lines[1], MatchesRegex("\\[Current date: [0-9]{4}-[0-9]{2}-[0-9]{2}\\]"));
-    EXPECT_THAT(lines[2], MatchesRegex(prefix +
-                                       "\\*\\*\\* [0-9]{5,}:[0-9]{5,} I\\] "
-                                       "Logging started, PID " +
-                                       pid_));
-    EXPECT_THAT(lines[3], MatchesRegex(prefix + "COR [0-9]{5,}:[0-9]{5,} E\\] two<.n>lines"));
-    EXPECT_THAT(lines[4], MatchesRegex(prefix + "COR [0-9]{5,}:[0-9]{5,} D\\] last"));
-    EXPECT_THAT(lines[5], MatchesRegex(prefix +
-                                       "\\*\\*\\* [0-9]{5,}:[0-9]{5,} I\\] "
-                                       "Logging stopped, PID " +
-                                       pid_));
-    EXPECT_EQ(lines[6], rule);
-    EXPECT_EQ(lines[7], "");
-}
 
 TEST_F(Sinks, FileHasALineWhenItsRecordWasHandled) {
     auto log = std::make_shared<Log>(bv::log_debug);

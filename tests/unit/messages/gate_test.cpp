@@ -36,12 +36,6 @@ class GateTest : public testing::Test {
     std::vector<uns8> reply_ = std::vector<uns8>(70000);
 };
 
-TEST_F(GateTest, AsksForAsManyBytesAsTheMessage) {
-    EXPECT_EQ(Send(hex("26 0B 28 0002"), true), 1);
-    EXPECT_THAT(camera_.writes(), ElementsAre(hex("3F 0005 26 0B 28 0002")));
-    EXPECT_EQ(reply_[0] << 8 | reply_[1], support::TestCamera::par_size);
-}
-
 TEST_F(GateTest, LongestMessageAndReply) {
     EXPECT_EQ(Send(std::vector<uns8>(32768, CLEAR_STAT_BUF), false), 1);
     EXPECT_EQ(camera_.writes().back().size(), 32771u);
@@ -82,23 +76,12 @@ TEST_F(GateTest, RefusesAndSendsNothing) {
     EXPECT_THAT(camera_.writes(), IsEmpty());
 }
 
-TEST_F(GateTest, AnyClassMayWrite) {
-    EXPECT_EQ(Send(hex("0102"), false, CLASS_CCL_SCRIPT), 1);
-    EXPECT_THAT(camera_.writes(), ElementsAre(hex("3D 0002 0102")));
-}
-
 TEST_F(GateTest, RunningAcquisitionIsHaltedFirst) {
     camera_.cam_info().exp_started = uns16{1};
     EXPECT_EQ(Send(hex("26 0B 28 0002"), true), 1);
     EXPECT_THAT(camera_.writes(),
                 ElementsAre(hex("3F 0003 33 0000"), hex("3F 0005 26 0B 28 0002")));
     EXPECT_EQ(camera_.cam_info().exp_started, 0);
-}
-
-TEST_F(GateTest, TransportFailureIsPassedOn) {
-    camera_.camera().fail_read();
-    EXPECT_EQ(Send(hex("26 0B 28 0002"), true), 0);
-    EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), C7_DRIVER_COM_ERROR);
 }
 
 }  // namespace

@@ -33,12 +33,6 @@ TEST(VersionBlock, TagsAndText) {
     EXPECT_EQ(versions.text(9), "last");
 }
 
-TEST(VersionBlock, MissingPartsAreEmpty) {
-    EXPECT_EQ(bv::DescribeNode(1, "Head", Parse(Block({{4, "1"}, {5, "2"}, {6, "3"}}))),
-              "Head(CAM) -  @ 1.2.3");
-    EXPECT_EQ(bv::DescribeNode(0, "", {}), "(I/F) -  @ ..");
-}
-
 TEST(VersionBlock, TextOfTagFour) {
     const std::pair<std::string, const char*> blocks[] = {
         {"", ""},
@@ -56,11 +50,6 @@ TEST(VersionBlock, TextOfTagFour) {
     for (const auto& [block, text] : blocks) {
         EXPECT_EQ(Parse(block).text(4), text) << testing::PrintToString(block);
     }
-}
-
-TEST(VersionBlock, WhiteSpace) {
-    EXPECT_EQ(bv::TrimWhiteSpace(" \t a b\r\n\v\f"), "a b");
-    EXPECT_EQ(bv::TrimWhiteSpace(" \n"), "");
 }
 
 }  // namespace

@@ -21,16 +21,17 @@ constexpr uint32_t wait_limit_ms = 10000;
 class LaggingApplication {
   public:
     void Block(CallbackThread& thread) {
+        for (uns32 event = 0; event < OX_CALLBACK_MAX; ++event)
+            thread.Callbacks().Set(event, {reinterpret_cast<void*>(&Hear), this, CB_TYPE_EX3});
         thread.Enqueue(Event(OX_CALLBACK_CHECK_CAMS, 0));
         ASSERT_TRUE(entered_.Wait(wait_limit_ms));
     }
     void LetGo() { gate_.Set(); }
 
-    CallbackEvent Event(uns32 event, int32 frame) {
+    static CallbackEvent Event(uns32 event, int32 frame) {
         CallbackEvent made;
         made.event = event;
         made.frame_info.FrameNr = frame;
-        made.callback = {reinterpret_cast<void*>(&Hear), this, CB_TYPE_EX3};
         // The kind travels with the frame information, as no form of callback tells it.
         made.frame_info.ReadoutTime = static_cast<int32>(event);
         return made;
@@ -151,15 +152,20 @@ TEST(CallbackThread, RandomFramesKeepTheirOrder) {
     EXPECT_EQ(application.heard(), expected);
 }
 
-TEST(CallbackThread, CountsSurviveAResetWithEventsQueued) {
+// What is not about frames is no matter of a run.
+TEST(CallbackThread, ResetDropsTheFramesOfTheRunBefore) {
     LaggingApplication application;
     CallbackThread thread;
     application.Block(thread);
     thread.Reset(4);
-    for (int32 frame : {1, 2, 3}) thread.Enqueue(application.Event(OX_CALLBACK_EOF, frame));
+    for (uns32 event : {OX_CALLBACK_EOF, OX_CALLBACK_CAM_REMOVED, OX_CALLBACK_BOF})
+        thread.Enqueue(application.Event(event, 7));
     thread.Reset(4);
+    thread.Enqueue(application.Event(OX_CALLBACK_EOF, 1));
     application.LetGo();
-    ASSERT_TRUE(application.WaitFor(3));
+    ASSERT_TRUE(application.WaitFor(2));
+    EXPECT_EQ(application.heard(), (std::vector<std::pair<int32, int32>>{
+                                       {OX_CALLBACK_CAM_REMOVED, 7}, {OX_CALLBACK_EOF, 1}}));
     EXPECT_EQ(thread.Eof().queued, 0u);
 }
 
@@ -168,38 +174,55 @@ TEST(CallbackThread, CallbackMayDestroyItsOwnThreadAndWhatIsQueued) {
         std::unique_ptr<CallbackThread> thread = std::make_unique<CallbackThread>();
         LocalEvent queued{EventReset::manual, false};
         LocalEvent done{EventReset::manual, false};
+        std::atomic<int> calls{0};
     } context;
-    LaggingApplication application;
-    CallbackEvent event;
-    event.event = OX_CALLBACK_EOF;
-    event.callback = {reinterpret_cast<void*>(+[](void* argument) {
-                          auto& own = *static_cast<Context*>(argument);
-                          own.queued.Wait(wait_limit_ms);
-                          own.thread.reset();
-                          own.done.Set();
-                      }),
-                      &context, CB_TYPE_EX};
-    context.thread->Enqueue(event);
-    context.thread->Enqueue(application.Event(OX_CALLBACK_CAM_REMOVED, 1));
+    const auto end = reinterpret_cast<void*>(+[](void* argument) {
+        auto& own = *static_cast<Context*>(argument);
+        ++own.calls;
+        own.queued.Wait(wait_limit_ms);
+        own.thread.reset();
+        own.done.Set();
+    });
+    context.thread->Callbacks().Set(OX_CALLBACK_EOF, {end, &context, CB_TYPE_EX});
+    for (int32 frame : {1, 2})
+        context.thread->Enqueue(LaggingApplication::Event(OX_CALLBACK_EOF, frame));
     context.queued.Set();
     EXPECT_TRUE(context.done.Wait(wait_limit_ms));
-    EXPECT_FALSE(support::eventually([&] { return !application.heard().empty(); },
-                                     std::chrono::milliseconds(50)));
+    EXPECT_FALSE(
+        support::eventually([&] { return context.calls > 1; }, std::chrono::milliseconds(50)));
 }
 
-TEST(DeliveryThread, ThreadBehindALockOfItsEnderIsLeftToItself) {
-    auto mutex = std::make_shared<platform::ErrorCheckingMutex>();
-    auto ended = std::make_shared<LocalEvent>(EventReset::manual, false);
-    mutex->lock();
-    bv::DeliveryThread thread([=] {
-        mutex->lock();
-        mutex->unlock();
-        ended->Set();
-    });
-    EXPECT_FALSE(thread.Finish(100));
-    EXPECT_FALSE(ended->Wait(0));
-    mutex->unlock();
-    EXPECT_TRUE(ended->Wait(wait_limit_ms));
+// A caller who holds the lock leaves the thread to itself at once, another one after a while.
+TEST(DeliveryThread, ThreadBehindALockIsLeftToItself) {
+    for (const bool held_by_caller : {true, false}) {
+        auto mutex = std::make_shared<platform::ErrorCheckingMutex>();
+        auto ended = std::make_shared<LocalEvent>(EventReset::manual, false);
+        LocalEvent locked(EventReset::manual, false), unlock(EventReset::manual, false);
+        std::thread other;
+        if (held_by_caller) {
+            mutex->lock();
+        } else {
+            other = std::thread([&] {
+                const std::lock_guard guard(*mutex);
+                locked.Set();
+                unlock.Wait(wait_limit_ms);
+            });
+            ASSERT_TRUE(locked.Wait(wait_limit_ms));
+        }
+        bv::DeliveryThread thread([=] {
+            mutex->lock();
+            mutex->unlock();
+            ended->Set();
+        });
+        const auto begin = std::chrono::steady_clock::now();
+        EXPECT_FALSE(thread.Finish(held_by_caller ? 60000 : 100));
+        EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(30));
+        EXPECT_FALSE(ended->Wait(0));
+        if (held_by_caller) mutex->unlock();
+        unlock.Set();
+        if (other.joinable()) other.join();
+        EXPECT_TRUE(ended->Wait(wait_limit_ms));
+    }
 }
 
 TEST(DeliveryThread, SlowCallbackIsWaitedFor) {
@@ -207,48 +230,5 @@ TEST(DeliveryThread, SlowCallbackIsWaitedFor) {
     bv::DeliveryThread thread([=] { gate->Wait(300); });
     EXPECT_TRUE(thread.Finish(100));
 }
-
-// A function of each form notes what it was given.
-struct Given {
-    int calls = 0;
-    FRAME_INFO* info = nullptr;
-    void* context = nullptr;
-};
-Given given;
-
-class CallbackForms : public testing::TestWithParam<uns32> {};
-
-TEST_P(CallbackForms, GetTheArgumentsOfTheirType) {
-    void* const functions[] = {
-        reinterpret_cast<void*>(+[] { ++given.calls; }),
-        reinterpret_cast<void*>(+[](void* context) {
-            ++given.calls;
-            given.context = context;
-        }),
-        reinterpret_cast<void*>(+[](FRAME_INFO* info) {
-            ++given.calls;
-            given.info = info;
-        }),
-        reinterpret_cast<void*>(+[](FRAME_INFO* info, void* context) {
-            ++given.calls;
-            given.info = info;
-            given.context = context;
-        }),
-    };
-    given = {};
-    int context = 0;
-    const uns32 type = GetParam();
-    CallbackEvent event;
-    event.callback = {functions[type % 4], &context, type};
-    event.Deliver();
-    EXPECT_EQ(given.calls, type < 4 ? 1 : 0);
-    EXPECT_EQ(given.info, type == CB_TYPE_EX2 || type == CB_TYPE_EX3 ? &event.frame_info : nullptr);
-    EXPECT_EQ(given.context, type == CB_TYPE_EX || type == CB_TYPE_EX3 ? &context : nullptr);
-    event.callback.function = nullptr;
-    event.Deliver();
-    EXPECT_LE(given.calls, 1);
-}
-
-INSTANTIATE_TEST_SUITE_P(Types, CallbackForms, testing::Values(0, 1, 2, 3, 4, 0xFFFFFFFF));
 
 }  // namespace

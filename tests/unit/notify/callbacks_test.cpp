@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <limits>
 
+#include "state/api_locks.h"
 #include "support/core/test_camera.h"
 #include "support/core/trace_capture.h"
 
@@ -63,26 +64,6 @@ TEST_F(CallbacksTest, OperationsKeepToTheOrderOfLife) {
     ASSERT_EQ(orvex_callbacks_start(device()), 1);
 }
 
-TEST_F(CallbacksTest, ModuleDeliversFramesAndEvents) {
-    ASSERT_EQ(heard_.listen(hcam, OX_CALLBACK_EOF), 1);
-    ASSERT_EQ(orvex_callbacks_set_frame_count(device(), 10, 1), 1);
-    EXPECT_EQ(record().delivery.set_latest_frame_info(device(), 5, 1000, 1700), 1);
-    EXPECT_EQ(record().delivery.invoke(device(), OX_CALLBACK_EOF), 1);
-    ASSERT_TRUE(heard_.wait_for(1));
-    const FRAME_INFO info = heard_.all()[0].info;
-    EXPECT_EQ(info.hCam, hcam);
-    EXPECT_EQ(info.FrameNr, 5);
-    EXPECT_EQ(info.TimeStampBOF, 1000);
-    EXPECT_EQ(info.TimeStampEOF, 1700);
-    EXPECT_EQ(info.ReadoutTime, 700);
-    FRAME_INFO latest{};
-    ASSERT_EQ(orvex_callbacks_get_latest_frame_info(device(), &latest), 1);
-    EXPECT_EQ(latest.FrameNr, 5);
-    ASSERT_EQ(orvex_callbacks_reset(device()), 1);
-    ASSERT_EQ(orvex_callbacks_get_latest_frame_info(device(), &latest), 1);
-    EXPECT_EQ(latest.FrameNr, 0);
-}
-
 TEST_F(CallbacksTest, ReadoutTimeIsCutToThirtyTwoBits) {
     struct Row {
         int64 bof, eof;
@@ -96,6 +77,8 @@ TEST_F(CallbacksTest, ReadoutTimeIsCutToThirtyTwoBits) {
         FRAME_INFO latest{};
         ASSERT_EQ(orvex_callbacks_get_latest_frame_info(device(), &latest), 1);
         EXPECT_EQ(latest.ReadoutTime, row.readout);
+        EXPECT_EQ(latest.TimeStampBOF, row.bof);
+        EXPECT_EQ(latest.TimeStampEOF, row.eof);
     }
 }
 
@@ -180,13 +163,99 @@ TEST_F(CallbacksTest, PlugInLearnsWhoIsCalledBack) {
     EXPECT_EQ(camera_.cfg().callback_registered, 0);
 }
 
-TEST_F(CallbacksTest, CallbackMayCloseTheCamera) {
-    std::atomic<int> result{-1};
-    ASSERT_EQ(heard_.listen(hcam, OX_CALLBACK_EOF, [&] { result = dv_cam_close(hcam); }), 1);
-    ASSERT_EQ(orvex_callbacks_invoke(device(), OX_CALLBACK_EOF), 1);
-    ASSERT_TRUE(support::eventually([&] { return result == 1; }, std::chrono::seconds(3)));
-    EXPECT_EQ(camera().state(), uint32_t{DEVICE_CLOSED});
+// --- A caller holds the camera, as every exported function does, while a callback that has begun
+// wants it, with more frames behind it.
+
+struct CallerStep {
+    const char* name;
+    boolean16 (*run)(orvex_device* device, tests::HeardEvents& others);
+    bool awaits_callback = false;  // the callback is over at the end of the step
+};
+
+void PrintTo(const CallerStep& step, std::ostream* out) {
+    *out << step.name;
 }
+
+constexpr uns32 run_frames = 4;
+
+boolean16 NextRun(orvex_device* device, uns32 frames) {
+    return orvex_callbacks_set_frame_count(device, frames, 1) && orvex_callbacks_reset(device);
+}
+
+constexpr CallerStep caller_steps[] = {
+    {"Deregister",
+     [](orvex_device*, tests::HeardEvents&) {
+         return bv_cam_deregister_callback(hcam, OX_CALLBACK_EOF);
+     },
+     true},
+    {"Replace",
+     [](orvex_device*, tests::HeardEvents& others) { return others.listen(hcam, OX_CALLBACK_EOF); },
+     true},
+    {"SameRun", [](orvex_device* device, auto&) { return NextRun(device, run_frames); }},
+    {"OtherRun", [](orvex_device* device, auto&) { return NextRun(device, 7); }},
+    {"Close", [](orvex_device*, tests::HeardEvents&) { return dv_cam_close(hcam); }}};
+
+class CallbackBehindItsCaller : public testing::TestWithParam<std::tuple<bool, CallerStep>> {
+  protected:
+    // Of the frames behind the first one none is told, though a later event is.
+    void ExpectNoOtherFrames() {
+        ASSERT_EQ(others_.listen(hcam, OX_CALLBACK_CHECK_CAMS), 1);
+        ASSERT_TRUE(camera_.camera().report(NOTIFICATION_BUS_RESET));
+        ASSERT_TRUE(support::eventually([&] {
+            return testing::Value(others_.events(), testing::Contains(OX_CALLBACK_CHECK_CAMS));
+        }));
+        EXPECT_THAT(heard_.frames(), ElementsAre(1));
+    }
+
+    tests::HeardEvents heard_, others_;
+    support::TestCamera camera_{1, std::get<0>(GetParam())};
+};
+
+TEST_P(CallbackBehindItsCaller, IsNotWaitedForInVain) {
+    const CallerStep& step = std::get<1>(GetParam());
+    platform::ErrorCheckingMutex& mutex = api_camera_mutexes[hcam];
+    std::atomic<bool> begun = false, ended = false;
+    const auto begin = [&] {
+        begun = true;
+        const std::lock_guard guard(mutex);
+        ended = true;
+    };
+    ASSERT_EQ(heard_.listen(hcam, OX_CALLBACK_EOF, begin), 1);
+    ASSERT_EQ(NextRun(camera_.device(), run_frames), 1);
+    if (std::get<0>(GetParam())) {
+        ASSERT_TRUE(camera_.camera().notifications().wait_for_pending(run_frames));
+    }
+    std::unique_lock held(mutex);
+    for (uns32 frame = 1; frame <= run_frames; ++frame)
+        ASSERT_TRUE(camera_.camera().report(NOTIFICATION_EOF, frame));
+    ASSERT_TRUE(support::eventually([&] { return begun.load(); }));
+
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(step.run(camera_.device(), others_), 1) << bv::ApiGlobal::GetErrorCode();
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(4));
+    EXPECT_EQ(ended, step.awaits_callback);
+    EXPECT_TRUE(mutex.IsHeldByThisThread());
+    held.unlock();
+    ASSERT_TRUE(support::eventually([&] { return ended.load(); }));
+
+    int16 handle = hcam;
+    if (camera_.camera().state() == DEVICE_CLOSED) {
+        EXPECT_EQ(dv_cam_open("Camera 0", &handle), 1);
+    }
+    FRAME_INFO latest{};
+    EXPECT_EQ(orvex_callbacks_get_latest_frame_info(camera_.device(), &latest), 1);
+    if (!step.awaits_callback) {
+        EXPECT_EQ(latest.FrameNr, 0);
+    }
+    ExpectNoOtherFrames();
+}
+
+INSTANTIATE_TEST_SUITE_P(Steps, CallbackBehindItsCaller,
+                         testing::Combine(testing::Bool(), testing::ValuesIn(caller_steps)),
+                         [](const auto& test) {
+                             return std::string(std::get<1>(test.param).name) +
+                                    (std::get<0>(test.param) ? "ByRequests" : "ByCalls");
+                         });
 
 // A module's thread can have read the address just before the camera closed.
 TEST_F(CallbacksTest, AddressOfTheDeliveryOutlivesTheClose) {

@@ -20,11 +20,4 @@ TEST(FrameInfo, IsBornZeroAndClearedBehindItsTag) {
     EXPECT_EQ(bv_release_frame_info_struct(info), 1);
 }
 
-TEST(FrameInfo, NullIsReleasedButNotCleared) {
-    support::TraceCapture trace;
-    EXPECT_EQ(bv_release_frame_info_struct(nullptr), 1);
-    EXPECT_EQ(bv_clear_frame_info_struct(nullptr), 0);
-    EXPECT_TRUE(trace.failed_with(C0_NULL_POINTER, "Given null pointer"));
-}
-
 }  // namespace

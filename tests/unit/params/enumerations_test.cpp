@@ -50,17 +50,6 @@ TEST_F(Enumerations, IndexOutOfRange) {
     EXPECT_EQ(value, 7);
 }
 
-TEST_F(Enumerations, TextsAreCutToTheirRoom) {
-    for (uns32 length : {1u, 2u, 9u, 10u}) {
-        char text[16];
-        std::memset(text, '?', sizeof text);
-        int32 value = -1;
-        EXPECT_EQ(bv_get_enum_param(0, PARAM_COLOR_MODE, 0, &value, text, length), 1);
-        EXPECT_EQ(std::string(text), std::string("Grayscale").substr(0, length - 1));
-        EXPECT_EQ(text[length], '?');
-    }
-}
-
 TEST_F(Enumerations, MissingOutputs) {
     EXPECT_TRUE(trace_.refused(oz_get_enum_value(0, PARAM_COLOR_MODE, 0, nullptr), C0_NULL_POINTER,
                                "Null storage for value given"));

@@ -35,8 +35,42 @@ TEST_F(PostProcessing, CountsParametersOfTheFeatureEachTime) {
         EXPECT_EQ(camera_.parameter, 0);
     }
     EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), 0);
-    camera_.parameter = 5;
-    EXPECT_EQ(bv_get_cam_pp_idx_entries(0, &entries), 0) << "the selection can't come back";
+}
+
+// Cameras may answer an index that can't be selected while nothing is.
+TEST_F(PostProcessing, SelectionThatCantComeBackIsNoFailure) {
+    camera_.feature = 65535;
+    EXPECT_EQ(Get<uns32>(PARAM_PP_INDEX, ATTR_COUNT), 3u);
+    camera_.parameter = 65535;
+    EXPECT_EQ(Get<uns32>(PARAM_PP_PARAM_INDEX, ATTR_COUNT), 3u);
+    EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), 0);
+    EXPECT_EQ(Put<int16>(PARAM_PP_INDEX, 1), 1);
+}
+
+TEST_F(PostProcessing, LostExchangeNeverShortensAList) {
+    const auto count = [&](boolean16 (*entries_of)(int16, uns16*)) {
+        unsigned failures = 0;
+        for (unsigned n = 1;; ++n) {
+            SCOPED_TRACE(n);
+            camera_.cfg().pp_entries = pp_entries_not_counted;
+            camera_.feature = 2;
+            bv::ApiGlobal::ClearErrorCode(EXT_OPEN_EXCLUSIVE);
+            uns16 entries = 0;
+            camera_.driver().fail_call(n);
+            const boolean16 counted = entries_of(0, &entries);
+            const bool happened = camera_.driver().fault_happened();
+            camera_.driver().fail_call(0);
+            EXPECT_EQ(entries, counted ? 3 : 0);
+            EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), counted ? 0 : C7_DRIVER_COM_ERROR);
+            if (!happened) return failures;
+            if (!counted) {
+                ++failures;
+                EXPECT_EQ(camera_.cfg().pp_entries, pp_entries_not_counted);
+            }
+        }
+    };
+    EXPECT_GE(count(bv_cam_pp_get_entries), 5u);
+    EXPECT_GE(count(bv_get_cam_pp_idx_entries), 5u);
 }
 
 TEST_F(PostProcessing, EmptyLists) {
@@ -94,6 +128,15 @@ TEST_F(PostProcessing, CachingFollowsReadsAndWrites) {
     EXPECT_TRUE(trace_.refused(Put<uns32>(PARAM_PP_PARAM, 0x101), C2_FAILED_TO_SET_VALUE,
                                "Value read back from camera differs: 1"));
     EXPECT_EQ(camera_.cache().pp_param_cache.at(0x10000 + 33).value, 1u);
+
+    // A new feature brings its first parameter along, which is asked for once.
+    ASSERT_EQ(Put<int16>(PARAM_PP_INDEX, 1), 1);
+    camera_.firmware().forget_commands();
+    EXPECT_EQ(Put<uns32>(PARAM_PP_PARAM, 7), 1);
+    EXPECT_EQ(Get<uns32>(PARAM_PP_PARAM), 7u);
+    EXPECT_EQ(camera_.cache().pp_param_cache.at(0x10000 + 16).value, 7u);
+    EXPECT_EQ(camera_.cache().pp_param_cache.at(0x10000 + 17).value, 1017u);
+    EXPECT_EQ(camera_.firmware().count(GET_PP_PARAM_IDX), 1u);
 }
 
 TEST(PlainCamera, CacheIsLeftOutWithoutTheCapability) {
@@ -113,24 +156,34 @@ TEST_F(PostProcessing, RefusedIndexIsStillRemembered) {
     EXPECT_EQ(camera_.cfg().pp_index, 1);
 }
 
-TEST_F(PostProcessing, IndicesBehindTheCameraGoToThePlugIn) {
+TEST_F(PostProcessing, IndexBeyondBothListsLeavesTheSideInUse) {
     EXPECT_EQ(Put<int16>(PARAM_PP_INDEX, 2), 1);
-    EXPECT_EQ(camera_.cfg().pp_use_plugin, 0);
     EXPECT_EQ(camera_.feature, 2);
     camera_.camera().forget();
-    bv_set_pp_index(0, 3);
-    EXPECT_EQ(camera_.cfg().pp_use_plugin, 1);
+    EXPECT_TRUE(
+        trace_.refused(Put<int16>(PARAM_PP_INDEX, 3), C2_NOT_AVAILABLE, "Parameter not available"));
     EXPECT_EQ(camera_.writes().size(), 0u);
-    // Features of the plug-in have no ids, and that is no error.
+    EXPECT_EQ(camera_.cfg().pp_use_plugin, 0);
+    EXPECT_EQ(Put<int16>(PARAM_PP_INDEX, 0), 1);
+}
+
+TEST_F(PostProcessing, FeaturesOfThePlugInHaveNoIdsAndThatIsNoError) {
+    Get<uns32>(PARAM_PP_INDEX, ATTR_COUNT);
+    camera_.cfg().pp_use_plugin = 1;
     EXPECT_TRUE(Fails(PARAM_PP_FEAT_ID, ATTR_CURRENT, 0));
     EXPECT_TRUE(Fails(PARAM_PP_PARAM_ID, ATTR_AVAIL, 0));
     bv_set_pp_index(0, 0);
     EXPECT_EQ(camera_.cfg().pp_use_plugin, 0);
 }
 
-TEST_F(PostProcessing, Reset) {
+TEST_F(PostProcessing, ResetReachesTheCameraThatHasFeatures) {
     Get<uns32>(PARAM_PP_INDEX, ATTR_COUNT);
     camera_.camera().forget();
     EXPECT_EQ(bv_pp_reset(0), 1);
     EXPECT_EQ(camera_.writes(), (std::vector<support::Bytes>{support::hex("3F 0001 66")}));
+    camera_.camera().forget();
+    camera_.reads().cap_pp = 0;
+    EXPECT_EQ(bv_pp_reset(0), 1);
+    EXPECT_EQ(camera_.writes().size(), 0u);
+    EXPECT_EQ(camera_.cfg().pp_initialized, 0) << "the plug-in's side is reset all the same";
 }

@@ -165,7 +165,9 @@ class RichCamera : public support::TestCamera {
         firmware()
             .on_command(SET_PP_FEATURE_IDX,
                         [this](std::span<const uint8_t> data) {
-                            if (index_in(data) < features.size()) feature = index_in(data);
+                            if (index_in(data) >= features.size()) return support::Bytes();
+                            feature = index_in(data);
+                            parameter = 0;
                             return support::Bytes();
                         })
             .on_command(SET_PP_PARAM_IDX,

@@ -132,16 +132,6 @@ TEST_F(DeviceFileTest, DriverCannotPassForAPost) {
               1);
 }
 
-TEST_F(DeviceFileTest, PostWakesTheTaker) {
-    std::array<Completion, 32> entries;
-    std::thread poster([this] { port_.Post(420, 7); });
-    ASSERT_EQ(port_.Take(entries, wait_limit_ms), 1u);
-    EXPECT_EQ(entries[0].request, nullptr);
-    EXPECT_EQ(entries[0].bytes, 420u);
-    EXPECT_EQ(entries[0].key, 7u);
-    poster.join();
-}
-
 TEST_F(DeviceFileTest, CloseWakesTheTaker) {
     std::array<Completion, 32> entries;
     std::thread closer([this] { port_.Close(); });
@@ -205,28 +195,6 @@ TEST_F(DeviceFileTest, FloodOfRequestsNeitherBlocksNorGetsLost) {
     driver.join();
     ASSERT_EQ(back.size(), count);
     for (size_t i = 0; i < count; ++i) ASSERT_EQ(requests[i].out.frame_number_eof, i + 1);
-}
-
-TEST_F(DeviceFileTest, TakerAndSubmittersRunSideBySide) {
-    constexpr size_t count = 4000;
-    std::vector<OverlappedRequest> requests(64);
-    std::thread driver([this] {
-        for (size_t i = 0; i < count; ++i) driver_.Complete(driver_.Receive().id, 1);
-    });
-    std::thread submitter([&] { SubmitAll(requests); });
-    size_t back = 0, submitted = requests.size();
-    while (back < count) {
-        const std::vector<Completion> taken = Take(1);
-        ASSERT_FALSE(taken.empty());
-        for (const Completion& entry : taken) {
-            ++back;
-            if (submitted == count) continue;
-            ++submitted;
-            ASSERT_EQ(file_.Submit(1, *entry.request), operation_in_progress);
-        }
-    }
-    submitter.join();
-    driver.join();
 }
 
 TEST_F(DeviceFileTest, ForgottenRequestsDoNotComeBack) {

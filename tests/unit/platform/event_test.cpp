@@ -1,8 +1,12 @@
 #include "platform/event.h"
 
 #include <chrono>
+#include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
+#include <sched.h>
 #include <string>
+#include <sys/mount.h>
 #include <sys/wait.h>
 #include <thread>
 #include <vector>
@@ -16,8 +20,12 @@ using platform::LocalEvent;
 constexpr uint32_t wait_limit_ms = 10000;
 
 // Of this process alone, so that no leftover and no other run meets it.
-std::string OwnName(const std::string& name) {
-    return std::to_string(getpid()) + "_" + name;
+std::string OwnName(const std::string& name, pid_t owner = getpid()) {
+    return std::to_string(owner) + "_" + name;
+}
+
+bool Exists(const std::string& object) {
+    return std::filesystem::exists("/dev/shm" + object);
 }
 
 int OpenObject(const std::string& object) {
@@ -95,6 +103,64 @@ TEST(Event, LeftoverIsReplacedAndNeverInherited) {
     orvex_event_close(&opened);
     event.Close();
     EXPECT_FALSE(orvex_event_open_name(&opened, name.c_str()));
+}
+
+TEST(Event, OfADeadProcessIsSweptAway) {
+    Event alive;
+    ASSERT_TRUE(alive.Create(OwnName("alive").c_str(), EventReset::manual, false));
+    const pid_t child = fork();
+    if (child == 0) {
+        orvex_event left;
+        _exit(orvex_event_create(&left, OwnName("dead", getppid()).c_str(), 0, 0) ? 0 : 1);
+    }
+    int status = -1;
+    waitpid(child, &status, 0);
+    ASSERT_EQ(status, 0);
+    const std::string dead = "/orvex." + OwnName("dead"), other = "/orvex." + OwnName("other");
+    close(shm_open(other.c_str(), O_RDWR | O_CREAT, 0600));  // of another size, so no event
+    EXPECT_TRUE(Exists(dead));
+    platform::SweepEvents();
+    EXPECT_FALSE(Exists(dead));
+    EXPECT_TRUE(Exists("/orvex." + OwnName("alive")));
+    EXPECT_TRUE(Exists(other));
+    shm_unlink(other.c_str());
+}
+
+bool WriteFile(const char* path, const std::string& text) {
+    std::ofstream file(path);
+    return static_cast<bool>(file << text << std::flush);
+}
+
+// For the calling process alone: shared memory with no room left. False where the system doesn't
+// let this user have a mount of his own.
+bool FillSharedMemory() {
+    const std::string map = " " + std::to_string(geteuid()) + " 1";
+    const std::string group_map = " " + std::to_string(getegid()) + " 1";
+    if (unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0 || !WriteFile("/proc/self/setgroups", "deny") ||
+        !WriteFile("/proc/self/uid_map", "0" + map) ||
+        !WriteFile("/proc/self/gid_map", "0" + group_map) ||
+        mount("none", "/dev/shm", "tmpfs", 0, "size=16k") != 0)
+        return false;
+    const int filler = shm_open("/filler", O_RDWR | O_CREAT, 0600);
+    const std::string page(4096, 'x');
+    while (write(filler, page.data(), page.size()) > 0) {
+    }
+    return shm_open("/empty", O_RDWR | O_CREAT, 0600) >= 0;
+}
+
+TEST(Event, FullSharedMemoryIsAFailureAndNoSignal) {
+    constexpr int not_possible = 77;
+    const pid_t child = fork();
+    if (child == 0) {
+        if (!FillSharedMemory()) _exit(not_possible);
+        orvex_event event;
+        _exit(orvex_event_create(&event, "full", 0, 1));
+    }
+    int status = -1;
+    waitpid(child, &status, 0);
+    ASSERT_TRUE(WIFEXITED(status)) << status;
+    if (WEXITSTATUS(status) == not_possible) GTEST_SKIP() << "needs a mount of its own";
+    EXPECT_EQ(WEXITSTATUS(status), 0);
 }
 
 TEST(Event, LongestNamesStayApart) {

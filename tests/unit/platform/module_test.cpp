@@ -73,8 +73,11 @@ TEST_F(ModuleTest, SystemIsAskedLast) {
 
 TEST_F(ModuleTest, FailureTellsOfTheFileThatIsThere) {
     directory_.write("broken.so", "no module");
-    Environment path("ORVEX_MODULE_PATH", directory_.path().string());
-    EXPECT_EQ(LoadModule("broken.dll"), nullptr);
+    Place("mark_one.so", directory_ / "whole/broken.so");
+    const std::string folder = directory_.path().string();
+    Environment path("ORVEX_MODULE_PATH", folder + ":" + (directory_ / "whole").string());
+    EXPECT_EQ(LoadModule("broken.dll"), nullptr) << "another file is no replacement";
+    EXPECT_EQ(LoadModule((folder + "\\broken.dll").c_str()), nullptr);
     EXPECT_NE(platform::ModuleErrorText().find((directory_ / "broken.so").string()),
               std::string::npos)
         << platform::ModuleErrorText();

@@ -1,10 +1,10 @@
 #include "platform/mutex.h"
 
+#include <atomic>
 #include <gtest/gtest.h>
 #include <mutex>
 #include <system_error>
 #include <thread>
-#include <vector>
 
 namespace {
 
@@ -24,34 +24,26 @@ TEST(ErrorCheckingMutex, OwnThreadIsRefusedAndTheLockStaysGood) {
     mutex.unlock();
 }
 
-TEST(ErrorCheckingMutex, ExcludesThreads) {
+TEST(ErrorCheckingMutex, WaitingThreadNamesWhatItWaitsFor) {
     ErrorCheckingMutex mutex;
-    int count = 0;
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i)
-        threads.emplace_back([&] {
-            for (int round = 0; round < 1000; ++round) {
-                const std::lock_guard guard(mutex);
-                ++count;
-            }
-        });
-    for (std::thread& thread : threads) thread.join();
-    EXPECT_EQ(count, 4000);
-}
-
-TEST(ErrorCheckingMutex, WaitingThreadIsSeenToWait) {
-    ErrorCheckingMutex mutex;
-    std::atomic<bool> waits{false};
+    platform::WaitMark awaited{nullptr};
     mutex.lock();
+    EXPECT_TRUE(mutex.IsHeldByThisThread());
+    EXPECT_FALSE(mutex.TryLockFor(1000)) << "its own thread has it";
     std::thread thread([&] {
-        platform::MarkWaitsOfThisThread(&waits);
+        platform::MarkWaitsOfThisThread(&awaited);
+        EXPECT_FALSE(mutex.IsHeldByThisThread());
+        EXPECT_FALSE(mutex.TryLockFor(1));
         const std::lock_guard guard(mutex);
-        EXPECT_FALSE(waits);
+        EXPECT_EQ(awaited, nullptr);
     });
-    while (!waits) std::this_thread::yield();
+    while (!awaited) std::this_thread::yield();
+    EXPECT_EQ(awaited, &mutex);
     mutex.unlock();
     thread.join();
-    EXPECT_FALSE(waits);
+    EXPECT_FALSE(mutex.IsHeldByThisThread());
+    EXPECT_TRUE(mutex.TryLockFor(0));
+    mutex.unlock();
 }
 
 }  // namespace

@@ -4,8 +4,10 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <string>
+#include <sys/prctl.h>
 #include <thread>
 #include <unistd.h>
+#include <utility>
 
 #include "support/environment.h"
 
@@ -50,6 +52,16 @@ TEST(System, TimerPeriodIsRaisedAndLowered) {
     EXPECT_NE(platform::EndTimerPeriod(max_ms + 1), 0);
 }
 
+TEST(System, TimerPeriodLeavesOtherThreadsAlone) {
+    ASSERT_EQ(platform::BeginTimerPeriod(1), 0);
+    std::thread([] {
+        prctl(PR_SET_TIMERSLACK, 12345ul);
+        EXPECT_EQ(platform::EndTimerPeriod(1), 0);
+        EXPECT_EQ(prctl(PR_GET_TIMERSLACK), 12345);
+    }).join();
+    EXPECT_EQ(platform::EndTimerPeriod(1), 0);
+}
+
 class StandardErrorTest : public testing::Test {
   protected:
     void SetUp() override {
@@ -77,6 +89,11 @@ TEST_F(StandardErrorTest, NoticeNeverWaitsForAReader) {
     // More than a pipe takes; hanging is the failure.
     platform::ShowNotice("t", std::string(200'000, 'x').c_str());
     platform::DebugOutput("done");
+}
+
+TEST_F(StandardErrorTest, NoticeWithoutReaderKillsNobody) {
+    close(std::exchange(ends_[0], -1));
+    platform::ShowNotice("ORVEX Notification", "Update available");
 }
 
 }  // namespace

@@ -122,4 +122,12 @@ TEST_F(PostProcessingHost, ResetGoesOnBehindAFailure) {
     EXPECT_EQ(TakeError(), C2_INDEX_OUT_OF_RANGE);
 }
 
+// A plug-in that tells -1 must not hold up every open.
+TEST_F(PostProcessingHost, ResetStopsBehindWhatCanBeSelected) {
+    auto& state = Load();
+    state.beside = 0x2000000;
+    EXPECT_EQ(bv_pop_reset(0), 1);
+    EXPECT_EQ(state.counts_asked, 0x8000u);
+}
+
 }  // namespace

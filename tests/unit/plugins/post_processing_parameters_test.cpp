@@ -30,7 +30,7 @@ class PostProcessingParameters : public PostProcessing {
     }
 
     static std::string Text(AttributeGetter getter, int16 attribute) {
-        char text[64] = "untouched";
+        char text[256] = "untouched";
         EXPECT_EQ(getter(0, attribute, text), 1) << "attribute " << attribute;
         return text;
     }
@@ -54,8 +54,8 @@ TEST_F(PostProcessingParameters, AnswerTheirNatureWithoutPlugin) {
 
 TEST_F(PostProcessingParameters, AnswerNothingElseWithoutPlugin) {
     for (const AttributeGetter getter : getters) {
-        for (int16 attribute :
-             {ATTR_CURRENT, ATTR_COUNT, ATTR_MIN, ATTR_MAX, ATTR_DEFAULT, ATTR_INCREMENT}) {
+        for (const int16 attribute : std::initializer_list<int16>{
+                 ATTR_CURRENT, ATTR_COUNT, ATTR_MIN, ATTR_MAX, ATTR_DEFAULT, ATTR_INCREMENT, 300}) {
             uns8 value[8];
             std::memset(value, 0x5A, sizeof(value));
             EXPECT_EQ(getter(0, attribute, value), 0);
@@ -85,6 +85,16 @@ TEST_F(PostProcessingParameters, RefuseUnknownAttributes) {
     }
     ExpectUnavailable(bv_get_pop_param, ATTR_COUNT);
     ExpectUnavailable(bv_get_pop_param, ATTR_INCREMENT);
+}
+
+TEST_F(PostProcessingParameters, LongNamesFitTheRoomOfApplications) {
+    auto& module = Load().modules[0];
+    const std::string shown(31, 'm');
+    module.name = module.parameters[0].name = std::string(200, 'm');
+    for (const AttributeGetter getter : {bv_get_pop_feature_name, bv_get_pop_parameter_name}) {
+        EXPECT_EQ(Text(getter, ATTR_CURRENT), shown);
+        EXPECT_EQ(Get<uns32>(getter, ATTR_COUNT), 32u);
+    }
 }
 
 TEST_F(PostProcessingParameters, NamesAreThoseOfTheSelection) {
@@ -129,6 +139,9 @@ TEST_F(PostProcessingParameters, ModulesAreNumberedBehindTheCamerasFeatures) {
     EXPECT_EQ(bv_set_pop_module_index(0, 4), 1);
     EXPECT_EQ(cfg().module_index, 1u);
     EXPECT_EQ(Get<int16>(bv_get_pop_module_index, ATTR_CURRENT), 4);
+    EXPECT_EQ(bv_set_pop_module_index(0, 5), 0);
+    EXPECT_EQ(TakeError(), C2_NOT_AVAILABLE);
+    EXPECT_EQ(cfg().module_index, 1u);
 }
 
 TEST_F(PostProcessingParameters, ValuesAreTruncated) {

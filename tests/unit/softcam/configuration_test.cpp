@@ -89,7 +89,7 @@ TEST_F(ConfiguredModule, ABadFileIsToldAndEndsTheStart) {
     const std::string printed = testing::internal::GetCapturedStderr();
     EXPECT_NE(printed.find("softcam.json': is not valid JSON"), std::string::npos) << printed;
     testing::internal::CaptureStderr();
-    setenv("ORVEX_SOFTCAM", (directory_ / "missing.json").c_str(), 1);
+    path_.emplace("ORVEX_SOFTCAM", (directory_ / "missing.json").string());
     EXPECT_EQ(orvex_ddi_init(&ddi_), 0u);
     EXPECT_NE(testing::internal::GetCapturedStderr().find("cannot read"), std::string::npos);
 }
@@ -108,8 +108,7 @@ TEST_F(ConfiguredModule, APictureBecomesTheScene) {
     EXPECT_EQ(scene->At(0).pixels,
               (std::vector<uint16_t>{left, left, right, right, left, left, right, right}));
 
-    std::ofstream(directory_ / "broken.png") << "\x89PNG nothing";
-    choice.path = directory_ / "broken.png";
+    choice.path = directory_.write("broken.png", "\x89PNG nothing");
     EXPECT_EQ(softcam::MakeScene(choice, 4, 2, 1, message), nullptr);
     EXPECT_NE(message.find("cannot read image file"), std::string::npos);
 }

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <chrono>
 #include <cstring>
 #include <initializer_list>
 #include <span>
@@ -17,6 +16,8 @@
 #include "orvex/orvex_event.h"
 #include "orvex/orvex_protocol.h"
 #include "orvex/orvex_types.h"
+
+#include "support/eventually.h"
 
 // Plays the library's part at a device record, with nothing but the contract.
 namespace client {
@@ -37,17 +38,6 @@ inline uint64_t Little(const uint8_t* bytes, size_t size) {
     uint64_t value = 0;
     while (size-- > 0) value = value << 8 | bytes[size];
     return value;
-}
-
-// Polls a condition instead of relying on time.
-template <typename Condition>
-bool Eventually(Condition condition, int limit_ms = 10000) {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(limit_ms);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > end) return false;
-        std::this_thread::sleep_for(std::chrono::microseconds(200));
-    }
-    return true;
 }
 
 class Connection {
@@ -169,8 +159,8 @@ class Connection {
         Control(DV_GET_IMAGE_DATA_STATUS, nullptr, 0, &status, sizeof(status));
         return status;
     }
-    bool WaitComplete(int limit_ms = 20000) {
-        return Eventually([this] { return Status().status == DRIVER_STATUS_COMPLETE; }, limit_ms);
+    bool WaitComplete() {
+        return support::Eventually([this] { return Status().status == DRIVER_STATUS_COMPLETE; });
     }
     bool Idle() {
         uint16_t status = 0;
@@ -255,6 +245,8 @@ struct Run {
     uint32_t buffer_mode = CIRC_NONE;
     uint32_t exposure = 10;
     uint32_t exposure_mode = EXT_TRIG_INTERNAL;
+    uint32_t clear_mode = CLEAR_PRE_EXPOSURE;
+    uint32_t clear_count = 2;
 
     Bytes Program() const {
         std::vector<Setting> settings = {{OP_FRAME_COUNT, frames},
@@ -263,8 +255,8 @@ struct Run {
                                          {OP_SUB_ROI_COUNT, static_cast<uint32_t>(regions.size())},
                                          {OP_EXPOSURETIME, exposure},
                                          {OP_EXPOSUREMODE, exposure_mode},
-                                         {OP_SENSOR_CLEAR_MODE, CLEAR_PRE_EXPOSURE},
-                                         {OP_SENSOR_CLEAR_COUNT, 2}};
+                                         {OP_SENSOR_CLEAR_MODE, clear_mode},
+                                         {OP_SENSOR_CLEAR_COUNT, clear_count}};
         for (const rgn_type& region : regions) {
             settings.insert(settings.end(), {{OP_BIN_X, region.sbin},
                                              {OP_BIN_Y, region.pbin},

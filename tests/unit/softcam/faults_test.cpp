@@ -15,14 +15,6 @@ class FaultTest : public ModuleTest {
         ASSERT_TRUE(Configure(R"({"noise": false, "time_scale": 0,
                                   "cameras": [{"model": "cmos"}, {"model": "em"}]})"));
     }
-    // Starts a continuous run of small frames into `ring`.
-    void Start(client::Connection& camera, Bytes& ring) {
-        ring.resize(8 * 128);
-        const client::Run run{.regions = {square}, .buffer_mode = CIRC_OVERWRITE, .exposure = 1};
-        ASSERT_TRUE(camera.Send(CLASS_SIMPLIFIED_CCL, run.Program()));
-        ASSERT_TRUE(camera.Receive(ring, 128, true));
-        ASSERT_TRUE(camera.Execute());
-    }
     // Leaves a request at the driver and makes sure that it arrived.
     void Request(client::Connection& camera, uint64_t id) {
         ASSERT_TRUE(camera.Submit(id + 1000, NOTIFICATION_FLUSH));
@@ -55,56 +47,6 @@ TEST_F(FaultTest, RepliesAreCutGarbledAndRefused) {
     client::Connection& with_status = Camera(1);
     with_status.Console("fault refused_command");
     EXPECT_EQ(with_status.Ask(PAR_SIZE, 3), Bytes{3});
-}
-
-TEST_F(FaultTest, AStuckTransferStaysWhereItIsUntilItIsStopped) {
-    client::Connection& camera = Camera();
-    camera.Console("fault stuck_transfer 5");
-    Bytes ring;
-    Start(camera, ring);
-    EXPECT_TRUE(client::Eventually([&] { return camera.Status().bytes == 5 * 128; }));
-    EXPECT_TRUE(
-        client::Eventually([&] { return camera.Status().status == DRIVER_STATUS_EXPOSING; }));
-    EXPECT_TRUE(camera.Idle());
-    EXPECT_EQ(camera.Console("frames"), "5");
-}
-
-TEST_F(FaultTest, AFailedReadoutShowsInTheStatus) {
-    client::Connection& camera = Camera();
-    camera.Console("fault failed_transfer 2");
-    Bytes ring;
-    Start(camera, ring);
-    EXPECT_TRUE(client::Eventually([&] { return camera.Status().status == 99; }));
-}
-
-TEST_F(FaultTest, UnpluggingEndsEverythingUntilTheDeviceIsReopened) {
-    client::Connection& camera = Camera();
-    ASSERT_TRUE(camera.OpenFile());
-    camera.Console("fault unplug 20");
-    Request(camera, 1);
-    Bytes ring;
-    Start(camera, ring);
-    uint32_t flags = 0;
-    for (uint64_t id = 1; (flags & NOTIFICATION_DEVICE_REMOVAL) == 0; ++id) {
-        dv_file_completion completion{};
-        ASSERT_TRUE(camera.Take(completion));
-        flags = completion.out.flags;
-        ASSERT_TRUE(camera.Submit(id + 1, 0x8000003B));
-    }
-    EXPECT_TRUE(client::Eventually([&] { return camera.Status().bytes == 0; }));
-    EXPECT_FALSE(camera.Send(CLASS_HOST_COMMANDS, {PAR_SIZE}));
-    camera.Close();
-    ASSERT_TRUE(camera.Open());
-    EXPECT_EQ(camera.AskNumber(PAR_SIZE, 2), 2048u);
-}
-
-TEST_F(FaultTest, ADyingDriverClosesTheDeviceFile) {
-    client::Connection& camera = Camera();
-    ASSERT_TRUE(camera.OpenFile());
-    Request(camera, 1);
-    camera.Console("die");
-    char byte = 0;
-    EXPECT_EQ(recv(camera.File(), &byte, 1, 0), 0);
 }
 
 TEST_F(FaultTest, SuspendAndBusResetAreReported) {
@@ -149,7 +91,7 @@ TEST_F(FaultTest, AManualTriggerReleasesOneFrame) {
     ASSERT_TRUE(camera.Execute());
     EXPECT_EQ(camera.Console("frames"), "0");
     EXPECT_TRUE(
-        client::Eventually([&] { return camera.Status().status == DRIVER_STATUS_EXPOSING; }));
+        support::Eventually([&] { return camera.Status().status == DRIVER_STATUS_EXPOSING; }));
     EXPECT_EQ(camera.Console("trigger"), "ok");
     EXPECT_TRUE(camera.WaitComplete());
 }

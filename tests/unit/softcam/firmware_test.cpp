@@ -151,9 +151,9 @@ TEST_F(Firmware, TheSensorCoolsTowardsItsSetpoint) {
     softcam::Cooler slow(physics, 1.0);
     EXPECT_GT(slow.Temperature(), 1900);
     softcam::Cooler quick(physics, 0.0005);
-    EXPECT_TRUE(client::Eventually([&] { return quick.Temperature() == -1000; }));
+    EXPECT_TRUE(support::Eventually([&] { return quick.Temperature() == -1000; }));
     quick.SetSetpoint(500);
-    EXPECT_TRUE(client::Eventually([&] { return quick.Temperature() == 500; }));
+    EXPECT_TRUE(support::Eventually([&] { return quick.Temperature() == 500; }));
 }
 
 }  // namespace

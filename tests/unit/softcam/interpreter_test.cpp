@@ -1,4 +1,6 @@
+#include <cmath>
 #include <gtest/gtest.h>
+#include <numeric>
 #include <random>
 #include <sstream>
 
@@ -22,7 +24,7 @@ class Record : public softcam::ProgramEffects {
     bool ExposeUntilTrigger() override { return Note("until_trig"); }
     bool ExposeWhileTrigger() override { return Note("while_trig"); }
     bool Flash(uint16_t duration) override { return Note("flash", duration); }
-    void Shutter(bool open) override { Note(open ? "open" : "close"); }
+    bool Shutter(bool open) override { return Note(open ? "open" : "close"); }
     void ParallelDiscard(uint16_t rows) override { Note("discard", rows); }
     void ParallelBin(uint16_t rows) override { Note("bin", rows); }
     void ParallelClear(uint16_t rows) override { Note("pclear", rows); }
@@ -85,17 +87,6 @@ INSTANTIATE_TEST_SUITE_P(
                     Step{OP_SET_DAC, 1500, "dac1500"}, Step{OP_SET_PORT_TTL, 1, "ttl1"},
                     Step{OP_PREAMP_OFF, 0, "mode21"}));
 
-TEST(Interpreter, LoopsNestAndRunTheirTurns) {
-    EXPECT_EQ(Trace(Full({{OP_DO_LOOP, 2},
-                          {OP_PARALLEL_BIN, 1},
-                          {OP_DO_LOOP, 3},
-                          {OP_SERIAL_CONVERT, 4},
-                          {OP_END_DO},
-                          {OP_END_DO},
-                          {OP_TERMINATE}})),
-              "bin1 convert4 convert4 convert4 bin1 convert4 convert4 convert4");
-}
-
 TEST(Interpreter, TheScaleHoldsUntilTheNextOne) {
     EXPECT_EQ(Trace(Full({{OP_EXPOSE_SCALE, 2},
                           {OP_EXPOSE, 1},
@@ -146,23 +137,30 @@ TEST(ChargeArray, HalfOfTheRowsAreStorageWhenThePreMaskIsSmall) {
     const softcam::SensorLayout layout = softcam::LayoutOf(geometry, true);
     EXPECT_EQ(layout.lit_rows, 3u);
     softcam::ChargeArray charge(layout);
-    charge.Illuminate([](uint32_t row, std::span<uint32_t> pixels) { pixels[0] = row + 1; });
-    charge.Shift(4);
-    charge.StorageOnly(true);
-    charge.DiscardSerial(4);
-    charge.Shift(1);
-    charge.DiscardSerial(4);
-    for (uint32_t row = 1; row <= 3; ++row) {
+    const auto expose = [&] {
+        charge.Charge(false, [](uint32_t row, std::span<uint32_t> pixels) { pixels[0] = row + 1; });
+    };
+    expose();
+    for (int frame = 0; frame < 2; ++frame) {
+        charge.Shift(4);
+        charge.StorageOnly(true);
+        expose();  // the next frame, which stays where it is meanwhile
+        charge.DiscardSerial(4);
         charge.Shift(1);
-        EXPECT_EQ(charge.ShiftSerial(), row);
-        EXPECT_EQ(charge.ShiftSerial(), 0u);
+        charge.DiscardSerial(4);
+        for (uint32_t row = 1; row <= 3; ++row) {
+            charge.Shift(1);
+            EXPECT_EQ(charge.ShiftSerial(), row);
+            EXPECT_EQ(charge.ShiftSerial(), 0u);
+        }
+        charge.StorageOnly(false);
     }
 }
 
 TEST(ChargeArray, DiscardedRowsReachTheRegisterAndDrainedOnesDoNot) {
     const softcam::Geometry geometry{.columns = 1, .rows = 4};
     softcam::ChargeArray charge(softcam::LayoutOf(geometry, false));
-    charge.Illuminate([](uint32_t row, std::span<uint32_t> pixels) { pixels[0] = row + 1; });
+    charge.Charge(false, [](uint32_t row, std::span<uint32_t> pixels) { pixels[0] = row + 1; });
     charge.Drain(1);
     charge.Shift(2);
     EXPECT_EQ(charge.ShiftSerial(), 2u + 3u);
@@ -170,20 +168,28 @@ TEST(ChargeArray, DiscardedRowsReachTheRegisterAndDrainedOnesDoNot) {
     EXPECT_EQ(charge.ShiftSerial(), 4u);
 }
 
-// Pixels that are left in the register stand one place further on when the next row comes.
-TEST(ChargeArray, TheRegisterMovesPastTheColumns) {
-    const softcam::Geometry geometry{
-        .columns = 3, .rows = 2, .premask = 0, .postmask = 0, .prescan = 1, .postscan = 1};
-    softcam::ChargeArray charge(softcam::LayoutOf(geometry, false));
-    charge.Illuminate([](uint32_t row, std::span<uint32_t> pixels) {
-        for (uint32_t i = 0; i < 3; ++i) pixels[i] = (row + 1) * (i == 0 ? 1 : i == 1 ? 10 : 100);
+// One charge in row 199 and column 49 takes 200 shifts down and 50 along; a share stays behind each
+// time and comes with the next row or column.
+TEST(ChargeArray, ShiftsLeaveAShareToTheNextCharge) {
+    constexpr uint32_t bright = 10'000'000;
+    constexpr double loss = 1e-5;
+    softcam::Noise noise(5);
+    const softcam::Geometry geometry{.columns = 52, .rows = 202};
+    softcam::ChargeArray charge(softcam::LayoutOf(geometry, false), loss, &noise);
+    charge.Charge(false, [](uint32_t row, std::span<uint32_t> pixels) {
+        if (row == 199) pixels[49] = bright;
     });
-    charge.Shift(1);
-    EXPECT_EQ(charge.ShiftSerial(), 0u);
-    EXPECT_EQ(charge.ShiftSerial(), 1u);
-    charge.Shift(1);
-    const std::array<uint32_t, 5> expected = {10, 102, 20, 200, 0};
-    for (const uint32_t value : expected) EXPECT_EQ(charge.ShiftSerial(), value);
+    std::array<std::array<uint32_t, 52>, 202> read{};
+    for (auto& row : read) {
+        charge.Shift(1);
+        for (uint32_t& pixel : row) pixel = charge.ShiftSerial();
+    }
+    const auto five_errors = [](double electrons) { return 5 * std::sqrt(electrons); };
+    EXPECT_NEAR(read[200][49], 200 * loss * bright, five_errors(200 * loss * bright) + 50);
+    EXPECT_NEAR(read[199][50], 50 * loss * bright, five_errors(50 * loss * bright) + 50);
+    uint32_t sum = 0;
+    for (const auto& row : read) sum = std::accumulate(row.begin(), row.end(), sum);
+    EXPECT_EQ(sum, bright);
 }
 
 }  // namespace

@@ -46,38 +46,6 @@ class Programs : public ModuleTest {
     }
 };
 
-// 16 prescan, 1024 columns and 8 postscan pixels make a line of the CCD; its pre-mask has 1032
-// rows. Two shifts of a whole line empty the register.
-constexpr uint16_t ccd_line = 16 + 1024 + 8;
-
-TEST_F(Programs, FrameTransferBringsImageRowZeroToTheRegister) {
-    const rgn_type region{.s1 = 100, .s2 = 299, .sbin = 1, .p1 = 0, .p2 = 49, .pbin = 1};
-    const Bytes frame = Camera(0).RunProgram(CLASS_CCL_SCRIPT,
-                                             Full({{OP_SET_SERIAL_BIN, 1},
-                                                   {OP_EXPOSE_SCALE, 10},
-                                                   {OP_IMAGE_AND_STORAGE},
-                                                   {OP_PARALLEL_CLEAR, 2060},
-                                                   {OP_OPEN_SHUTTER},
-                                                   {OP_EXPOSE, 1},
-                                                   {OP_CLOSE_SHUTTER},
-                                                   {OP_PARALLEL_DIS, 1032},
-                                                   {OP_STORAGE_ONLY},
-                                                   {OP_SERIAL_DISCARD, 2 * ccd_line},
-                                                   {OP_DO_LOOP, 50},
-                                                   {OP_PARALLEL_BIN, 1},
-                                                   {OP_CLAMPED_DISCARD, 16},
-                                                   {OP_SERIAL_DISCARD, 100},
-                                                   {OP_SERIAL_CONVERT, 200},
-                                                   {OP_SERIAL_DISCARD, 8 + 1024 - 300},
-                                                   {OP_END_DO},
-                                                   {OP_EOF},
-                                                   {OP_PARALLEL_DIS, 978},
-                                                   {OP_IMAGE_AND_STORAGE},
-                                                   {OP_TERMINATE}}),
-                                             FrameBytes(region));
-    EXPECT_EQ(Pixels(frame), Expected(region));
-}
-
 // What is not cleared, flushed or read stays and adds up: programs that forget it show it.
 TEST_F(Programs, ChargeLeftBehindAddsToTheNextFrame) {
     const Bytes frame = Camera(2).RunProgram(CLASS_CCL_SCRIPT,
@@ -126,6 +94,10 @@ TEST_F(Programs, SeveralRegionsComeWrappedInMetadata) {
         EXPECT_EQ(client::Little(at, 4), 0x005A4E4Cu);
         EXPECT_EQ(client::Little(at + 5, 4), number);
         EXPECT_EQ(client::Little(at + 9, 2), regions.size());
+        // Two clears of 2.048 ms and 10 ms of exposure lie ahead of the 0.4 ms for 40 rows.
+        const uint64_t begin = number * 140'960 + (number - 1) * 4'000;
+        EXPECT_EQ(client::Little(at + 11, 8), begin);
+        EXPECT_EQ(client::Little(at + 19, 8), begin + 4'000);
         EXPECT_EQ(client::Little(at + 27, 8), 10'000'000u);
         at += 48;
         for (const rgn_type& region : regions) {

@@ -1,7 +1,5 @@
 // The ways in which a buffer is handed over and events come back, each through a whole run.
 
-#include <atomic>
-
 #include "module_fixture.h"
 
 namespace {
@@ -38,16 +36,6 @@ class Transports : public ModuleTest {
     }
 };
 
-class ReceiveImageData : public Transports, public testing::WithParamInterface<const char*> {};
-
-TEST_P(ReceiveImageData, FillsTheBuffer) {
-    ASSERT_TRUE(Configure(One(std::string(R"("driver": ")") + GetParam() + '"')));
-    ExpectFrames(Camera().RunProgram(CLASS_SIMPLIFIED_CCL, Program(5, CIRC_NONE), frame_bytes, 5),
-                 5);
-}
-
-INSTANTIATE_TEST_SUITE_P(Types, ReceiveImageData, testing::Values("usb", "pcie", "software"));
-
 TEST_F(Transports, PciPiecesAreOneBuffer) {
     ASSERT_TRUE(Configure(One(R"("driver": "pci")")));
     client::Connection& camera = Camera();
@@ -63,33 +51,6 @@ TEST_F(Transports, PciPiecesAreOneBuffer) {
     ASSERT_TRUE(camera.Execute());
     ASSERT_TRUE(camera.WaitComplete());
     ExpectFrames(buffer, 4);
-    // The same in one piece, which comes without parameters.
-    std::fill(buffer.begin(), buffer.end(), uint8_t{0});
-    ASSERT_TRUE(camera.Control(DV_SET_IMAGE_DATA_ACTIVE, &total, 4, buffer.data(), total));
-    ASSERT_TRUE(camera.Execute());
-    ASSERT_TRUE(camera.WaitComplete());
-    ExpectFrames(buffer, 4);
-}
-
-TEST_F(Transports, FireWireAnnouncesTheFrameFirst) {
-    ASSERT_TRUE(Configure(One(R"("driver": "1394")")));
-    client::Connection& camera = Camera();
-    ASSERT_TRUE(camera.Send(CLASS_SIMPLIFIED_CCL, Program(2, CIRC_NONE)));
-    // A second run with a buffer of another size follows on a completed one.
-    for (const uint32_t frames : {2u, 2u}) {
-        const uint32_t total = frames * frame_bytes;
-        Bytes buffer(total);
-        const dv_image_parameters parameters{
-            .frame_bytes = frame_bytes, .total_bytes = total, .circular = 0, .reserved = 0};
-        ASSERT_TRUE(
-            camera.Control(DV_SEND_IMAGE_PARMS, &parameters, sizeof(parameters), nullptr, 0));
-        ASSERT_TRUE(camera.Control(DV_SET_IMAGE_DATA_ACTIVE_LARGE_BUF, &total, 4, buffer.data(),
-                                   buffer.size()));
-        ASSERT_TRUE(camera.Control(DV_FIX_TABLE, &parameters, sizeof(parameters), nullptr, 0));
-        ASSERT_TRUE(camera.Execute());
-        ASSERT_TRUE(camera.WaitComplete());
-        ExpectFrames(buffer, frames);
-    }
 }
 
 TEST_F(Transports, AContinuousRunReportsEveryFrameUntilItIsIdle) {
@@ -129,41 +90,11 @@ TEST_F(Transports, AContinuousRunReportsEveryFrameUntilItIsIdle) {
     EXPECT_EQ(counts.eof, 0u);
 }
 
-// What the library offers to modules that deliver events themselves.
-struct Delivery {
-    orvex_delivery functions{};
-    std::atomic<uint32_t> latest = 0;
-    std::atomic<uint32_t> begins = 0;
-    std::atomic<uint32_t> ends = 0;
-    std::atomic<uint32_t> others = 0;
-};
-
-TEST_F(Transports, EventsAreDeliveredIntoTheLibrary) {
+TEST_F(Transports, AnUnpluggedCameraWithoutADeviceFileSaysSoInItsRecord) {
     ASSERT_TRUE(Configure(One(R"("delivery": "callbacks")")));
-    Delivery delivery;
-    delivery.functions.set_latest_frame_info = [](orvex_device* device, uint32_t number, int64_t,
-                                                  int64_t) -> uint16_t {
-        static_cast<Delivery*>(device->callbacks)->latest = number;
-        return 1;
-    };
-    delivery.functions.invoke = [](orvex_device* device, uint32_t event) -> uint16_t {
-        auto& to = *static_cast<Delivery*>(device->callbacks);
-        ++(event == OX_CALLBACK_BOF ? to.begins : event == OX_CALLBACK_EOF ? to.ends : to.others);
-        return 1;
-    };
     client::Connection& camera = Camera();
-    camera.Device()->callbacks = &delivery;
-    camera.RunProgram(CLASS_SIMPLIFIED_CCL, Program(6, CIRC_NONE), frame_bytes, 6);
-    EXPECT_TRUE(client::Eventually([&] { return delivery.ends == 6; }));
-    EXPECT_EQ(delivery.begins, 6u);
-    EXPECT_EQ(delivery.latest, 6u);
-    ASSERT_TRUE(camera.Control(DV_EVENT_NOTIFICATION_FLUSH, nullptr, 0, nullptr, 0));
-    EXPECT_EQ(orvex_event_wait(&camera.Event(5), 1000), 1);
     EXPECT_EQ(camera.Console("unplug"), "ok");
-    EXPECT_EQ(delivery.others, 1u);
     EXPECT_EQ(camera.Device()->state, uint32_t{DEVICE_REMOVED});
-    camera.Close();
-    camera.Device()->callbacks = nullptr;
 }
 
 TEST_F(Transports, InitAndUninitComeInAnyOrder) {

@@ -1,8 +1,11 @@
 #include "state/api_global.h"
 
 #include <array>
+#include <functional>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <string>
+#include <thread>
 
 #include "unit/log/collected_log.h"
 
@@ -11,6 +14,10 @@ using testing::Contains;
 using testing::ElementsAre;
 
 namespace {
+
+void OnAnotherThread(const std::function<void()>& work) {
+    std::thread(work).join();
+}
 
 TEST(ErrorMessage, IsReadByTheStoredMode) {
     struct MessageCase {
@@ -23,12 +30,6 @@ TEST(ErrorMessage, IsReadByTheStoredMode) {
         {0, 0, "No Error"},
         {7, 0, "No Error"},
         {0, 1, "Unexpected, unanticipated, or undocumented (C0_UNKNOWN_ERROR)"},
-        {0, 8, "System error in dv_driver_set_image_data_idle (C0_SYS_ERR_IM_ABORT)"},
-        {0, 16, "Can't collect data: expected data is zero bytes (C0_NO_IMG_DATA)"},
-        {0, 25, "Attribute requested not available (C2_NOT_AVAILABLE)"},
-        {0, 33, "Invalid region (C3_RGN_INVALID)"},
-        {0, 40, "Data Buffer is full no place to xfer data (C3_BUFFER_OVERRUN)"},
-        {0, 48, "Binning value is not valid for current camera configuration (C0_BINNING_INVALID)"},
         {0, 50, "Resource allocation failed (C0_RESOURCE_ALLOCATION_FAILED)"},
         {0, 51, unknown},
         {0, -1, unknown},
@@ -61,6 +62,58 @@ TEST(ErrorState, ClearingKeepsNoMode) {
     char message[ERROR_MSG_LEN];
     ApiGlobal::GetErrorMessage(5, message);
     EXPECT_STREQ(message, "Device driver could not lock pages in RAM (C0_MEM_LOCK_FAILED)");
+}
+
+TEST(ErrorState, WhatAnotherThreadSetsIsNoFailureOfThisOne) {
+    ApiGlobal::ClearErrorCode(EXT_OPEN_EXCLUSIVE);
+    OnAnotherThread([] { ApiGlobal::SetErrorCode(EXT_OPEN_EXCLUSIVE, 39); });
+    EXPECT_FALSE(ApiGlobal::IsErrorCodeSet());
+    EXPECT_EQ(ApiGlobal::GetErrorCode(), 39) << "one code for the process";
+    ApiGlobal::SetErrorCode(EXT_OPEN_EXCLUSIVE, 8);
+    OnAnotherThread([] { ApiGlobal::ClearErrorCode(EXT_OPEN_EXCLUSIVE); });
+    EXPECT_TRUE(ApiGlobal::IsErrorCodeSet());
+    EXPECT_EQ(ApiGlobal::GetErrorCode(), 0);
+}
+
+TEST(ErrorHold, LetsOutWhatLasts) {
+    struct HoldCase {
+        const char* name;
+        int16 before;           // set by this thread
+        int16 foreign;          // set by another one during the hold; -1 for none
+        int16 mode, set, last;  // in the hold: a code, and one in its place
+        int16 code;             // of the process afterwards, and whether it is read by the
+        bool of_bridge;         // bridge's table
+    };
+    const int16 library = EXT_OPEN_EXCLUSIVE, bridge = EXT_OPEN_FW_UPDATE;
+    const HoldCase cases[] = {
+        {"forgotten", 0, -1, library, 25, 0, 0, false},
+        {"forgotten beside another", 0, 5, library, 25, 0, 5, false},
+        {"an older one is forgotten too", 8, -1, library, 25, 0, 0, false},
+        {"failed", 0, 5, library, 25, 26, 26, false},
+        {"mode changed", 0, -1, bridge, 9, 0, 0, true},
+        {"mode changed beside another", 0, 5, bridge, 9, 0, 5, false},
+    };
+    for (const HoldCase& c : cases) {
+        SCOPED_TRACE(c.name);
+        ApiGlobal::SetErrorCode(library, c.before);
+        {
+            const bv::ErrorHold hold;
+            ApiGlobal::SetErrorCode(c.mode, c.set);
+            if (c.foreign >= 0) {
+                OnAnotherThread([&] {
+                    EXPECT_EQ(ApiGlobal::GetErrorCode(), c.before);
+                    ApiGlobal::SetErrorCode(library, c.foreign);
+                });
+            }
+            EXPECT_EQ(ApiGlobal::GetErrorCode(), c.set);
+            ApiGlobal::SetErrorCode(c.mode, c.last);
+        }
+        EXPECT_EQ(ApiGlobal::GetErrorCode(), c.code);
+        EXPECT_EQ(ApiGlobal::IsErrorCodeSet(), c.last != 0);
+        char message[ERROR_MSG_LEN];
+        ApiGlobal::GetErrorMessage(1, message);
+        EXPECT_EQ(std::string(message).starts_with("BC_"), c.of_bridge) << message;
+    }
 }
 
 TEST(ErrorState, IsTraced) {

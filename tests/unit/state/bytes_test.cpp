@@ -10,19 +10,6 @@ using testing::ElementsAre;
 
 namespace {
 
-TEST(Bytes, StandInTheirOrder) {
-    std::array<uint8_t, 8> buffer{};
-    bv::StoreBigEndian<uint32_t>(buffer.data(), 0x01020304);
-    EXPECT_THAT(buffer, ElementsAre(1, 2, 3, 4, 0, 0, 0, 0));
-    bv::StoreBigEndian<int16_t>(buffer.data(), -2);
-    EXPECT_THAT(buffer, ElementsAre(0xFF, 0xFE, 3, 4, 0, 0, 0, 0));
-    EXPECT_EQ(bv::LoadBigEndian<int16_t>(buffer.data()), -2);
-    EXPECT_EQ(bv::LoadLittleEndian<uint32_t>(buffer.data()), 0x0403FEFFu);
-    bv::StoreBigEndian<uint64_t>(buffer.data(), 0x8000000000000001u);
-    EXPECT_EQ(bv::LoadBigEndian<uint64_t>(buffer.data()), 0x8000000000000001u);
-    EXPECT_EQ(bv::LoadLittleEndian<uint64_t>(buffer.data()), 0x0100000000000080u);
-}
-
 TEST(BytesReader, NeverReadsPastTheEnd) {
     const std::array<uint8_t, 5> bytes = {1, 2, 3, 4, 5};
     bv::BigEndianReader reader(bytes);
@@ -41,16 +28,6 @@ TEST(BytesReader, EmptyBlocksAreNoOverrun) {
     bv::BigEndianReader reader({});
     EXPECT_TRUE(reader.take_bytes(0).empty());
     EXPECT_FALSE(reader.overrun());
-}
-
-TEST(Word, CopiesAndAdds) {
-    bv::Word<uint16_t> word{65535};
-    bv::Word<uint16_t> copy = word;
-    EXPECT_EQ(word.add(2), 1);
-    EXPECT_EQ(word, 1);
-    EXPECT_EQ(copy, 65535);
-    copy = word;
-    EXPECT_EQ(copy, 1);
 }
 
 }  // namespace
