@@ -6,6 +6,7 @@
 
 #include "acquisition/sequence.h"
 #include "acquisition/upcalls.h"
+#include "device/ddi.h"
 #include "device/image_transfer.h"
 #include "log/enum_texts.h"
 #include "messages/host_command_message.h"
@@ -40,6 +41,12 @@ constexpr std::array<HaltOption, 6> halt_options{{
     {CCS_OPEN_SHTR, HC_CCS_OPEN_SHTR},
     {CCS_CLEAR_OPEN_SHTR, HC_CCS_CONT_CLEAR | HC_CCS_OPEN_SHTR},
 }};
+
+// One that is gone sends nothing any more.
+bool IsRemoved(int16 hcam) {
+    orvex_device* device = dv_device(hcam);
+    return device && dv_device_state(device) == DEVICE_REMOVED;
+}
 
 // False when the driver still has its hands on the buffer.
 bool IdleTransfer(int16 hcam) {
@@ -114,7 +121,7 @@ boolean16 bv_exp_abort(int16 hcam, int16 cam_state) {
         accepted = StopAcquisition(hcam, disarmed);
     }
     // A run whose frames may still come is not over: the next abort has it to end.
-    if (!disarmed) info.exp_started = 1;
+    if (!disarmed && !IsRemoved(hcam)) info.exp_started = 1;
     if (!accepted) return call.failed();
     WaitPostAbort(call, hcam, waited_ms);
     return call.result(!bv::ApiGlobal::IsErrorCodeSet());

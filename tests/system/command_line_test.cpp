@@ -2,6 +2,7 @@
 #include "support/command_line.h"
 
 #include <csignal>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
@@ -10,8 +11,8 @@
 #include <nlohmann/json.hpp>
 #include <set>
 #include <string>
+#include <sys/file.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include "support/eventually.h"
@@ -111,8 +112,8 @@ TEST_F(CommandLine, FilesSayWhatIsKnown) {
         {"EXPTIME", "0.0025"}, {"XPIXSZ", "6.5"},
         {"YPIXSZ", "13."},     {"CCD-TEMP", "-15."},
         {"SET-TEMP", "-15."},  {"READOUTM", "Sensitivity, 100 MHz"},
-        {"GAIN", "2"},         {"GAINNAME", "Sensitivity"},
-        {"EGAIN", "0.5"},      {"RDNOISE", "1.6"},
+        {"GAIN", "2"},         {"GAINNAME", "Full Well"},
+        {"EGAIN", "11.3"},     {"RDNOISE", "5."},
         {"PEDESTAL", "100"},   {"SATURATE", "4095"},
         {"YORGSUBF", "16"},    {"EXPMODE", "timed"}};
     for (const auto& [key, value] : expected) EXPECT_EQ(cards[key], value) << key;
@@ -202,18 +203,17 @@ INSTANTIATE_TEST_SUITE_P(Signals, EndedBySignal, testing::Values(SIGINT, SIGTERM
 
 // Folders of device files: those of dead processes go, all others stay.
 TEST_F(CommandLine, LeftOversOfDeadProcessesAreRemoved) {
-    const pid_t dead = fork();
-    if (dead == 0) _exit(0);
-    waitpid(dead, nullptr, 0);
-    const std::string gone = "orvex-" + std::to_string(dead) + "-aaaaaa";
-    const std::string full = "orvex-" + std::to_string(dead) + "-bbbbbb";
-    const std::string alive = "orvex-" + std::to_string(getpid()) + "-cccccc";
+    const std::string gone = "orvex-dev-aaaaaa", full = "orvex-dev-bbbbbb";
+    const std::string alive = "orvex-dev-cccccc";
     for (const std::string& name : {gone, full, alive}) {
         std::filesystem::create_directory(folder_ / name);
         ASSERT_EQ(mknod((folder_ / name / "cam0").c_str(), S_IFSOCK | 0600, 0), 0);
     }
     std::ofstream(folder_ / full / "notes") << "precious";
+    const int held = open((folder_ / alive).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    ASSERT_EQ(flock(held, LOCK_EX), 0);
     ASSERT_EQ(Orvex("list").status, 0);
+    close(held);
     EXPECT_EQ(Files(), (std::set<std::string>{full, alive}));
     EXPECT_TRUE(std::filesystem::exists(folder_ / full / "notes"));
 }
