@@ -42,7 +42,7 @@ struct InfoOptions {
 };
 
 // What 'info' shows, in this order; a camera that lacks one is passed over.
-constexpr std::pair<const char*, uns32> facts[] = {
+constexpr std::pair<const char*, uns32> shown_parameters[] = {
     {"product", PARAM_PRODUCT_NAME},
     {"vendor", PARAM_VENDOR_NAME},
     {"system", PARAM_SYSTEM_NAME},
@@ -81,7 +81,7 @@ void info(const InfoOptions& options) {
         print_fact("name", camera.name());
         print_fact("library", Library::version());
     }
-    for (const auto& [label, id] : facts) {
+    for (const auto& [label, id] : shown_parameters) {
         sleep_or_stop({});
         if (!camera.available(id)) continue;
         const std::optional<std::string> text = value_text(camera, {label, id});
