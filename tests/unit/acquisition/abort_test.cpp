@@ -7,7 +7,6 @@
 #include "orvex/orvex_errors.h"
 
 #include "support/core/test_camera.h"
-#include "support/core/trace_capture.h"
 
 using support::hex;
 using testing::ElementsAre;
@@ -53,15 +52,6 @@ TEST_F(Abort, HaltsByTheStateThatIsWanted) {
         EXPECT_THAT(camera_.writes(), ElementsAre(hex(bytes)));
         EXPECT_EQ(camera_.cam_info().exp_started, 0);
     }
-}
-
-TEST_F(Abort, NoChangeOnlyIdlesTheTransfer) {
-    camera_.camera().driver_status(DRIVER_STATUS_EXPOSING, 0);
-    ASSERT_EQ(Run(CCS_NO_CHANGE), 1);
-    EXPECT_THAT(camera_.writes(), IsEmpty());
-    EXPECT_THAT(
-        camera_.camera().ioctl_codes(),
-        ElementsAre(DV_GET_IMAGE_DATA_STATUS, DV_SET_IMAGE_DATA_IDLE, DV_CLEANUP_IMAGE_DATA_IDLE));
 }
 
 TEST_F(Abort, StopsAnAcquisition) {

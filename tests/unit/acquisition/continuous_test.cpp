@@ -81,22 +81,6 @@ TEST_F(Continuous, StartTests) {
     EXPECT_TRUE(trace_.failed_with(C3_INVALID_SCRIPT, "Script not valid"));
 }
 
-TEST_F(Continuous, StartArmsTheRing) {
-    ASSERT_EQ(Prepare(), 1);
-    ASSERT_EQ(Start(4), 1);
-    EXPECT_THAT(camera_.writes(), ElementsAre(hex("3F 00 01 2E")));
-    EXPECT_EQ(camera_.camera().ioctls().back().code, uint32_t{DV_RECEIVE_IMAGE_DATA});
-    EXPECT_EQ(camera_.camera().ioctls().back().out_size, 4 * frame_bytes);
-    EXPECT_EQ(camera_.decode_info().frame_count, 4u);
-    EXPECT_EQ(camera_.cam_info().exp_started, 1);
-    ASSERT_EQ(bv_exp_abort(camera_.hcam, CCS_HALT), 1);
-    EXPECT_EQ(camera_.cam_info().exp_started, 0);
-
-    camera_.camera().fail_write();
-    EXPECT_EQ(Start(4), 0);
-    EXPECT_EQ(camera_.cam_info().exp_started, 0);
-}
-
 // The run that goes on is ended first, by the same messages, and does not take the buffer along.
 TEST_F(Continuous, StartEndsTheRunThatGoesOn) {
     ASSERT_EQ(Prepare(), 1);

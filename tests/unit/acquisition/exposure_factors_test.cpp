@@ -34,7 +34,6 @@ INSTANTIATE_TEST_SUITE_P(
     Cases, ExposureFactors,
     testing::Values(FactorCase{"None", ms, TIMED_MODE, 0, 0, 0},
                     FactorCase{"Bulb", ms, BULB_MODE, 500, 0, 0},
-                    FactorCase{"Variable", ms, VARIABLE_TIMED_MODE, 500, 0, 0},
                     FactorCase{"Flash", ms, FLASH_MODE, 500, 500, 1},
                     FactorCase{"LargestSingle", ms, TIMED_MODE, 65535, 65535, 1},
                     FactorCase{"SmallestHalved", ms, TIMED_MODE, 65536, 32768, 2},
@@ -46,9 +45,7 @@ INSTANTIATE_TEST_SUITE_P(
                     FactorCase{"CountWrapsWhenHalved", ms, TIMED_MODE, 0xFFFFFFFF, 65535, 0},
                     FactorCase{"MicrosecondsHaveNoMinutes", us, TIMED_MODE, 120000, 1000, 120},
                     FactorCase{"MicrosecondsHaveNoLimit", us, TIMED_MODE, 65537000, 1000, 1},
-                    FactorCase{"SecondsResolution", EXP_RES_ONE_SEC, TIMED_MODE, 70001, 35000, 2},
                     FactorCase{"DarkFrame", ms, TIMED_MODE, 65480, 65530, 1, OPEN_NEVER},
                     FactorCase{"DarkFrameGrowsPastTheLimit", ms, TIMED_MODE, 69950, 1000, 70,
-                               OPEN_NEVER},
-                    FactorCase{"DarkFrameInMicroseconds", us, TIMED_MODE, 5, 50005, 1, OPEN_NEVER}),
+                               OPEN_NEVER}),
     [](const auto& test) { return std::string(test.param.name); });

@@ -1,5 +1,4 @@
 // The program of a full-dialect camera, operation by operation.
-#include <algorithm>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <memory>
@@ -10,12 +9,10 @@
 namespace {
 
 using program_test::PlainRun;
-using program_test::Program;
 using testing::HasSubstr;
 
 const std::string modes = "antibloom off, alternate off, serial bin 1, ";
 const std::string exposed = "open, expose 1, close";
-const std::string ten_rows = "do 10, bin 1, convert 100, end do, eof";
 
 TEST(FullProgram, OneFrameOperationByOperation) {
     EXPECT_EQ(PlainRun().Text(),
@@ -42,18 +39,10 @@ TEST_P(FullProgramHead, IsExact) {
 }
 
 const ProgramCase heads[] = {
-    {"NeverCleared", {.clear_mode = CLEAR_NEVER}, modes + "scale 10, " + exposed},
-    {"NoClearCycles", {.clear_cycles = 0}, modes + "scale 10, " + exposed},
-    {"ClearedInOneOperation",
-     {.parallel_clear = true},
-     modes + "scale 10, parallel clear 200, " + exposed},
     // 65535 / 656 is 99, one row short of the sensor.
     {"ClearedInALoop",
      {.clear_cycles = 656},
      modes + "scale 10, do 656, shift 100, end do, " + exposed},
-    {"ClearedAheadOfTheExposure",
-     {.clear_mode = CLEAR_PRE_EXPOSURE},
-     modes + "scale 10, shift 200, shift 200, " + exposed},
     // 100 * 656 wraps to 64 in the clear ahead of the exposure.
     {"ParallelClearTwiceOutsideALoop",
      {.clear_mode = CLEAR_PRE_EXPOSURE, .clear_cycles = 656, .parallel_clear = true},
@@ -68,23 +57,10 @@ const ProgramCase heads[] = {
     {"ShutterStaysShut",
      {.shtr_open_mode = OPEN_NEVER, .shtr_open_delay = 5, .shtr_close_delay = 7},
      modes + "close, scale 22, shift 200, expose 1"},
-    {"ShutterOpensOnAllOfTheSensor",
-     {.shtr_open_mode = OPEN_PRE_SEQUENCE, .frame_capable = 1},
-     modes + "scale 10, both halves, open, shift 200, expose 1"},
-    {"ShutterOpenAheadOfTheTrigger",
-     {.exp_mode = STROBED_MODE, .shtr_open_mode = OPEN_PRE_TRIGGER, .preflash = 9},
-     modes + "scale 10, shift 200, open, until trigger, flash 9, expose 1, close"},
-    {"StrobedWithClearing",
-     {.exp_mode = STROBED_MODE, .clear_mode = CLEAR_PRE_EXPOSURE},
-     modes + "scale 10, shift 200, clear until trigger, " + exposed},
     {"VariableTime",
      {.exp_mode = VARIABLE_TIMED_MODE, .exposure_time = 20000},
      modes + "shift 200, " + exposed},
-    {"TriggerStartsWithoutSequenceClear",
-     {.exp_mode = TRIGGER_FIRST_MODE, .clear_mode = CLEAR_PRE_EXPOSURE},
-     modes + "scale 10, until trigger, shift 200, shift 200, " + exposed},
     {"Flash", {.exp_mode = FLASH_MODE}, modes + "shift 200, open, flash 10, close"},
-    {"NoExposure", {.exposure_time = 0}, modes + "shift 200, open, close"},
     {"Microseconds",
      {.exp_res = EXP_RES_ONE_MICROSEC},
      modes + "scale 10, shift 200, open, expose fast 1, close"},
@@ -134,13 +110,6 @@ const ProgramCase readouts[] = {
      {.regions = {{0, 99, 1, 60, 79, 1}, {0, 49, 1, 0, 9, 1}}},
      "skip 200, do 10, bin 1, convert 50, skip 50, end do, shift 50, skip 200, do 20, bin 1, "
      "convert 100, end do, eof, shift 20"},
-    // The last row of the sensor: the frame ends behind the read-out.
-    {"OneLineNeedsNoLoop",
-     {.regions = {{5, 5, 1, 99, 99, 1}}},
-     "shift 99, skip 200, bin 1, skip 5, convert 1, skip 94, eof"},
-    {"MaskRows",
-     {.regions = {{0, 99, 1, 0, 99, 1}}, .premask = 4, .postmask = 6},
-     "shift 4, skip 200, do 100, bin 1, convert 100, end do, eof, shift 6"},
     {"FrameTransferReadsTheStorageHalf",
      {.regions = {{0, 99, 1, 0, 49, 1}},
       .par_size = 101,
@@ -148,12 +117,6 @@ const ProgramCase readouts[] = {
       .frame_transfer_on = 1},
      "shift 51, storage only, skip 200, do 50, bin 1, convert 100, end do, eof, shift 1, "
      "both halves"},
-    {"FrameTransferIntoAMaskedStorage",
-     {.regions = {{0, 99, 1, 0, 99, 1}},
-      .premask = 100,
-      .frame_capable = 1,
-      .frame_transfer_on = 1},
-     "shift 100, storage only, skip 200, do 100, bin 1, convert 100, end do, eof, both halves"},
     {"RegionsWithDifferentSerialBinning",
      {.regions = {{0, 49, 1, 0, 9, 1}, {50, 99, 2, 0, 9, 1}}},
      "skip 200, do 10, bin 1, serial bin 1, convert 50, serial bin 2, convert 25, end do, eof, "
@@ -161,19 +124,6 @@ const ProgramCase readouts[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Cases, FullProgramReadout, testing::ValuesIn(readouts), case_name);
-
-TEST(Readout, StripsAreListedWithTheirLines) {
-    const PlainRun run{.regions = {{0, 99, 1, 60, 79, 1}, {0, 49, 1, 0, 9, 1}}};
-    const Program program;
-    ASSERT_TRUE(run.Write(program));
-    const script_group_type* group = program.script().groups;
-    ASSERT_TRUE(group && group->next && !group->next->next);
-    EXPECT_EQ(group->repeat, 10);
-    EXPECT_EQ(group->entries[0].pixels, 50);
-    EXPECT_EQ(group->next->repeat, 20);
-    EXPECT_EQ(group->next->region_count, 1);
-    EXPECT_EQ(group->next->entries[0].pixels, 100);
-}
 
 TEST(Readout, RegionsThatCannotBeReadTogetherAreRefused) {
     const std::vector<rgn_type> refused[] = {{{0, 9, 1, 0, 9, 2}, {20, 29, 1, 1, 8, 2}},
@@ -223,12 +173,6 @@ TEST_F(PortActions, StandAtTheirLocations) {
     pg_cam_reads[0].cap_io = 0;
     EXPECT_THAT(run.Text(), testing::Not(HasSubstr("port")));
     EXPECT_THAT(run.Text(), testing::EndsWith("terminate"));
-}
-
-TEST_F(PortActions, UnknownTypeEndsTheGeneration) {
-    Add(SCR_POST_READOUT, 2);
-    EXPECT_EQ(PlainRun{.io_info = &lists_}.Text(), "");
-    EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), C2_NOT_AVAILABLE);
 }
 
 }  // namespace

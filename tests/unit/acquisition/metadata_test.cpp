@@ -16,7 +16,6 @@
 using bv::Call;
 using metadata_test::Bytes;
 using metadata_test::Frame;
-using metadata_test::PutWord;
 using metadata_test::Region;
 using testing::ElementsAre;
 
@@ -107,20 +106,6 @@ TEST_F(Metadata, EmptyFrames) {
     EXPECT_EQ(BoxOf(*frame_), empty_box);
 }
 
-TEST_F(Metadata, HeaderOnlyRegions) {
-    ASSERT_EQ(Decode(Frame({{.roi = {4, 5, 1, 6, 6, 1}, .pixels = {1, 2}},
-                            {.roi = {0, 9, 0, 0, 9, 0}, .flags = 2}})),
-              1);
-    EXPECT_EQ(frame_->roiCount, 2);
-    EXPECT_EQ(frame_->roiArray[1].data, nullptr);
-    EXPECT_EQ(frame_->roiArray[1].dataSize, 0u);
-    EXPECT_THAT(BoxOf(*frame_), ElementsAre(0, 9, 1, 0, 9, 1));
-    const auto image = Recompose(10, 10);
-    EXPECT_EQ(std::count(image.begin(), image.end(), 9), 98);
-    EXPECT_EQ(image[6 * 10 + 4], 1);
-    EXPECT_EQ(image[6 * 10 + 5], 2);
-}
-
 struct BadFrame {
     const char* name;
     Bytes bytes;
@@ -195,18 +180,6 @@ TEST_F(Metadata, StructuresForABuffer) {
 
 // --- recompose
 
-TEST_F(Metadata, RegionsArePaintedInOrder) {
-    ASSERT_EQ(Decode(Frame({{.roi = {20, 23, 2, 8, 11, 2}, .pixels = {1, 2, 3, 4}},
-                            {.roi = {22, 25, 2, 10, 11, 2}, .pixels = {5, 6}}})),
-              1);
-    EXPECT_EQ(Recompose(3, 2), (std::vector<uns16>{1, 2, 9, 3, 5, 6}));
-    EXPECT_EQ(Recompose(4, 3, 1, 1), (std::vector<uns16>{9, 9, 9, 9, 9, 1, 2, 9, 9, 3, 5, 6}));
-    EXPECT_EQ(Recompose(2, 2), std::vector<uns16>());
-    EXPECT_TRUE(trace_.failed_with(C0_BUFFER_TOO_SMALL,
-                                   "The output buffer is too small for the implied ROI"));
-    EXPECT_EQ(Recompose(3, 1), std::vector<uns16>());
-}
-
 // The size test compares far edges alone; such a box runs on in the next row and stops at the end
 // of the image.
 TEST_F(Metadata, BoxPastTheEdgeStaysInTheImage) {
@@ -214,6 +187,9 @@ TEST_F(Metadata, BoxPastTheEdgeStaysInTheImage) {
     EXPECT_EQ(Recompose(3, 2, 2), (std::vector<uns16>{9, 9, 1, 2, 3, 4}));
     EXPECT_EQ(Recompose(3, 2, 0, 1), (std::vector<uns16>{9, 9, 9, 1, 2, 3}));
     EXPECT_EQ(Recompose(3, 2, 0, 2), std::vector<uns16>(6, 9));
+    EXPECT_EQ(Recompose(2, 2), std::vector<uns16>());
+    EXPECT_TRUE(trace_.failed_with(C0_BUFFER_TOO_SMALL,
+                                   "The output buffer is too small for the implied ROI"));
 }
 
 TEST_F(Metadata, ZeroBinningIsRefused) {
@@ -230,20 +206,6 @@ TEST_F(Metadata, ZeroBinningIsRefused) {
 }
 
 // --- tagged values
-
-TEST(ExtendedMetadata, Items) {
-    auto items = std::make_unique<md_ext_item_collection>();
-    Call call("read");
-    Bytes data{1, 1, 0, 0, 0, 0, 2, 0, 0, 0, 1, 3, 0, 0, 0, 255, 77};
-    ASSERT_EQ(bv_md_read_extended(call, items.get(), data.data(), 17), 1);
-    ASSERT_EQ(items->count, 3);
-    EXPECT_EQ(items->map[0], &items->list[1]);
-    EXPECT_EQ(items->map[1], &items->list[2]);  // the last occurrence
-    EXPECT_EQ(items->map[2], nullptr);
-    EXPECT_EQ(items->list[0].value, data.data() + 1);
-    EXPECT_STREQ(items->list[0].tagInfo->name, "Particle M0");
-    EXPECT_EQ(items->list[1].tagInfo->type, TYPE_UNS32);
-}
 
 TEST(ExtendedMetadata, Ends) {
     support::TraceCapture trace;

@@ -1,13 +1,11 @@
 #include "acquisition/script.h"
 
 #include <gtest/gtest.h>
-#include <thread>
 
 #include "orvex/orvex_errors.h"
 
 #include "acquisition/generator.h"
 #include "support/core/test_camera.h"
-#include "support/core/trace_capture.h"
 
 #include "unit/acquisition/program.h"
 
@@ -35,18 +33,6 @@ TEST(Script, LastLongRecordStandsOut) {
     EXPECT_EQ(program.bytes().back(), 0xFF);
 }
 
-TEST(Script, ThreadsLoadSideBySide) {
-    const auto write = [](uns16 argument) {
-        const Program program(1000);
-        for (int i = 0; i < 999; ++i) bv_script_load_op(OP_EXPOSE, argument);
-        EXPECT_EQ(program.bytes().size(), 2997u);
-        for (const program_test::Op& op : program.ops()) ASSERT_EQ(op.argument, argument);
-    };
-    std::thread other(write, uns16{7});
-    write(9);
-    other.join();
-}
-
 TEST(Script, FreeReportsAnError) {
     bv::ApiGlobal::ClearErrorCode(EXT_OPEN_EXCLUSIVE);
     bv::ScriptOwner script;
@@ -56,23 +42,6 @@ TEST(Script, FreeReportsAnError) {
     bv::ApiGlobal::SetErrorCode(EXT_OPEN_EXCLUSIVE, C3_RGN_INVALID);
     EXPECT_EQ(script.Free(), 0);
     EXPECT_EQ(bv_script_free_groups(nullptr), 1);
-}
-
-TEST(Script, SendPicksTheClassByDialect) {
-    support::TraceCapture trace;
-    support::TestCamera camera;
-    const Program program(2);
-    bv_script_load_op(OP_EXPOSE, 1);
-    program.script().length = bv_script_load_position();
-    ASSERT_EQ(bv_script_send(camera.hcam, &program.script()), 1);
-    EXPECT_EQ(camera.writes().back(), hex("3D 00 03 00 01 04"));
-    EXPECT_TRUE(trace.contains("bv_script_send: About to send HOST_CCL_SCRIPT with 3 bytes"));
-
-    camera.reads().ccl_caps = CCL_CAPS_SIMPLIFIED;
-    ASSERT_EQ(bv_script_send(camera.hcam, &program.script()), 1);
-    EXPECT_EQ(camera.writes().back(), hex("26 00 03 00 01 04"));
-    EXPECT_TRUE(
-        trace.contains("bv_script_send: About to send SIMPLIFIED_CCL_COMMANDS with 3 bytes"));
 }
 
 TEST(SimplifiedProgram, IsAListOfSettings) {

@@ -5,7 +5,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <stdexcept>
-#include <string>
 #include <vector>
 
 #include "orvex/orvex_errors.h"
@@ -71,21 +70,6 @@ TEST_F(Sequence, SetupBetweenWithoutARingIsNoSequence) {
         EXPECT_EQ(Programs(), 1u);
         EXPECT_EQ(bytes_, next.s2 == small.s2 ? bytes / 2 : bytes);
     }
-}
-
-TEST_F(Sequence, SetupMeasuresAndDownloads) {
-    ASSERT_EQ(Prepare({}), 1);
-    EXPECT_EQ(bytes_, 6000u);
-    EXPECT_EQ(Programs(), 1u);
-    const decode_info_type& decode = camera_.decode_info();
-    EXPECT_EQ(decode.frame_bytes, 2000u);
-    EXPECT_EQ(decode.seq_bytes, 6000u);
-    EXPECT_EQ(decode.frame_count, 3u);
-    EXPECT_EQ(decode.rgn_total, 1);
-    EXPECT_EQ(decode.sbin_first, 1);
-    EXPECT_EQ(decode.pbin_first, 1);
-    EXPECT_EQ(camera_.cam_info().script_valid, 1);
-    EXPECT_EQ(camera_.cache().regions.size(), 1u);
 }
 
 TEST_F(Sequence, SameSetupTalksToNobody) {
@@ -189,28 +173,6 @@ TEST_F(Sequence, VariableTimeGoesAheadOfEachStart) {
     EXPECT_THROW(bv_exp_start_seq(camera_.hcam, buffer_.data()), std::out_of_range);
 }
 
-TEST_F(Sequence, StartFailures) {
-    EXPECT_EQ(bv_exp_start_seq(camera_.hcam, buffer_.data()), 0);
-    EXPECT_TRUE(trace_.failed_with(C3_INVALID_SCRIPT, "Script not valid"));
-
-    ASSERT_EQ(Prepare({}), 1);
-    camera_.camera().refuse(DV_RECEIVE_IMAGE_DATA);
-    EXPECT_EQ(bv_exp_start_seq(camera_.hcam, buffer_.data()), 0);
-    EXPECT_EQ(camera_.decode_info().pixel_stream, nullptr);
-    EXPECT_EQ(camera_.cam_info().exp_started, 0);
-    camera_.camera().refuse(DV_RECEIVE_IMAGE_DATA, false);
-
-    // The camera keeps its program when it can't be told to execute it.
-    camera_.camera().fail_write();
-    EXPECT_EQ(bv_exp_start_seq(camera_.hcam, buffer_.data()), 0);
-    EXPECT_EQ(camera_.cam_info().exp_started, 0);
-    EXPECT_EQ(camera_.cam_info().script_valid, 1);
-    EXPECT_EQ(camera_.decode_info().pixel_stream, buffer_.data());
-    camera_.camera().fail_write(false);
-    bv::ApiGlobal::ClearErrorCode(EXT_OPEN_EXCLUSIVE);
-    EXPECT_EQ(bv_exp_start_seq(camera_.hcam, buffer_.data()), 1);
-}
-
 TEST_F(Sequence, ArmingTests) {
     EXPECT_EQ(bv_dd_active(camera_.hcam, buffer_.data()), 0);
     EXPECT_TRUE(trace_.failed_with(C3_INVALID_SCRIPT, "The (s)CCL script is not valid"));
@@ -231,35 +193,12 @@ TEST_F(Sequence, ArmingTests) {
 
 // --- run
 
-TEST_F(Sequence, StatusComesFromTheDriver) {
+TEST_F(Sequence, FinishEndsTheRun) {
     int16 status = -1;
     uns32 bytes = 7;
     uns32 frames = 7;
     EXPECT_EQ(bv_exp_check_status(camera_.hcam, &status, &bytes, &frames), 0);
     EXPECT_TRUE(trace_.failed_with(C0_NO_IMG_DATA, "Buffer is null"));
-    EXPECT_EQ(bytes, 0u);
-
-    ASSERT_EQ(Prepare({}), 1);
-    Start();
-    camera_.camera().report(NOTIFICATION_EOF, 2, 2);
-    camera_.camera().driver_status(DRIVER_STATUS_READING, 4000);
-    ASSERT_EQ(bv_exp_check_status(camera_.hcam, &status, &bytes, &frames), 1);
-    EXPECT_EQ(status, READOUT_IN_PROGRESS);
-    EXPECT_EQ(bytes, 4000u);
-    EXPECT_EQ(frames, 2u);
-    camera_.camera().driver_status(99, 5000);
-    EXPECT_EQ(bv_exp_check_status(camera_.hcam, &status, &bytes, &frames), 0);
-    EXPECT_TRUE(trace_.failed_with(C7_DRIVER_COM_ERROR, "Image data status is READOUT_FAILED"));
-    EXPECT_EQ(status, READOUT_IN_PROGRESS) << "a failed readout fails and tells no status";
-
-    camera_.camera().driver_status(DRIVER_STATUS_COMPLETE, 6000);
-    ASSERT_EQ(bv_exp_check_status(camera_.hcam, &status, &bytes, &frames), 1);
-    EXPECT_EQ(status, READOUT_COMPLETE);
-    EXPECT_EQ(camera_.cam_info().exp_started, 1);  // until the abort that ends the run
-    EXPECT_TRUE(camera_.writes().empty());
-}
-
-TEST_F(Sequence, FinishEndsTheRun) {
     EXPECT_EQ(bv_exp_finish_seq(camera_.hcam, buffer_.data(), 0), 0);
     EXPECT_TRUE(trace_.failed_with(C3_ILLEGAL_BUFFER_SIZE, "The data size is zero"));
     ASSERT_EQ(Prepare({}), 1);
@@ -267,17 +206,6 @@ TEST_F(Sequence, FinishEndsTheRun) {
     ASSERT_EQ(bv_exp_finish_seq(camera_.hcam, buffer_.data(), 0), 1);
     EXPECT_EQ(camera_.cam_info().exp_started, 0);
     EXPECT_TRUE(camera_.writes().empty());  // no change of the camera was asked for
-}
-
-TEST_F(Sequence, SmallMembers) {
-    EXPECT_EQ(bv_exp_enable_ints(camera_.hcam, BEGIN_END_FRAME_IRQS), 1);
-    EXPECT_EQ(bv_exp_enable_ints(camera_.hcam, 4), 1);
-    EXPECT_EQ(bv_exp_enable_ints(camera_.hcam, -1), 1);
-    EXPECT_EQ(camera_.cam_info().irq_mask, BEGIN_END_FRAME_IRQS);
-    EXPECT_EQ(bv_exp_wait_start_xfer(camera_.hcam, 1), 0);
-    EXPECT_TRUE(trace_.contains("dv_exp_wait_start_xfer: BOF event not signalled within 1 ms"));
-    EXPECT_EQ(bv_exp_wait_end_xfer(camera_.hcam, 1), 0);
-    EXPECT_TRUE(trace_.contains("dv_exp_wait_end_xfer: EOF event not signalled within 1 ms"));
 }
 
 // Whatever the driver or the camera refuses on the way, the next attempt works.

@@ -36,12 +36,6 @@ TEST_F(Unravel, AllRegions) {
     EXPECT_THAT(c_, ElementsAre(7, 8, 9, 0));
 }
 
-TEST_F(Unravel, NullSkipsARegion) {
-    ASSERT_EQ(Run(65535, {a_.data(), nullptr, c_.data()}), 1);
-    EXPECT_THAT(a_, ElementsAre(5, 6, 0, 0));
-    EXPECT_THAT(c_, ElementsAre(7, 8, 9, 0));
-}
-
 TEST_F(Unravel, OneRegion) {
     // Region 0 is second in the buffer: its place in the list is its own.
     ASSERT_EQ(Run(0, {a_.data(), b_.data(), c_.data()}), 1);

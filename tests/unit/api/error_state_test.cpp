@@ -130,8 +130,6 @@ TEST_F(OpenCamera, SelfEnteringOperationsRaiseTheMutexError) {
 
 TEST_F(OpenCamera, DirectAccessReachesTheRows) {
     int16 handle = -1;
-    EXPECT_EQ(oz_exp_set_frames(hcam, 12), 1);
-    EXPECT_EQ(camera_.decode_info().frame_count, 12U);
     EXPECT_EQ(ox_exp_set_cont_mode(hcam, 7), 1);
     EXPECT_EQ(camera_.cam_info().buf_mode, 7);
     EXPECT_EQ(oz_cam_get_dev_handle(hcam, &handle), 1);

@@ -2,7 +2,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <string>
-#include <system_error>
 #include <vector>
 
 #include "orvex/orvex.h"
@@ -15,7 +14,6 @@
 // What a traced operation shows on its two layers.
 namespace {
 
-using testing::Contains;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -63,10 +61,8 @@ std::string Address(const void* pointer) {
 int16 number = 0;
 int32 value = 0;
 uns16 word = 0;
-uns32 count = 0;
 char text[256];
 char firmware_text[] = "?";
-tidal_stream_type* list = nullptr;
 
 const std::string parameter_write =
     "hcam=0, param_id=PARAM_CLEAR_CYCLES(0x06020061), param_value=" + Address(&word);
@@ -117,30 +113,14 @@ const TracedCall traced_calls[] = {
             "hcam=0, param_id=PARAM_SHTR_OPEN_MODE(0x09020209), index=0, value=" + Address(&value) +
                 ", desc=" + Address(nullptr) + ", length=9",
             "OZ_OK, *value=0, desc=<null>")},
-    {"enumerated_entry_without_room",
-     [] { ox_get_enum_param(0, PARAM_SHTR_OPEN_MODE, 0, &value, text, 0); },
-     Nested("ox_get_enum_param",
-            "hcam=0, param_id=PARAM_SHTR_OPEN_MODE(0x09020209), index=0, value=" + Address(&value) +
-                ", desc=" + Address(text) + ", length=0",
-            "OZ_OK, *value=0, desc=<zero-size>")},
-    {"unknown_event", [] { ox_cam_deregister_callback(0, -1); },
-     Nested("ox_cam_deregister_callback", "hcam=0, callback_event=<UNKNOWN>(4294967295)",
-            "OZ_FAIL")},
-    {"number_as_result", [] { ox_error_code(); }, Nested("ox_error_code", "", "0")},
     {"deprecated_without_arguments", [] { ox_buf_init(); },
      Nested("ox_buf_init", "[DEPRECATED]", "OZ_OK")},
-    {"deprecated", [] { ox_ccd_get_clear_cycles(0, &word); },
-     Nested("ox_ccd_get_clear_cycles", "[DEPRECATED] hcam=0, clear_cycles=" + Address(&word),
-            "OZ_OK, *clear_cycles=2")},
     {"deprecated_without_blank", [] { ox_spdtab_get_entries(0, &number); },
      Nested("ox_spdtab_get_entries", "[DEPRECATED]hcam=0, spdtab_entries=" + Address(&number),
             "OZ_OK, *spdtab_entries=2")},
     {"other_word_for_the_output", [] { ox_spdtab_get_max_gain(0, &number); },
      Nested("ox_spdtab_get_max_gain", "[DEPRECATED] hcam=0, spdtab_max_gain=" + Address(&number),
             "OZ_OK, *spd_max_gain=3")},
-    {"old_but_unmarked", [] { oz_exp_set_bytes(0, 1, 2, text); },
-     Nested("oz_exp_set_bytes", "hcam=0, frame_count=1, seq_bytes=2, pixel_stream=" + Address(text),
-            "OZ_FAIL")},
     {"error_code_is_set_under_two_forms", [] { oz_set_error_code(EXT_OPEN_FW_UPDATE, 5); },
      Nested({"oz_set_error_code", "[DEPRECATED] omode=EXT_OPEN_FW_UPDATE(1), err_code=5", "OZ_OK"},
             {"oz_set_error_code", "omode=EXT_OPEN_FW_UPDATE(1), err_code=5", "OZ_OK"})},
@@ -162,41 +142,10 @@ const TracedCall traced_calls[] = {
             "hcam=0, node_id=1, bridge_command=<UNKNOWN>(200), send_data_length=2, send_data=" +
                 Address(nullptr) + ", recv_data_length=0, recv_data=" + Address(nullptr),
             "OZ_FAIL")},
-    {"function_that_is_gone",
-     [] { ox_exp_get_driver_buffer(0, reinterpret_cast<void**>(&list), &count); },
-     {"EntryLayer::ox_exp_get_driver_buffer: ENTER ([DEPRECATED] hcam=0, pixel_stream=" +
-          Address(&list) + ", byte_cnt=" + Address(&count) + ")",
-      "ExecLayer::ox_exp_get_driver_buffer: ENTER ([DEPRECATED] hcam=0, pixel_stream=" +
-          Address(&list) + ", byte_cnt=" + Address(&count) + ")",
-      "ExecLayer::ox_exp_get_driver_buffer: Function not available anymore",
-      "ExecLayer::ox_exp_get_driver_buffer: RETURN (OZ_FAIL)",
-      "EntryLayer::ox_exp_get_driver_buffer: RETURN (OZ_FAIL)"}},
 };
 
 INSTANTIATE_TEST_SUITE_P(Calls, Traces, testing::ValuesIn(traced_calls),
                          [](const auto& row) { return row.param.name; });
-
-TEST(Traces, ShowAllocatedAddresses) {
-    support::TraceCapture trace;
-    void* block = oz_malloc(16, 0);
-    oz_free(block, 0);
-    EXPECT_EQ(oz_realloc(nullptr, 4, 0), nullptr);
-    const auto records = LayerRecords(trace);
-    EXPECT_THAT(records,
-                Contains("ExecLayer::oz_malloc: RETURN (" + Address(block) + ")").Times(1));
-    EXPECT_THAT(records, Contains("EntryLayer::oz_malloc: ENTER ([DEPRECATED] size=16, heap=0)"));
-    EXPECT_THAT(records, Contains("EntryLayer::oz_realloc: RETURN (NULL)"));
-    EXPECT_THAT(records, Not(Contains(HasSubstr("ExecLayer::oz_realloc"))));
-}
-
-// The exec layer alone keeps its own form of an operation that no application reaches.
-TEST(Traces, ExecLayerHasItsOwnWriteRead) {
-    support::TestCamera camera;
-    support::TraceCapture trace;
-    bv::ApiExecLayer().bv_cam_write_read(0, 63, 0, text, nullptr);
-    EXPECT_EQ(LayerRecords(trace)[0], "ExecLayer::bv_cam_write_read: ENTER (" + write_read +
-                                          Address(text) + ", read_array=" + Address(nullptr) + ")");
-}
 
 // A handle that prints without a sign is as wide as any other such number.
 TEST(Traces, ShowABadHandleOfABridgeCommandInFull) {

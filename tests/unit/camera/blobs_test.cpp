@@ -2,11 +2,9 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <numeric>
 
 #include "support/core/test_camera.h"
 #include "support/core/trace_capture.h"
-#include "support/exhausted_memory.h"
 
 using support::Bytes;
 using support::hex;
@@ -56,20 +54,6 @@ TEST_F(BlobsTest, SizeRequest) {
     EXPECT_EQ(bv_cam_get_binary_blob_size(hcam, 0x50102, args_.data(), 3, &size), 1);
     EXPECT_EQ(size, 0x12345u);
     EXPECT_THAT(camera_.writes(), ElementsAre(hex("3F 000C 26 99 0102 0003 A5A5A5 28 0004")));
-}
-
-TEST_F(BlobsTest, RequestWithoutMemoryIsRefused) {
-    if (!support::address_space_can_be_limited) GTEST_SKIP() << support::no_memory_limit;
-    const Bytes args(65000);
-    uns32 size = 0;
-    boolean16 result = 1;
-    {
-        const support::ExhaustedMemory exhausted(20000);
-        result = bv_cam_get_binary_blob_size(hcam, 0, args.data(), 65000, &size);
-    }
-    EXPECT_TRUE(
-        trace_.refused(result, C2_CANNOT_ALLOCATE_MEMORY, "Cannot allocate communication buffer"));
-    EXPECT_THAT(camera_.writes(), IsEmpty());
 }
 
 TEST_F(BlobsTest, TravelsInChunks) {

@@ -79,14 +79,4 @@ TEST(Capabilities, SecondWordMayBeInverted) {
     }
 }
 
-TEST(Capabilities, OneExchangeBesideThatOfThePorts) {
-    support::TestCamera camera;
-    camera.firmware().reply(FRAME_CAP, 1, 0x03).reply(SUM_WELL_PRESENT, 1, 0xFE);
-    EXPECT_EQ(bv_cam_get_capabilities(camera.hcam), 1);
-    EXPECT_THAT(camera.writes(),
-                ElementsAre(hex("3F 0007 26 3B 08 17 28 000A"), hex("3F 0005 26 1A 28 0001")));
-    EXPECT_EQ(camera.reads().frame_capable, 1);
-    EXPECT_EQ(camera.reads().summing_well, 0);
-}
-
 }  // namespace

@@ -8,8 +8,6 @@
 
 using support::hex;
 using testing::ElementsAre;
-using testing::IsEmpty;
-using testing::SizeIs;
 
 namespace {
 
@@ -35,14 +33,6 @@ class CapabilityTables : public testing::Test {
     static constexpr int16 hcam = support::TestCamera::hcam;
 };
 
-// What the software cameras have not; their lists are read through the parameters.
-TEST_F(CapabilityTables, ParallelModesWithoutFrameTransfer) {
-    reads_.mpp_capable = MPP_SELECTABLE;
-    for (int run = 0; run < 2; ++run) EXPECT_EQ(oz_cam_set_pmode_capabilities(hcam), 1);
-    EXPECT_THAT(Items(reads_.pmode_nvp),
-                ElementsAre("Normal=0", "Alternate Normal=4", "MPP=2", "Alternate MPP=6"));
-}
-
 TEST_F(CapabilityTables, Colors) {
     auto build = [this](uns16 color, uns16 mask) {
         reads_.cap_color = color;
@@ -55,35 +45,6 @@ TEST_F(CapabilityTables, Colors) {
     EXPECT_THAT(build(1, 0), ElementsAre("Grayscale=0", "Color (RGGB)=2"));
     EXPECT_THAT(build(1, 1), ElementsAre("Grayscale=0", "Color (RGGB)=2", "Color (GRBG)=3",
                                          "Color (GBRG)=4", "Color (BGGR)=5"));
-}
-
-TEST_F(CapabilityTables, EachSuppliedListIsReadByItsBitAlone) {
-    struct Supplied {
-        uns32 bit;
-        uns8 size_command;
-        nvp_container cam_reads_type::* container;
-    };
-    const Supplied lists[] = {
-        {1, GET_FAN_SPEEDS_SIZE, &cam_reads_type::fan_speed_nvp},
-        {2, GET_TRIGTAB_SIGNALS_SIZE, &cam_reads_type::trigtab_signal_nvp},
-        {4, GET_CENTROIDS_MODES_SIZE, &cam_reads_type::centroids_mode_nvp},
-        {8, GET_CENTROIDS_BG_COUNTS_SIZE, &cam_reads_type::centroids_bg_count_nvp},
-        {16, GET_FRAME_DELIVERY_MODES_SIZE, &cam_reads_type::frame_delivery_mode_nvp},
-    };
-    for (const Supplied& list : lists) {
-        SCOPED_TRACE(list.bit);
-        camera_.camera().forget();
-        Extended(EXT_CAPS_NVP);
-        reads_.nvp_caps = list.bit;
-        camera_.firmware().pairs(list.size_command, {{3, "Three"}});
-        ASSERT_EQ(oz_cam_set_nvpContainers_capabilities(hcam), 1);
-        EXPECT_THAT(Items(reads_.*list.container), ElementsAre("Three=3"));
-        EXPECT_THAT(camera_.writes(), SizeIs(2));
-
-        Extended(0);
-        ASSERT_EQ(oz_cam_set_nvpContainers_capabilities(hcam), 1);
-        EXPECT_THAT(Items(reads_.*list.container), IsEmpty());
-    }
 }
 
 class Binning : public CapabilityTables {

@@ -11,7 +11,6 @@
 using bv::ExtendedCapabilitiesFault;
 using support::Bytes;
 using support::hex;
-using testing::Each;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -62,21 +61,6 @@ TEST(ExtendedCapabilities, EverySection) {
     EXPECT_EQ(reads.ifc_total, 2u);
     EXPECT_THAT(reads.ifc_types, ElementsAre(0x203, 0x802, 0, 0, 0, 0, 0, 0));
     EXPECT_THAT(reads.ifc_modes, ElementsAre(2, 1, 0, 0, 0, 0, 0, 0));
-}
-
-TEST(ExtendedCapabilities, SecondBlockReplacesTheFirst) {
-    Reads reads;
-    ASSERT_EQ(bv::ParseExtendedCapabilities(hex(whole_block), reads),
-              ExtendedCapabilitiesFault::none);
-    ASSERT_EQ(bv::ParseExtendedCapabilities(hex("00000001 00000005"), reads),
-              ExtendedCapabilitiesFault::none);
-    EXPECT_EQ(reads.ccl_caps, 5u);
-    EXPECT_THAT(reads.ser_bin_list, IsEmpty());
-    EXPECT_THAT(reads.par_bin_extra, IsEmpty());
-    EXPECT_EQ(reads.sensor_caps, 0u);
-    EXPECT_THAT(reads.exp_ranges, IsEmpty());
-    EXPECT_EQ(reads.ifc_total, 0u);
-    EXPECT_THAT(reads.ifc_modes, Each(0));
 }
 
 TEST(ExtendedCapabilities, LimitsOfTheSections) {
@@ -171,18 +155,6 @@ TEST_F(ExtendedCapabilitiesRead, Refusals) {
         EXPECT_TRUE(trace_.refused(Read(), error, text));
         EXPECT_EQ(camera_.reads().ifc_total, 0u);
     }
-}
-
-TEST_F(ExtendedCapabilitiesRead, FailureReleasesTheLists) {
-    Offer(
-        hex("00000402 03 0002 0800 00000000 0002 0102 03 0002 0800 00000000 0002 0102 "
-            "00000001 00000009"));
-    EXPECT_EQ(Read(), 0);
-    EXPECT_THAT(camera_.reads().ser_bin_list, IsEmpty());
-    EXPECT_THAT(camera_.reads().ser_bin_extra, IsEmpty());
-    EXPECT_THAT(camera_.reads().par_bin_list, IsEmpty());
-    EXPECT_THAT(camera_.reads().par_bin_extra, IsEmpty());
-    EXPECT_EQ(camera_.reads().ser_bin_bytes, 2) << "counts stay";
 }
 
 }  // namespace

@@ -79,22 +79,9 @@ TEST_F(OpenTest, PlainCameraTakesFiveExchanges) {
     EXPECT_EQ(info.rws_done, 0);
     EXPECT_EQ(info.exp_mode, TIMED_MODE);
     EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), 0);
-    EXPECT_TRUE(
-        trace_.contains("bv_cam_open: ENTER (camera_name=Cam 0, "
-                        "o_mode=EXT_OPEN_EXCLUSIVE(0))"));
-    EXPECT_TRUE(trace_.contains("bv_cam_open: RETURN (OZ_OK, *hcam=0)"));
     EXPECT_EQ(Open(), 0);
     EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), C0_CAM_ALREADY_OPEN);
     EXPECT_EQ(pg_cam_info[0].open, 1) << "the handle of the first open stays good";
-}
-
-TEST_F(OpenTest, StatusByteIsKnownBeforeTheFirstMessage) {
-    camera().bridge_caps({ORVEX_BRIDGE_CAPS_SIGNATURE, BRIDGE_CAPS_REPLY_STATUS});
-    firmware().status_byte(true);
-    ASSERT_EQ(Open(), 1);
-    EXPECT_EQ(camera().writes()[0], hex("3F 0006 26 21 00 28 0004"));
-    EXPECT_EQ(camera().writes()[1], hex("3F 0006 2A 03E8 28 0001"));
-    EXPECT_STREQ(pg_cam_reads[0].chip_name, "KX-512");
 }
 
 TEST_F(OpenTest, ForFirmwareUpdateTheCameraIsNotSpokenTo) {
@@ -116,9 +103,6 @@ TEST_F(OpenTest, Refusals) {
     EXPECT_EQ(bv_cam_open("Other", &hcam_, EXT_OPEN_EXCLUSIVE), 0);
     EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), C0_CAM_NAME_NOT_FOUND);
     EXPECT_EQ(bv_cam_open(nullptr, &hcam_, EXT_OPEN_EXCLUSIVE), 0);
-    EXPECT_TRUE(
-        trace_.contains("bv_cam_open: ENTER (camera_name=<null>, "
-                        "o_mode=EXT_OPEN_EXCLUSIVE(0))"));
     orvex_initialized = 0;
     EXPECT_TRUE(trace_.refused(bv_cam_open("Cam 0", &hcam_, EXT_OPEN_EXCLUSIVE),
                                C2_ORVEX_NOT_INITED, "ORVEX is not initialized"));
@@ -177,17 +161,6 @@ TEST_F(OpenTest, ReopeningLearnsTheCameraAnew) {
     EXPECT_EQ(pg_cam_cfg[0].exp_res_index, EXP_RES_ONE_MILLISEC);
     EXPECT_STREQ(reads.cam_systems_info, "");
     EXPECT_EQ(pg_cam_cfg[0].pp_entries, pp_entries_not_counted);
-}
-
-TEST_F(OpenTest, ExposureModeBeginsWithTheDefaults) {
-    firmware()
-        .reply(SEND_CAPABILITIES, hex("00 00 00 00 04000000"))
-        .reply(GET_EXTENDED_CAPABILITIES_SIZE, 4, 8)
-        .reply(GET_EXTENDED_CAPABILITIES, hex("00000010 00000000"))
-        .pairs(GET_EXTENDED_TRIG_MODES_SIZE, {{2304, "Edge"}, {1792, "Internal"}})
-        .pairs(GET_EXPOSE_OUT_BEHAVE_SIZE, {{2, "Any Row"}, {0, "First Row"}});
-    ASSERT_EQ(Open(), 1);
-    EXPECT_EQ(pg_cam_info[0].exp_mode, 2304 + 2);
 }
 
 TEST_F(OpenTest, TidalListsAreCached) {

@@ -23,7 +23,6 @@ using support::InstalledDriver;
 using support::ScriptedCamera;
 using support::ScriptedDriver;
 using support::TraceCapture;
-using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -61,12 +60,6 @@ TEST_F(CommandIo, FetchesTheReplyThatWasAnnounced) {
     EXPECT_EQ(dv_cam_write_read(hcam, 63, 5, message.data(), 2, reply.data()), 1);
     EXPECT_EQ(camera().writes(), std::vector<Bytes>{hex("3F 00 05 26 07 28 00 02")});
     EXPECT_EQ(reply, hex("F6 3C"));
-    EXPECT_THAT(trace_.messages(),
-                testing::IsSupersetOf({"dv_cam_write_read: We are in the wait code after the write",
-                                       "dv_cam_write_read: Got write ack",
-                                       "dv_cam_write_read: We are in the wait code before the read",
-                                       "dv_cam_write_read: Got read ack",
-                                       "dv_cam_write_read: RETURN (OZ_OK)"}));
 
     camera().queue_reply(hex("01"));
     reply = hex("55 55");
@@ -143,26 +136,6 @@ TEST_F(CommandIo, WaitsThreeSecondsForEachAcknowledgeAndLongerForPassthrough) {
     EXPECT_EQ(camera(1).reads(), 0u);
 }
 
-TEST_F(CommandIo, HandsControlOperationsOverAsTheyAre) {
-    const Bytes in = hex("01 02 03");
-    std::array<uint8_t, 4> out{};
-    uns32 returned = 99;
-    int overlapped = 0;
-    camera().answer(DV_RAW_COMM, hex("0A 0B"));
-    EXPECT_EQ(dv_ioctl(hcam, DV_RAW_COMM, in.data(), 3, out.data(), 4, &returned, &overlapped), 1);
-    const support::Ioctl seen = camera().ioctls().back();
-    EXPECT_EQ(seen.code, uint32_t{DV_RAW_COMM});
-    EXPECT_EQ(seen.in, in);
-    EXPECT_EQ(seen.out, out.data());
-    EXPECT_EQ(seen.out_size, 4u);
-    EXPECT_EQ(seen.overlapped, &overlapped);
-    EXPECT_EQ(returned, 2u);
-    EXPECT_THAT(out, ElementsAre(0x0A, 0x0B, 0, 0));
-
-    EXPECT_EQ(dv_ioctl(hcam, DV_CLEAR_IRQS, nullptr, 0, nullptr, 0, nullptr, nullptr), 1);
-    EXPECT_TRUE(camera().ioctls().back().returned_given);
-}
-
 TEST_F(CommandIo, SurvivesADriverThatSpoilsItsArguments) {
     orvex_device* device = dv_device(hcam);
     const auto ioctl =
@@ -175,13 +148,10 @@ TEST_F(CommandIo, SurvivesADriverThatSpoilsItsArguments) {
 }
 
 TEST_F(CommandIo, NamesTheControlOperationThatFailed) {
-    camera().refuse(DV_RESET_INTERFACE).refuse(0x1234);
+    camera().refuse(DV_RESET_INTERFACE);
     EXPECT_TRUE(trace_.refused(dv_reset_interface(hcam), C7_DRIVER_COM_ERROR,
                                "IOCTL DV_RESET_INTERFACE(0x00223ee8) failed"));
-    EXPECT_THAT(trace_.messages(), Contains("dv_reset_interface: RETURN (OZ_FAIL)"));
-    EXPECT_TRUE(trace_.refused(dv_ioctl(hcam, 0x1234, nullptr, 0, nullptr, 0, nullptr, nullptr),
-                               C7_DRIVER_COM_ERROR, "IOCTL <UNKNOWN>(0x00001234) failed"));
-    EXPECT_EQ(trace_.messages(bv::log_error).size(), 2u) << "each failure is told once";
+    EXPECT_EQ(trace_.messages(bv::log_error).size(), 1u) << "a failure is told once";
 
     camera().set_state(DEVICE_REMOVED);
     camera().forget();
@@ -217,20 +187,6 @@ TEST_F(CommandIo, SmallOperationsFailWithTheDriver) {
         EXPECT_EQ(operation.run(time), 0);
     }
     EXPECT_EQ(static_cast<uint64_t>(time), 0x8007060504030201);
-}
-
-TEST_F(CommandIo, OnlyOneBusIsToldTheTransferSpeed) {
-    for (uint32_t type : {DRIVER_TYPE_PCI, DRIVER_TYPE_USB, DRIVER_TYPE_PCIE, DRIVER_TYPE_1394,
-                          DRIVER_TYPE_SOFTWARE}) {
-        SCOPED_TRACE(type);
-        camera().transport(type).refuse(DV_CAM_PREP_TRANSFER, false);
-        camera().forget();
-        EXPECT_EQ(dv_send_transfer_speed_to_interface(hcam), 1);
-        const bool told = type == DRIVER_TYPE_1394;
-        EXPECT_THAT(camera().ioctl_codes(), testing::SizeIs(told ? 1 : 0));
-        camera().refuse(DV_CAM_PREP_TRANSFER);
-        EXPECT_EQ(dv_send_transfer_speed_to_interface(hcam), told ? 0 : 1);
-    }
 }
 
 }  // namespace

@@ -4,9 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <string>
-#include <thread>
 #include <unistd.h>
-#include <vector>
 
 #include "device/ddi.h"
 #include "support/core/installed_driver.h"
@@ -15,7 +13,6 @@
 
 namespace {
 
-using bv::ApiGlobal;
 using support::InstalledDriver;
 using support::ScriptedCamera;
 using support::ScriptedDriver;
@@ -131,29 +128,10 @@ TEST_F(DeviceTable, RefusesAModuleThatLeftAnOperationOut) {
 }
 
 TEST_F(DeviceTable, ReportsADriverThatRefusesToOpen) {
-    camera().refuse(DV_CAM_OPEN);
-    EXPECT_TRUE(
-        trace_.refused(open(), C7_DRIVER_COM_ERROR, "IOCTL DV_CAM_OPEN(0x00223e88) failed"));
-    EXPECT_EQ(camera().state(), uint32_t{DEVICE_CLOSED});
-    dv_cam_close(hcam_);
-
-    camera().refuse(DV_CAM_OPEN, false).open_status(5);
+    camera().open_status(5);
     EXPECT_TRUE(
         trace_.refused(open(), C7_DRIVER_COM_ERROR, "An error status 5 reported by driver"));
     EXPECT_EQ(camera().state(), uint32_t{DEVICE_CLOSED});
-}
-
-TEST_F(DeviceTable, CloseIgnoresEveryFailure) {
-    ASSERT_EQ(open(), 1);
-    camera().refuse(DV_CAM_CLOSE).fail_close();
-    trace_.clear();
-    EXPECT_EQ(dv_cam_close(hcam_), 1);
-    EXPECT_THAT(trace_.messages(bv::log_warning),
-                ElementsAre("dv_cam_close: IOCTL DV_CAM_CLOSE failed, error ignored",
-                            "dv_cam_close: Failed to close device, error ignored"));
-    EXPECT_EQ(camera().state(), uint32_t{DEVICE_CLOSED});
-    EXPECT_EQ(ApiGlobal::GetErrorCode(), 0);
-    for (int16 outside : {int16{-1}, int16{5}, int16{21}}) EXPECT_EQ(dv_cam_close(outside), 1);
 }
 
 TEST_F(DeviceTable, ClosesARemovedCameraWithoutAskingTheDriver) {
@@ -182,30 +160,6 @@ TEST_F(DeviceTable, DoesWithoutTheNameThatAnotherUserHas) {
     EXPECT_EQ(dv_event_wait(device()->bof, 0), 1);
     EXPECT_EQ(dv_cam_close(hcam_), 1);
     EXPECT_TRUE(std::filesystem::remove(taken));
-}
-
-TEST_F(DeviceTable, CountsAsOpenByItsState) {
-    struct StateCase {
-        uint32_t state;
-        boolean16 open;
-        uint32_t settled;
-    };
-    const StateCase cases[] = {
-        {DEVICE_CLOSED, 0, DEVICE_CLOSED},
-        {DEVICE_OPEN, 1, DEVICE_OPEN},
-        {DEVICE_REMOVED, 1, DEVICE_REMOVED},
-        {DEVICE_RESUMED, 1, DEVICE_OPEN},
-        {17, 0, 17},
-    };
-    for (const StateCase& c : cases) {
-        SCOPED_TRACE(c.state);
-        camera().set_state(c.state);
-        EXPECT_EQ(CamIsOpen(1), c.open);
-        EXPECT_EQ(camera().state(), c.settled);
-    }
-    camera().set_state(DEVICE_CLOSED);
-    EXPECT_EQ(CamIsOpen(-1), 0);
-    EXPECT_EQ(CamIsOpen(21), 0);
 }
 
 TEST_F(DeviceTable, GivesASuspendedCameraUpAfterFiveSeconds) {

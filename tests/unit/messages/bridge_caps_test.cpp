@@ -49,33 +49,6 @@ TEST_F(BridgeCapsTest, Blocks) {
     }
 }
 
-TEST_F(BridgeCapsTest, DriverWithoutCaps) {
-    camera_.camera().refuse(DV_GET_BRIDGE_CAPS_SIZE);
-    EXPECT_EQ(Read(), 1);
-    EXPECT_FALSE(bv::ApiGlobal::IsErrorCodeSet());
-    EXPECT_THAT(trace_.messages(bv::log_warning),
-                testing::Contains("bv::BridgeCaps::Read: Unable to get the bridge caps size. This "
-                                  "device driver probably does not support bridge capability "
-                                  "reporting."));
-}
-
-TEST_F(BridgeCapsTest, OnlyNonZeroBytesAreLogged) {
-    camera_.camera().answer(DV_GET_BRIDGE_CAPS_SIZE, {0, 0, 0, 0});
-    EXPECT_EQ(Read(), 1);
-    EXPECT_TRUE(
-        trace_.contains("bv::BridgeCaps::Read: Driver reported 0B of bridge caps. Assuming "
-                        "the bridge has no caps."));
-    camera_.camera().answer(DV_GET_BRIDGE_CAPS_SIZE, {6, 0, 0, 0});
-    camera_.camera().bridge_caps(hex("BAADBAFE 00 0C"));
-    EXPECT_EQ(Read(), 1);
-    EXPECT_TRUE(trace_.contains("bv::BridgeCaps::Read: Driver reported 6B of bridge caps."));
-    EXPECT_TRUE(
-        trace_.contains("bv::BridgeCaps::Read: Bridge capabilies (only non-zero bytes printed):"));
-    EXPECT_TRUE(trace_.contains("bv::BridgeCaps::Read:  Byte  0: 0xBA"));
-    EXPECT_TRUE(trace_.contains("bv::BridgeCaps::Read:  Byte  5: 0x0C"));
-    EXPECT_FALSE(trace_.contains("bv::BridgeCaps::Read:  Byte  4: 0x00"));
-}
-
 TEST_F(BridgeCapsTest, FailedReadForgetsTheBlockBefore) {
     camera_.camera().bridge_caps(hex("BAADBAFE 01"));
     ASSERT_EQ(Read(), 1);

@@ -7,12 +7,10 @@
 #include "support/core/test_camera.h"
 #include "support/core/trace_capture.h"
 
-using bv::HostCommandDataType;
 using bv::HostCommandMessage;
 using support::hex;
 using testing::Each;
 using testing::ElementsAre;
-using testing::ElementsAreArray;
 using testing::IsEmpty;
 
 namespace {
@@ -83,23 +81,6 @@ TEST_P(MessagePattern, HasTheseBytes) {
 INSTANTIATE_TEST_SUITE_P(All, MessagePattern, testing::ValuesIn(patterns),
                          [](const auto& test) { return test.param.name; });
 
-// The forms with explicit sizes, which plug-in messages and unusual callers use.
-TEST_F(HostCommandMessageTest, TakesExplicitSizes) {
-    const uns16 value = 0x1234;
-    bv::PluginCommandMessage message(hcam);
-    message.AddWriteCommand(10, &value, sizeof(value), HostCommandDataType::BigEndian);
-    message.AddCommand(CLEAR_STAT_BUF);
-    message.AddReadCommand(7, 2, HostCommandDataType::BigEndian);
-    message.AddCommand(SEND_STAT_BUF);
-    message.AddReadLength();
-    camera_.firmware().plugin_reply(7, hex("ABCD"));
-    ASSERT_EQ(message.Execute(), 1);
-    EXPECT_THAT(camera_.writes(), ElementsAre(hex("31 0008 0A 1234 26 07 28 0002")));
-    uns16 reply = 0;
-    message.GetReply(7, &reply);
-    EXPECT_EQ(reply, 0xABCD);
-}
-
 class Replies : public HostCommandMessageTest, public testing::WithParamInterface<bool> {
   protected:
     void SetUp() override {
@@ -169,15 +150,6 @@ TEST_F(HostCommandMessageTest, ReplyOfACommandThatWasNotAdded) {
     EXPECT_THAT(message.ReplyBytes(GET_OFFSET), IsEmpty());
 }
 
-TEST_F(HostCommandMessageTest, WithoutExpectedReplyNothingIsRead) {
-    HostCommandMessage message(hcam);
-    message.AddWrite(SET_TEMP, int16{0});
-    message.AddReadLength();
-    camera_.camera().lose_read_ack();
-    EXPECT_EQ(message.Execute(), 1);
-    EXPECT_EQ(camera_.camera().reads(), 0u);
-}
-
 TEST_F(HostCommandMessageTest, RefusalByTheFirmware) {
     camera_.use_reply_status();
     camera_.firmware().refuse_command(SET_OFFSET, 7);
@@ -237,14 +209,6 @@ TEST_F(HostCommandMessageTest, SetterComparesWhatIsReadBack) {
     camera_.camera().fail_write();
     EXPECT_EQ(bv::SetWithReadBack(call, hcam, SET_OFFSET, GET_OFFSET, uns16{5}), 0);
     EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), C7_DRIVER_COM_ERROR);
-}
-
-TEST_F(HostCommandMessageTest, BridgeMessagesAreNotSent) {
-    support::TraceCapture trace;
-    bv::BridgeCommandMessage message(hcam);
-    EXPECT_EQ(message.GetCommandClass(), 35);
-    EXPECT_TRUE(trace.refused(message.Execute(), C0_UNKNOWN_ERROR, "NOT IMPLEMENTED"));
-    EXPECT_THAT(camera_.writes(), IsEmpty());
 }
 
 }  // namespace

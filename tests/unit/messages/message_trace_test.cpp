@@ -64,15 +64,4 @@ TEST(MessageTrace, RepliesWithStatusByte) {
               "[0x41](<UNKNOWN>,ERR:0xBF),(SEND_STAT_BUF,ERR:0xBF)");
 }
 
-TEST(MessageTrace, WithoutReplyOnlyTheSendingIsShown) {
-    support::TestCamera camera;
-    support::TraceCapture trace;
-    bv::HostCommandMessage message(support::TestCamera::hcam);
-    message.AddCommand(EXECUTE_CCL);
-    message.AddReadLength();
-    message.Execute();
-    EXPECT_THAT(ExchangeLines(trace),
-                ElementsAre("SEND_BUF_RAW: [0x2E]", "SEND_BUF    : [0x2E](EXECUTE_CCL)"));
-}
-
 }  // namespace

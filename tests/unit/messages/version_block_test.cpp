@@ -23,16 +23,6 @@ bv::VersionBlock Parse(const std::string& block) {
     return bv::ParseVersionBlock(bytes);
 }
 
-TEST(VersionBlock, TagsAndText) {
-    const bv::VersionBlock versions =
-        Parse(Block({{7, "Bridge A"}, {4, "2"}, {1, "skipped"}}) + zero + zero +
-              Block({{5, "11"}, {6, "3"}, {200, "skipped"}, {9, "last"}}));
-    EXPECT_EQ(bv::DescribeNode(0, "Link", versions), "Link(I/F) - Bridge A @ 2.11.3");
-    EXPECT_EQ(bv::DescribeNode(2, "Head", versions), "Head(CAM) - Bridge A @ 2.11.3");
-    EXPECT_EQ(versions.text(8), "");
-    EXPECT_EQ(versions.text(9), "last");
-}
-
 TEST(VersionBlock, TextOfTagFour) {
     const std::pair<std::string, const char*> blocks[] = {
         {"", ""},

@@ -5,89 +5,7 @@
 
 #include "rich_camera.h"
 
-using support::TraceCapture;
-using testing::Contains;
-using testing::HasSubstr;
-
 class Dispatch : public RichCameraTest {};
-
-TEST(PlainCamera, UnknownParameterIsMerelyNotAvailable) {
-    support::TestCamera camera;
-    TraceCapture trace;
-    constexpr uns32 unknown = 0x06029999;
-    EXPECT_EQ(Get<uns16>(unknown, ATTR_AVAIL), 0);
-    uns16 type = 0;
-    EXPECT_TRUE(trace.refused(bv_get_param(0, unknown, ATTR_TYPE, &type), C2_NOT_AVAILABLE,
-                              "Unhandled parameter"));
-    EXPECT_TRUE(trace.refused(Put<uns16>(unknown, 1), C2_NOT_AVAILABLE, "Parameter not available"));
-}
-
-TEST_F(Dispatch, RefusalToWriteNamesTheAccess) {
-    EXPECT_TRUE(trace_.refused(Put<uns32>(PARAM_CHIP_NAME, 0), C2_FAILED_TO_SET_VALUE,
-                               "Parameter not writable, access type is ACC_READ_ONLY(1)"));
-    EXPECT_TRUE(trace_.refused(Put<uns16>(PARAM_FRAME_CAPABLE, 1), C2_FAILED_TO_SET_VALUE,
-                               "Parameter not writable, access type is ACC_EXIST_CHECK_ONLY(3)"));
-    EXPECT_EQ(camera_.writes().size(), 0u);
-}
-
-TEST_F(Dispatch, GetterTracesItsValueInTheFormOfItsType) {
-    uns32 fwell = 0;
-    bv_get_param(0, PARAM_FWELL_CAPACITY, ATTR_CURRENT, &fwell);
-    const std::string storage = bv::FormatPointer(&fwell);
-    EXPECT_THAT(trace_.messages(bv::log_debug),
-                testing::ElementsAre(
-                    "bv_get_param: ENTER (hcam=0, param_id=PARAM_FWELL_CAPACITY(0x070201fa), "
-                    "param_attribute=ATTR_CURRENT(0), param_value=" +
-                        storage + ")",
-                    "bv_get_fwell_capacity: ENTER (hcam=0, param_attribute=ATTR_CURRENT(0), "
-                    "param_value=" +
-                        storage + ")",
-                    "bv_get_fwell_capacity: RETURN (OZ_OK, *param_value=30000)",
-                    "bv_get_param: RETURN (OZ_OK, *param_value=<see nested calls>)"));
-    trace_.clear();
-    flt64 time = 0;
-    char name[32];
-    bv_get_param(0, PARAM_EXP_MIN_TIME, ATTR_CURRENT, &time);
-    bv_get_param(0, PARAM_CHIP_NAME, ATTR_CURRENT, name);
-    EXPECT_THAT(trace_.messages(), Contains("bv_get_exp_min_time: RETURN (OZ_OK, "
-                                            "*param_value=2.500000)"));
-    EXPECT_THAT(trace_.messages(), Contains("bv_get_chip_name: RETURN (OZ_OK, "
-                                            "*param_value='KX-512')"));
-}
-
-TEST(PlainCamera, FailureWordsOfGetters) {
-    support::TestCamera camera;
-    camera.reads().cap_clearing_time = 1;
-    TraceCapture trace;
-    EXPECT_TRUE(Fails(PARAM_METADATA_ENABLED, ATTR_CURRENT, C2_NOT_AVAILABLE));
-    EXPECT_EQ(trace.last_error(), "bv_get_metadata_enabled: Parameter not available");
-    EXPECT_TRUE(Fails(PARAM_CLEARING_TIME, ATTR_MIN, C0_ACQ_NOT_CONFIGURED));
-    EXPECT_EQ(trace.last_error(),
-              "bv_get_clearing_time: Parameter not available before first setup");
-    EXPECT_TRUE(Fails(PARAM_CLEAR_CYCLES, -1, C2_NOT_AVAILABLE));
-    EXPECT_EQ(trace.last_error(), "bv_get_clear_cycles: Unknown parameter attribute -1");
-}
-
-TEST_F(Dispatch, ClearingCountersReadsNoValue) {
-    EXPECT_EQ(bv_set_param(0, PARAM_BOF_EOF_CLR, nullptr), 1);
-    EXPECT_THAT(camera_.camera().ioctl_codes(), testing::ElementsAre(DV_CLEAR_IRQS));
-}
-
-TEST_F(Dispatch, AttributeWithoutTheDispatcher) {
-    uns16 cycles = 0;
-    EXPECT_EQ(bv_get_attribute(0, PARAM_CLEAR_CYCLES, ATTR_CURRENT, &cycles), 1);
-    EXPECT_THAT(trace_.messages(), testing::Not(Contains(HasSubstr("bv_get_param"))));
-    uns16 preflash = 0;
-    EXPECT_EQ(bv_get_preflash(0, ATTR_CURRENT, &preflash), 1);
-    EXPECT_EQ(preflash, 9);
-}
-
-TEST(PlainCamera, InterruptParameterSurvivesADriverThatCannotTell) {
-    support::TestCamera camera;
-    camera.camera().refuse(DV_GET_VER);
-    EXPECT_EQ(Get<uns16>(PARAM_BOF_EOF_ENABLE, ATTR_AVAIL), 0);
-    EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), 0);
-}
 
 TEST(PlainCamera, HiddenSizesAreStillRead) {
     support::TestCamera camera;
@@ -182,21 +100,4 @@ TEST(StatusTable, Shutter) {
         EXPECT_EQ(bv_shtr_get_status(0, &status), 1);
         EXPECT_EQ(status, expected) << table;
     }
-}
-
-TEST(StatusTable, ContinuousClearing) {
-    support::TestCamera camera;
-    const std::pair<const char*, int16> cases[] = {{"00 00 00 00 00 00 00 00 00 03", 3},
-                                                   {"00 00 00 00 00 00 00 00 00 04", 0},
-                                                   {"00 00 00 00 00 00 00 00 01 00", 0}};
-    for (const auto& [table, expected] : cases) {
-        camera.firmware().reply(STAT_TABLE, support::hex(table));
-        int16 status = -1;
-        EXPECT_EQ(bv_ccs_get_status(0, &status), 1);
-        EXPECT_EQ(status, expected) << table;
-    }
-    camera.firmware().reply(STAT_TABLE_SIZE, 1, 9);
-    int16 status = -1;
-    EXPECT_EQ(bv_ccs_get_status(0, &status), 0);
-    EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), C2_NOT_AVAILABLE);
 }

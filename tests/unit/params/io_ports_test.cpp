@@ -59,14 +59,6 @@ TEST_F(IoPorts, AccessFollowsThePort) {
     EXPECT_EQ(trace_.last_error(), "bv_get_io_state: Unknown IO port access");
 }
 
-TEST_F(IoPorts, FixedOutputCannotBeRead) {
-    camera_.firmware()
-        .reply(SEND_PORTS_ATTRIBUTES, 2, IO_ATTR_DIR_FIXED)
-        .reply(SEND_PORTS_DIR, 2, IO_DIR_OUTPUT);
-    EXPECT_TRUE(Fails(PARAM_IO_STATE, ATTR_CURRENT, C2_IO_TYPE_INVALID));
-    EXPECT_TRUE(trace_.failed_with(C2_IO_TYPE_INVALID, "IO port is not readable"));
-}
-
 TEST_F(IoPorts, StatesAreWrittenInThePortsUnit) {
     EXPECT_EQ(Put<flt64>(PARAM_IO_STATE, 85.0), 1);
     EXPECT_EQ(camera_.firmware().written(SET_CURRENT_PORT_ST), hex("0002 0055"));

@@ -7,8 +7,6 @@
 
 #include "rich_camera.h"
 
-using support::TraceCapture;
-
 class PostProcessing : public RichCameraTest {};
 
 TEST_F(PostProcessing, CountsFeaturesOnceByProbing) {
@@ -22,19 +20,6 @@ TEST_F(PostProcessing, CountsFeaturesOnceByProbing) {
     camera_.camera().forget();
     EXPECT_EQ(bv_cam_pp_get_entries(0, &entries), 1);
     EXPECT_EQ(camera_.writes().size(), 0u);
-}
-
-TEST_F(PostProcessing, CountsParametersOfTheFeatureEachTime) {
-    camera_.parameter = 1;
-    uns16 entries = 0;
-    for (uns16 feature = 0; feature < 3; ++feature) {
-        camera_.feature = feature;
-        camera_.parameter = 0;
-        EXPECT_EQ(bv_get_cam_pp_idx_entries(0, &entries), 1);
-        EXPECT_EQ(entries, feature + 1);
-        EXPECT_EQ(camera_.parameter, 0);
-    }
-    EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), 0);
 }
 
 // Cameras may answer an index that can't be selected while nothing is.
@@ -91,19 +76,6 @@ TEST_F(PostProcessing, EmptyLists) {
     EXPECT_EQ(camera_.writes().size(), 0u);
 }
 
-TEST_F(PostProcessing, CachesEveryParameter) {
-    EXPECT_EQ(bv_cam_pp_cache_all_entries(0), 1);
-    const auto& cache = camera_.cache().pp_param_cache;
-    ASSERT_EQ(cache.size(), 6u);
-    const pp_param_type& last = cache.at(0x10000 + 2 * 16 + 2);
-    EXPECT_EQ(last.name, "Param 2.2");
-    EXPECT_EQ(last.feature_index, 2);
-    EXPECT_EQ(last.param_index, 2);
-    EXPECT_EQ(last.value, 1034u);
-    EXPECT_EQ(camera_.feature, 1);
-    EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), 0);
-}
-
 TEST_F(PostProcessing, CachingFollowsReadsAndWrites) {
     ASSERT_EQ(bv_cam_pp_cache_all_entries(0), 1);
     ASSERT_EQ(Put<int16>(PARAM_PP_INDEX, 2), 1);
@@ -137,17 +109,6 @@ TEST_F(PostProcessing, CachingFollowsReadsAndWrites) {
     EXPECT_EQ(camera_.cache().pp_param_cache.at(0x10000 + 16).value, 7u);
     EXPECT_EQ(camera_.cache().pp_param_cache.at(0x10000 + 17).value, 1017u);
     EXPECT_EQ(camera_.firmware().count(GET_PP_PARAM_IDX), 1u);
-}
-
-TEST(PlainCamera, CacheIsLeftOutWithoutTheCapability) {
-    support::TestCamera camera;
-    TraceCapture trace;
-    EXPECT_EQ(bv_cam_pp_cache_all_entries(0), 1);
-    EXPECT_THAT(
-        trace.messages(bv::log_warning),
-        testing::ElementsAre("bv_cam_pp_cache_all_entries: PP caching disabled: Camera does "
-                             "not support PP."));
-    EXPECT_EQ(camera.writes().size(), 0u);
 }
 
 TEST_F(PostProcessing, RefusedIndexIsStillRemembered) {

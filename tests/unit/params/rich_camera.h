@@ -1,8 +1,6 @@
 #pragma once
 
 #include <array>
-#include <cstring>
-#include <string>
 
 #include "camera/capabilities.h"
 #include "camera/containers.h"
@@ -25,7 +23,6 @@ class RichCamera : public support::TestCamera {
         teach_post_processing();
         camera().answer(DV_GET_VER, support::hex("0201 0100 9900"));
         camera().answer(DV_GET_IRQCOUNT, support::hex("05000000 04000000"));
-        camera().answer(DV_GET_CURRENT_TIMESTAMP, support::hex("3930010000000000"));
         camera().forget();
     }
 
@@ -38,22 +35,12 @@ class RichCamera : public support::TestCamera {
     void fill_flags() {
         bv::SpreadCapabilities(std::array<uns8, capability_bytes>{0xFF, 0xFF, 0xFF, 0xFF}, reads());
         reads().frame_capable = 1;
-        reads().summing_well = 1;
     }
 
     void fill_values() {
         cam_reads_type& r = reads();
-        std::strcpy(r.system_name, "Sys");
-        r.cooling_mode = CRYO_COOL;
         r.mpp_capable = MPP_SELECTABLE;
-        r.pix_par_dist = 101;
-        r.pix_par_size = 102;
-        r.pix_ser_dist = 103;
-        r.pix_ser_size = 104;
-        r.preamp_delay = 7;
-        r.preflash = 9;
         r.exp_res_total = 3;
-        r.exp_min_time = 2.5;
         r.io_total = 4;
         r.port_total = 2;
         r.nvp_caps = 63;
@@ -93,7 +80,6 @@ class RichCamera : public support::TestCamera {
         c.clear_cycles = 3;
         c.pmode = 5;
         c.shtr_open_mode = 2;
-        c.preamp_off_control = 4000000000;
         c.exp_res_index = EXP_RES_ONE_MICROSEC;
         c.io_addr = 2;
         cam_info().script_valid = 1;
@@ -119,7 +105,6 @@ class RichCamera : public support::TestCamera {
             .reply(GET_METADATA_ENABLED, 2, 1)
             .reply(GET_ROI_COUNT_MAX, 2, 15)
             .reply(GET_CENTROIDS_ENABLED, 2, 1)
-            .reply(GET_CENTROIDS_RADIUS_RANGE, support::hex("000F 0002"))
             .reply(GET_CENTROIDS_MODE_CURRENT, 2, 1)
             .reply(GET_FRAME_DELIVERY_MODE_CURRENT, 2, 1)
             .reply(GET_CAM_IFC_TYPE_CURRENT, 4, 8192)
@@ -132,7 +117,6 @@ class RichCamera : public support::TestCamera {
             .reply(SEND_PORTS_MAX, 2, 254)
             .reply(SEND_PORTS_RESL, 1, 8)
             .reply(GET_CURRENT_PORT_ST, 2, 170)
-            .reply(EXP_TIME, 2, 444)
             .reply(GET_GAIN_NAME, "HDR")
             .reply(GET_TIDAL_STREAM_ENABLED, 2, 1)
             .reply(GET_TIDAL_STREAM_EXP_COUNT, 2, 3)
@@ -154,14 +138,6 @@ class RichCamera : public support::TestCamera {
                 return support::big_endian(base + feature * 16u + parameter, 4);
             };
         };
-        auto name = [this](const char* kind, bool with_parameter) {
-            return [this, kind, with_parameter](auto) {
-                std::string text = kind + std::to_string(feature);
-                if (with_parameter) text += "." + std::to_string(parameter);
-                text.resize(32);
-                return support::Bytes(text.begin(), text.end());
-            };
-        };
         firmware()
             .on_command(SET_PP_FEATURE_IDX,
                         [this](std::span<const uint8_t> data) {
@@ -177,14 +153,8 @@ class RichCamera : public support::TestCamera {
                         })
             .on_command(GET_PP_FEATURE_IDX, number(feature))
             .on_command(GET_PP_PARAM_IDX, number(parameter))
-            .on_command(GET_PP_FEATURE_ID, value(0x70000))
             .on_command(GET_PP_PARAM_ID, value(0x10000))
-            .on_command(GET_PP_PARAM, value(1000))
-            .on_command(GET_PP_PARAM_MIN, value(0))
-            .on_command(GET_PP_PARAM_MAX, value(9000))
-            .on_command(GET_PP_PARAM_DEFAULT, value(4000))
-            .on_command(GET_PP_FEATURE_NAME, name("Feature ", false))
-            .on_command(GET_PP_PARAM_NAME, name("Param ", true));
+            .on_command(GET_PP_PARAM, value(1000));
     }
 };
 

@@ -1,5 +1,6 @@
+#include <cstring>
 #include <gmock/gmock.h>
-#include <limits>
+#include <string>
 
 #include "params/accessors.h"
 #include "params/io_ports.h"
@@ -11,7 +12,6 @@ using support::hex;
 
 class SetterRefusals : public RichCameraTest {};
 class Choices : public RichCameraTest {};
-class PairReads : public RichCameraTest {};
 
 namespace {
 
@@ -86,14 +86,6 @@ TEST_P(Setters, FailWhereTheCameraKeepsItsOwnValue) {
     EXPECT_EQ(camera_.cam_info().script_valid, 1);
 }
 
-TEST_P(Setters, FailWhereTheExchangeFails) {
-    const Setting& setting = GetParam();
-    camera_.camera().fail_write();
-    EXPECT_EQ(Write(setting.id, setting.value), 0);
-    EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), C7_DRIVER_COM_ERROR);
-    EXPECT_EQ(camera_.cam_info().script_valid, 1);
-}
-
 INSTANTIATE_TEST_SUITE_P(All, Setters, testing::ValuesIn(settings), [](const auto& setting) {
     return std::string(bv_text_param_id(setting.param.id) + std::strlen("PARAM_"));
 });
@@ -123,6 +115,9 @@ TEST_F(SetterRefusals, SendNothing) {
                                "Setting bias offset not supported"));
     EXPECT_TRUE(trace_.refused(bv_ccd_set_gain_mult_factor(0, 1), C2_NOT_AVAILABLE,
                                "Multiplication gain not available"));
+    camera_.reads().mpp_capable = MPP_UNKNOWN;
+    EXPECT_TRUE(
+        trace_.refused(bv_ccd_set_pmode(0, PMODE_NORMAL), C2_NOT_AVAILABLE, "Unknown MPP mode"));
     // A setup would find no exposure times for it.
     camera_.reads().exp_res_total = 4;
     EXPECT_TRUE(trace_.refused(Write(PARAM_EXP_RES_INDEX, 3), C2_INDEX_OUT_OF_RANGE,
@@ -130,16 +125,6 @@ TEST_F(SetterRefusals, SendNothing) {
     EXPECT_EQ(camera_.writes().size(), 0u);
     EXPECT_EQ(camera_.cam_info().script_valid, 1);
     EXPECT_EQ(camera_.cfg().clear_mode, 4);
-}
-
-TEST_F(SetterRefusals, CentroidsNeedMetadata) {
-    EXPECT_EQ(Put<uns16>(PARAM_CENTROIDS_ENABLED, 1), 1);
-    camera_.firmware().reply(GET_METADATA_ENABLED, 2, 0);
-    EXPECT_TRUE(trace_.refused(Put<uns16>(PARAM_CENTROIDS_ENABLED, 1), C2_NOT_AVAILABLE,
-                               "Metadata either not available or not enabled"));
-    camera_.reads().cap_metadata = 0;
-    EXPECT_EQ(Put<uns16>(PARAM_CENTROIDS_ENABLED, 1), 0);
-    EXPECT_EQ(camera_.firmware().count(SET_CENTROIDS_ENABLED), 1u);
 }
 
 TEST_F(Choices, WaitForTheNextSetupWithoutTraffic) {
@@ -151,66 +136,6 @@ TEST_F(Choices, WaitForTheNextSetupWithoutTraffic) {
     }
     EXPECT_EQ(camera_.writes().size(), 0u);
     EXPECT_EQ(camera_.cam_info().var_exp_time, 1);
-}
-
-TEST_F(Choices, InterruptModeBeyondTheModesIsIgnored) {
-    for (int32 unknown : {4, -1, 0x10001}) {
-        EXPECT_EQ(Put<int32>(PARAM_BOF_EOF_ENABLE, unknown), 1);
-        EXPECT_EQ(camera_.cam_info().irq_mask, BEGIN_END_FRAME_IRQS);
-    }
-}
-
-TEST_F(Choices, ParallelModesOfACamera) {
-    struct ModeCase {
-        uns16 frame_capable;
-        uns16 mpp_capable;
-        int16 pmode;
-        const char* refusal;  // null where the mode is taken
-    };
-    const char* no_transfer = "Frame transfer mode not available";
-    const char* no_mpp = "MPP mode not selectable";
-    const ModeCase cases[] = {
-        {0, MPP_SELECTABLE, PMODE_FT, no_transfer},
-        {0, MPP_SELECTABLE, PMODE_ALT_FT_MPP, no_transfer},
-        {0, MPP_SELECTABLE, PMODE_ALT_MPP, nullptr},
-        {0, MPP_UNKNOWN, PMODE_FT, no_transfer},
-        {1, MPP_UNKNOWN, PMODE_NORMAL, "Unknown MPP mode"},
-        {1, MPP_ALWAYS_OFF, PMODE_MPP, no_mpp},
-        {1, MPP_ALWAYS_ON, PMODE_FT_MPP, no_mpp},
-        {1, MPP_ALWAYS_ON, PMODE_ALT_FT, nullptr},
-        {1, MPP_SELECTABLE, PMODE_ALT_FT_MPP, nullptr},
-    };
-    for (const ModeCase& c : cases) {
-        camera_.reads().frame_capable = c.frame_capable;
-        camera_.reads().mpp_capable = c.mpp_capable;
-        camera_.cfg().pmode = 99;
-        EXPECT_EQ(bv_ccd_set_pmode(0, c.pmode), c.refusal ? 0 : 1);
-        EXPECT_EQ(camera_.cfg().pmode, c.refusal ? 99 : c.pmode);
-        if (c.refusal) {
-            EXPECT_TRUE(trace_.failed_with(C2_NOT_AVAILABLE, c.refusal));
-        }
-    }
-}
-
-TEST(ReadoutPort, RenewsWhatBelongsToThePort) {
-    RichCamera camera(DRIVER_TYPE_1394);
-    camera.firmware().reply(TOTAL_PORTS, 1, 2).reply(SPD_SPEED, 2, 50);
-    EXPECT_EQ(Put<int32>(PARAM_READOUT_PORT, 0), 1);
-    EXPECT_EQ(camera.cfg().spdtab_time, 50);
-    EXPECT_EQ(camera.cam_info().rws_done, 0);
-    EXPECT_THAT(camera.camera().ioctl_codes(), testing::ElementsAre(DV_CAM_PREP_TRANSFER));
-}
-
-TEST_F(PairReads, OrderOnTheWire) {
-    uns16 first = 0;
-    uns16 second = 0;
-    camera_.firmware().reply(GET_EXT_METADATA_SIZE, hex("0010 0020"));
-    EXPECT_EQ(bv_ccd_get_ext_metadata_size(0, &first, &second), 1);
-    EXPECT_EQ(first, 0x10);
-    EXPECT_EQ(second, 0x20);
-    EXPECT_EQ(bv_ccd_get_centroids_radius_range(0, &first, &second), 1);
-    EXPECT_EQ(first, 2);
-    EXPECT_EQ(second, 15);
 }
 
 // What lies above must neither pass a check nor part the camera from what is kept of it.

@@ -33,13 +33,6 @@ TEST_F(SpeedTable, CameraWithoutSpeeds) {
     EXPECT_EQ(length, 3u);
 }
 
-TEST_F(SpeedTable, NoPortsCountAsOne) {
-    camera_.firmware().reply(TOTAL_PORTS, 1, 0);
-    int16 ports = 0;
-    EXPECT_EQ(bv_spdtab_get_port_total(0, &ports), 1);
-    EXPECT_TRUE(trace_.contains("bv_spdtab_get_port_total: RETURN (OZ_OK, *total_ports=1)"));
-}
-
 TEST_F(SpeedTable, PixelTimeIsKept) {
     camera_.firmware().reply(SPD_SPEED, 2, 300);
     int16 number = -1;

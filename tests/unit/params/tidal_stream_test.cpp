@@ -2,8 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include "support/exhausted_memory.h"
-
 #include "rich_camera.h"
 
 using support::Bytes;
@@ -47,20 +45,6 @@ TEST_F(Tidal, EmptyAndTooLongList) {
         trace_.refused(WriteList(std::vector<uns32>(17, 0)), C2_INDEX_OUT_OF_RANGE,
                        "Cannot get max. entries or maxCount < tidal_stream_array->entries"));
     EXPECT_EQ(camera_.firmware().count(SET_TIDAL_STREAM_EXP_PARAMS), 0u);
-}
-
-TEST_F(Tidal, ListWithoutMemoryIsRefused) {
-    if (!support::address_space_can_be_limited) GTEST_SKIP() << support::no_memory_limit;
-    camera_.firmware().reply(GET_TIDAL_STREAM_MAX_EXP_COUNT, 2, 65535);
-    std::vector<uns32> values(65535);
-    tidal_stream_type list{65535, values.data()};
-    boolean16 result = 1;
-    {
-        const support::ExhaustedMemory exhausted;
-        result = bv_set_param(0, PARAM_TIDAL_STREAM_EXP_PARAMS, &list);
-    }
-    EXPECT_TRUE(trace_.refused(result, C2_CANNOT_ALLOCATE_MEMORY,
-                               "Cannot allocate tidal streaming host command buffer"));
 }
 
 TEST_F(Tidal, CorrectedListKeepsTheErrorCode) {
@@ -155,17 +139,4 @@ TEST_F(Tidal, DelayListIsClosedButWorks) {
     EXPECT_EQ(bv_set_tidal_stream_dly_mode_params(0, &list), 1);
     EXPECT_EQ(camera_.writes().back(), hex("3F 000C 74 0001 00000005 26 73 28 0006"));
     EXPECT_THAT(camera_.cache().tidal_dly_params, ElementsAre(5));
-}
-
-TEST_F(Tidal, RecordsAreMadeAndReleased) {
-    tidal_stream_type* list = nullptr;
-    for (uns16 entries : std::initializer_list<uns16>{0, 1, 65535}) {
-        ASSERT_EQ(bv_create_tidal_stream_struct(&list, entries), 1);
-        EXPECT_EQ(list->entries, entries);
-        ASSERT_NE(list->params, nullptr);
-        for (uns16 i = 0; i < entries; ++i) ASSERT_EQ(list->params[i], 0u);
-        EXPECT_EQ(bv_release_tidal_stream_struct(&list), 1);
-        EXPECT_EQ(list, nullptr);
-    }
-    EXPECT_EQ(bv_release_tidal_stream_struct(&list), 1);
 }

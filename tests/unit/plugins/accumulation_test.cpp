@@ -3,7 +3,6 @@
 #include <dlfcn.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <optional>
 #include <system_error>
 
 #include "plugins/accumulation_host.h"
@@ -14,10 +13,7 @@
 #include "support/modules/accumulation_module.h"
 #include "support/temp_dir.h"
 
-#include "unit/log/collected_log.h"
-
 using accumulation_module::State;
-using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -80,22 +76,6 @@ TEST_F(Accumulation, WithoutPluginSucceedsAndDoesNothing) {
     EXPECT_FALSE(bv::ApiGlobal::IsErrorCodeSet());
 }
 
-TEST_F(Accumulation, TriesToLoadAtEachUse) {
-    tests::Trace trace;
-    uns16 flag = 1;
-    t_ox_ff_get_paired_mode(hcam_, &flag);
-    t_ox_ff_set_paired_mode(hcam_, 0);
-    const auto lines = trace.Lines();
-    EXPECT_THAT(lines, Contains("E     ffLoadLibrary: Failed to load ff.dll").Times(2));
-    EXPECT_THAT(lines, Contains("D t_ox_ff_get_paired_mode: RETURN (OZ_OK, *flag=TRUE)"));
-    EXPECT_THAT(lines, Contains("D t_ox_ff_set_paired_mode: ENTER (hcam=1, flag=FALSE)"));
-    EXPECT_THAT(lines, Contains("D t_ox_ff_set_paired_mode: RETURN (OZ_OK)"));
-
-    const State& state = Install("accumulation_full");
-    ExpectCarriedOut(t_ox_ff_set_paired_mode(hcam_, 0));
-    EXPECT_THAT(state.calls, ElementsAre("init", "set_paired_mode 1"));
-}
-
 TEST_F(Accumulation, SampleKeepsTheSettingsOfEachCamera) {
     const support::Environment samples("ORVEX_MODULE_PATH", ORVEX_LIBRARY_DIR "/plugins");
     uns16 flag = 0;
@@ -133,10 +113,8 @@ TEST_F(Accumulation, MissingFunctionIsAsGoodAsNoPlugin) {
 }
 
 TEST_F(Accumulation, PluginThatCantBeInitialisedIsNotUsed) {
-    tests::Trace trace;
     const State& state = Install("accumulation_no_init");
     EXPECT_EQ(t_ox_ff_set_accum_num(hcam_, 5), 1);
-    EXPECT_THAT(trace.Lines(), Contains("E     ffLoadLibrary: Failed to load ff.dll"));
     EXPECT_THAT(state.calls, IsEmpty());
 }
 

@@ -1,12 +1,7 @@
 #include <array>
 #include <gmock/gmock.h>
-#include <vector>
 
-#include "unit/log/collected_log.h"
 #include "unit/plugins/installed_post_processing.h"
-
-using testing::ElementsAre;
-using testing::IsEmpty;
 
 namespace {
 
@@ -33,16 +28,6 @@ class PostProcessingFrames : public tests::PostProcessing {
     int last_slot_ = -1;
 };
 
-TEST_F(PostProcessingFrames, PrivateRingNeedsAModule) {
-    tests::Trace trace;
-    void* buffer = ring_.data();
-    EXPECT_EQ(bv_pop_setup_alt_buffer(0, &buffer, 3, 4), 0);
-    EXPECT_EQ(buffer, ring_.data());
-    EXPECT_FALSE(bv::ApiGlobal::IsErrorCodeSet());
-    EXPECT_THAT(trace.Lines(),
-                testing::Contains("E   bv_pop_setup_alt_buffer: KELMO module not available"));
-}
-
 TEST_F(PostProcessingFrames, ApplicationsRingRunsOnItsOwnCount) {
     Load();
     SetUpRing();
@@ -64,31 +49,6 @@ TEST_F(PostProcessingFrames, NoSlotWithoutARing) {
     EXPECT_EQ(bv_pop_retrieve_user_buffer(0, &frame, 1), 0);
     EXPECT_EQ(TakeError(), C2_NOT_AVAILABLE);
     EXPECT_EQ(frame, nullptr);
-}
-
-TEST_F(PostProcessingFrames, ContinuousFramesMoveFromThePrivateRing) {
-    auto& state = Load();
-    SetUpRing();
-    private_ring_[2] = 100;
-    private_ring_[3] = 200;
-    EXPECT_EQ(bv_pop_process(0, &ring_[4], &ring_[4], 4, 2, 1, 9), 1);
-    EXPECT_THAT(ring_, ElementsAre(0, 0, 0, 0, 101, 201));
-    ASSERT_EQ(state.processed.size(), 1u);
-    EXPECT_EQ(state.processed[0].input, &private_ring_[2]);
-    EXPECT_EQ(state.processed[0].ser_pixels, 2u);
-    EXPECT_EQ(state.processed[0].par_pixels, 1u);
-    EXPECT_EQ(state.processed[0].flag, 1);
-    EXPECT_EQ(state.processed[0].zero, 0);
-
-    state.refuse_process = true;
-    EXPECT_EQ(bv_pop_process(0, &ring_[4], &ring_[4], 4, 2, 1, 1), 0);
-}
-
-TEST_F(PostProcessingFrames, ContinuousRunWithoutPrivateRingStaysAsItIs) {
-    auto& state = Load();
-    pg_cam_info[0].buf_mode = CIRC_NO_OVERWRITE;
-    EXPECT_EQ(bv_pop_process(0, ring_.data(), ring_.data(), 0, 2, 1, 1), 1);
-    EXPECT_THAT(state.processed, IsEmpty());
 }
 
 TEST_F(PostProcessingFrames, ProcessingNeedsModuleAndFrames) {

@@ -89,27 +89,17 @@ TEST_F(PostProcessingHost, OpenTellsTheSerialNumber) {
 TEST_F(PostProcessingHost, ResetGivesEverythingItsDefault) {
     auto& state = Load();
     cfg().callback_registered = 1;
-    cfg().pp_use_plugin = 1;
     cfg().pp_initialized = 1;
-    cfg().module_count = 2;
-    cfg().module_index = 1;
     cfg().parameter_index = 1;
     cfg().last_frame_nr = 9;
-    cfg().alt_buffer = std::make_unique<uns8[]>(4);
-    cfg().alt_frame_bytes = 4;
     EXPECT_EQ(bv_pop_reset(0), 1);
     EXPECT_EQ(state.modules[0].parameters[0].current, 0);
     EXPECT_EQ(state.modules[0].parameters[1].current, 7);
     EXPECT_EQ(state.modules[1].parameters[0].current, 2);
     EXPECT_EQ(cfg().callback_registered, 0);
-    EXPECT_EQ(cfg().pp_use_plugin, 0);
     EXPECT_EQ(cfg().pp_initialized, 0);
-    EXPECT_EQ(cfg().module_count, 0u);
-    EXPECT_EQ(cfg().module_index, 0u);
     EXPECT_EQ(cfg().parameter_index, 0u);
     EXPECT_EQ(cfg().last_frame_nr, 0u);
-    EXPECT_EQ(cfg().alt_buffer, nullptr);
-    EXPECT_EQ(cfg().alt_frame_bytes, 0u);
 }
 
 TEST_F(PostProcessingHost, ResetGoesOnBehindAFailure) {

@@ -8,7 +8,6 @@
 using bv::arg;
 using bv::Call;
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 namespace {
 
@@ -36,48 +35,6 @@ TEST(Call, FailureIsLineThenCodeThenResult) {
                                    "(openMode=EXT_OPEN_EXCLUSIVE(0), errorCode=25)",
                                    "D     bv::ApiGlobal::SetErrorCode: RETURN ()",
                                    "D   worker: RETURN (OZ_FAIL)", "D caller: RETURN (OZ_FAIL)"));
-}
-
-TEST(Call, ErrorLevelLogHasTheLineAlone) {
-    tests::Trace trace(bv::log_error);
-    Caller(1);
-    EXPECT_THAT(trace.Lines(), ElementsAre("E worker: No shutter on camera 1"));
-}
-
-TEST(Call, SuccessShowsOutputs) {
-    tests::Trace trace;
-    {
-        Call call("f");
-        EXPECT_EQ(call.ok(arg("*hcam", 2), bv::quoted("name", "x")), 1);
-    }
-    {
-        Call call("g");
-        EXPECT_EQ(call.result(0), 0);
-        EXPECT_EQ(call.result(7), 1);
-    }
-    {
-        Call call("h");
-        call.warn("%d%%", 5);
-        call.info("i");
-        call.debug("d");
-        call.error("e");
-        call.returns(arg("total", 4));
-    }
-    EXPECT_THAT(trace.Lines(),
-                ElementsAre("D f: ENTER ()", "D f: RETURN (OZ_OK, *hcam=2, name='x')",
-                            "D g: ENTER ()", "D g: RETURN (OZ_OK)", "D h: ENTER ()", "W   h: 5%",
-                            "I   h: i", "D   h: d", "E   h: e", "D h: RETURN (total=4)"));
-}
-
-TEST(Call, BridgeFailuresAreReadByTheBridgeTable) {
-    Call call("f");
-    char message[ERROR_MSG_LEN];
-    EXPECT_EQ(call.fail_bridge(BC_TIMEOUT, "Got error status from bridge FW"), 0);
-    EXPECT_EQ(bv::ApiGlobal::GetErrorMessage(bv::ApiGlobal::GetErrorCode(), message), 1);
-    EXPECT_STREQ(message, "BC_TIMEOUT                    Timeout during transmission");
-    EXPECT_EQ(call.fail_silently(C0_NULL_POINTER), 0);
-    EXPECT_EQ(bv::ApiGlobal::GetErrorMessage(bv::ApiGlobal::GetErrorCode(), message), 1);
-    EXPECT_STREQ(message, "Input pointer is null, it must be a legal address (C0_NULL_POINTER)");
 }
 
 // What is printed is not even made without a trace.
