@@ -1,7 +1,10 @@
 #include <algorithm>
+#include <array>
 #include <cstdio>
 #include <iostream>
 #include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
 
 #include "orvex/commands.h"
 #include "orvex/frame_taker.h"
@@ -87,6 +90,26 @@ End watch(const ContinuousRun& run, const FrameTaker& taker, std::optional<Secon
     }
 }
 
+struct Pace {
+    unsigned frames_behind = 0;
+    unsigned put_off_ms = 0;
+};
+
+// What a software camera says of the run that ended: frames that were not ready when they were due,
+// and how far the schedule was put off. Nothing from a camera of another kind, which may not have a
+// console.
+std::optional<Pace> pace_kept(const Camera& camera) {
+    if (!camera.text(PARAM_CAM_SYSTEMS_INFO).starts_with("Software Interface")) return {};
+    std::string question = "pace";
+    question.resize(64, ' ');  // the answer takes its place
+    std::array<char, 80> answer{};
+    Pace pace;
+    if (!oz_cam_send_debug(camera.handle(), question.data(), answer.size(), answer.data()) ||
+        std::sscanf(answer.data(), "%u %u", &pace.frames_behind, &pace.put_off_ms) != 2)
+        return {};
+    return pace;
+}
+
 nlohmann::ordered_json summarise(const ContinuousRun& run, const FrameTaker& taker, End end,
                                  double seconds) {
     const Percentiles latency = run.latency();
@@ -119,6 +142,10 @@ void print_summary(const std::string& camera, const nlohmann::ordered_json& s) {
     std::printf("  ring     %u frames, %.1f MB, at most %u waiting\n", count(s["ring_frames"]),
                 s["ring_frames"].get<double>() * s["frame_bytes"].get<double>() / 1e6,
                 count(s["ring_most_waiting"]));
+    if (s.contains("pace") && count(s["pace"]["frames_behind"]) > 0) {
+        std::printf("  pace     not kept: %u frames behind schedule, put off by %u ms\n",
+                    count(s["pace"]["frames_behind"]), count(s["pace"]["put_off_ms"]));
+    }
     const nlohmann::ordered_json& l = s["latency_above_fastest_us"];
     std::printf(
         "  latency  of %u notifications above the fastest: median %.1f, 95 %% %.1f, 99 %% %.1f, "
@@ -181,6 +208,10 @@ void stream(const StreamOptions& options) {
     if (problem) std::rethrow_exception(problem);
 
     nlohmann::ordered_json summary = summarise(run, taker, end, passed.count());
+    if (const std::optional<Pace> pace = pace_kept(camera)) {
+        summary["pace"] = {{"frames_behind", pace->frames_behind},
+                           {"put_off_ms", pace->put_off_ms}};
+    }
     const bool wrote = recording && taker.frames() > 0;
     if (wrote) summary["files"] = {options.record, side_file_path(options.record)};
     if (options.json) {

@@ -34,13 +34,6 @@ class Abort : public testing::Test {
 
 }  // namespace
 
-TEST_F(Abort, WithoutARunIsNothing) {
-    camera_.camera().driver_status(DRIVER_STATUS_READING, 0);
-    EXPECT_EQ(bv_exp_abort(camera_.hcam, CCS_CLEAR), 1);
-    EXPECT_THAT(camera_.writes(), IsEmpty());
-    EXPECT_THAT(camera_.camera().ioctls(), IsEmpty());
-}
-
 TEST_F(Abort, HaltsByTheStateThatIsWanted) {
     const std::pair<int16, const char*> cases[] = {
         {CCS_HALT, "3F 00 03 33 00 00"},      {CCS_HALT_CLOSE_SHTR, "3F 00 03 33 00 02"},

@@ -49,21 +49,6 @@ class Continuous : public testing::Test {
 
 }  // namespace
 
-TEST_F(Continuous, SetupIsRememberedByItsMode) {
-    ASSERT_EQ(Prepare(CIRC_OVERWRITE), 1);
-    EXPECT_EQ(bytes_, frame_bytes);
-    EXPECT_EQ(camera_.writes().back()[0], CLASS_CCL_SCRIPT);
-    bytes_ = 0;
-    ASSERT_EQ(Prepare(CIRC_OVERWRITE), 1);
-    EXPECT_EQ(bytes_, frame_bytes);
-    EXPECT_TRUE(camera_.writes().empty());
-    ASSERT_EQ(Prepare(CIRC_NO_OVERWRITE), 1);
-    EXPECT_EQ(camera_.writes().back()[0], CLASS_CCL_SCRIPT);
-    ASSERT_EQ(Prepare(CIRC_NO_OVERWRITE, 11), 1);
-    EXPECT_EQ(camera_.writes().back()[0], CLASS_CCL_SCRIPT);
-    EXPECT_EQ(camera_.cache().exp_total, 0);  // belongs to sequences
-}
-
 TEST_F(Continuous, StartTests) {
     ASSERT_EQ(Prepare(CIRC_NONE), 1);
     EXPECT_EQ(Start(4), 0);

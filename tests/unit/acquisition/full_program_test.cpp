@@ -39,6 +39,8 @@ TEST_P(FullProgramHead, IsExact) {
 }
 
 const ProgramCase heads[] = {
+    {"NeverCleared", {.clear_mode = CLEAR_NEVER}, modes + "scale 10, " + exposed},
+    {"NoClearCycles", {.clear_cycles = 0}, modes + "scale 10, " + exposed},
     // 65535 / 656 is 99, one row short of the sensor.
     {"ClearedInALoop",
      {.clear_cycles = 656},
@@ -57,10 +59,23 @@ const ProgramCase heads[] = {
     {"ShutterStaysShut",
      {.shtr_open_mode = OPEN_NEVER, .shtr_open_delay = 5, .shtr_close_delay = 7},
      modes + "close, scale 22, shift 200, expose 1"},
+    {"ShutterOpensOnAllOfTheSensor",
+     {.shtr_open_mode = OPEN_PRE_SEQUENCE, .frame_capable = 1},
+     modes + "scale 10, both halves, open, shift 200, expose 1"},
+    {"ShutterOpenAheadOfTheTrigger",
+     {.exp_mode = STROBED_MODE, .shtr_open_mode = OPEN_PRE_TRIGGER, .preflash = 9},
+     modes + "scale 10, shift 200, open, until trigger, flash 9, expose 1, close"},
+    {"StrobedWithClearing",
+     {.exp_mode = STROBED_MODE, .clear_mode = CLEAR_PRE_EXPOSURE},
+     modes + "scale 10, shift 200, clear until trigger, " + exposed},
     {"VariableTime",
      {.exp_mode = VARIABLE_TIMED_MODE, .exposure_time = 20000},
      modes + "shift 200, " + exposed},
+    {"TriggerStartsWithoutSequenceClear",
+     {.exp_mode = TRIGGER_FIRST_MODE, .clear_mode = CLEAR_PRE_EXPOSURE},
+     modes + "scale 10, until trigger, shift 200, shift 200, " + exposed},
     {"Flash", {.exp_mode = FLASH_MODE}, modes + "shift 200, open, flash 10, close"},
+    {"NoExposure", {.exposure_time = 0}, modes + "shift 200, open, close"},
     {"Microseconds",
      {.exp_res = EXP_RES_ONE_MICROSEC},
      modes + "scale 10, shift 200, open, expose fast 1, close"},

@@ -33,15 +33,16 @@ TEST(Script, LastLongRecordStandsOut) {
     EXPECT_EQ(program.bytes().back(), 0xFF);
 }
 
-TEST(Script, FreeReportsAnError) {
-    bv::ApiGlobal::ClearErrorCode(EXT_OPEN_EXCLUSIVE);
-    bv::ScriptOwner script;
-    script.Allocate(1);
-    EXPECT_EQ(script.Free(), 1);
-    script.Allocate(1);
-    bv::ApiGlobal::SetErrorCode(EXT_OPEN_EXCLUSIVE, C3_RGN_INVALID);
-    EXPECT_EQ(script.Free(), 0);
-    EXPECT_EQ(bv_script_free_groups(nullptr), 1);
+TEST(Script, SendPicksTheClassByDialect) {
+    support::TestCamera camera;
+    const Program program(2);
+    bv_script_load_op(OP_EXPOSE, 1);
+    program.script().length = bv_script_load_position();
+    ASSERT_EQ(bv_script_send(camera.hcam, &program.script()), 1);
+    EXPECT_EQ(camera.writes().back(), hex("3D 00 03 00 01 04"));
+    camera.reads().ccl_caps = CCL_CAPS_SIMPLIFIED;
+    ASSERT_EQ(bv_script_send(camera.hcam, &program.script()), 1);
+    EXPECT_EQ(camera.writes().back(), hex("26 00 03 00 01 04"));
 }
 
 TEST(SimplifiedProgram, IsAListOfSettings) {

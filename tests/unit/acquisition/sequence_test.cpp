@@ -100,12 +100,19 @@ TEST_F(Sequence, AnyDifferenceDownloadsAnew) {
         ASSERT_EQ(Prepare(changed), 1);
         EXPECT_EQ(Programs(), 1u);
     }
-    // A continuous run of the same frames is another setup, and so is the sequence after it.
+    // A continuous run of the same frames is another setup, in each mode, and so is the sequence
+    // after it.
     ASSERT_EQ(Prepare({}), 1);
     const Arguments a;
-    ASSERT_EQ(bv_exp_setup_cont(camera_.hcam, 1, a.regions.data(), a.exp_mode, a.exposure_time,
-                                &bytes_, CIRC_OVERWRITE),
-              1);
+    for (const auto& [mode, programs] : {std::pair<int16, size_t>{CIRC_OVERWRITE, 1},
+                                         {CIRC_OVERWRITE, 0},
+                                         {CIRC_NO_OVERWRITE, 1}}) {
+        camera_.camera().forget();
+        ASSERT_EQ(bv_exp_setup_cont(camera_.hcam, 1, a.regions.data(), a.exp_mode, a.exposure_time,
+                                    &bytes_, mode),
+                  1);
+        EXPECT_EQ(Programs(), programs);
+    }
     ASSERT_EQ(Prepare({}), 1);
     EXPECT_EQ(Programs(), 1u);
     // A setting that the program depends on has changed in between.

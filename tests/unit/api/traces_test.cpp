@@ -82,12 +82,6 @@ const TracedCall traced_calls[] = {
     {"text_output", [] { ox_cam_get_name(0, text); },
      Nested("ox_cam_get_name", "cam_num=0, cam_name=" + Address(text),
             "OZ_OK, cam_name='Camera 0'")},
-    {"null_text_and_enumeration",
-     [] { ox_cam_open(nullptr, &number, EXT_OPEN_FW_UPDATE); },
-     {"EntryLayer::ox_cam_open: ENTER (cam_name=<null>, hcam=" + Address(&number) +
-          ", o_mode=EXT_OPEN_FW_UPDATE(1))",
-      "EntryLayer::ox_cam_open: Argument 'cam_name' is null",
-      "EntryLayer::ox_cam_open: RETURN (OZ_FAIL)"}},
     {"parameter_read", [] { ox_get_param(0, PARAM_SER_SIZE, ATTR_CURRENT, &word); },
      Nested("ox_get_param",
             "hcam=0, param_id=PARAM_SER_SIZE(0x0602003a), param_attribute=ATTR_CURRENT(0), "
@@ -113,8 +107,6 @@ const TracedCall traced_calls[] = {
             "hcam=0, param_id=PARAM_SHTR_OPEN_MODE(0x09020209), index=0, value=" + Address(&value) +
                 ", desc=" + Address(nullptr) + ", length=9",
             "OZ_OK, *value=0, desc=<null>")},
-    {"deprecated_without_arguments", [] { ox_buf_init(); },
-     Nested("ox_buf_init", "[DEPRECATED]", "OZ_OK")},
     {"deprecated_without_blank", [] { ox_spdtab_get_entries(0, &number); },
      Nested("ox_spdtab_get_entries", "[DEPRECATED]hcam=0, spdtab_entries=" + Address(&number),
             "OZ_OK, *spdtab_entries=2")},

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <string>
+#include <tuple>
 
 #include "camera/containers.h"
 #include "support/core/test_camera.h"
@@ -47,6 +48,25 @@ TEST_F(CapabilityTables, Colors) {
                                          "Color (GBRG)=4", "Color (BGGR)=5"));
 }
 
+TEST_F(CapabilityTables, EachSuppliedListIsReadByItsBitAlone) {
+    const std::tuple<uns32, uns8, nvp_container cam_reads_type::*> lists[] = {
+        {1, GET_FAN_SPEEDS_SIZE, &cam_reads_type::fan_speed_nvp},
+        {2, GET_TRIGTAB_SIGNALS_SIZE, &cam_reads_type::trigtab_signal_nvp},
+        {4, GET_CENTROIDS_MODES_SIZE, &cam_reads_type::centroids_mode_nvp},
+        {8, GET_CENTROIDS_BG_COUNTS_SIZE, &cam_reads_type::centroids_bg_count_nvp},
+        {16, GET_FRAME_DELIVERY_MODES_SIZE, &cam_reads_type::frame_delivery_mode_nvp},
+    };
+    Extended(EXT_CAPS_NVP);
+    for (const auto& [bit, size_command, container] : lists) {
+        camera_.camera().forget();
+        reads_.nvp_caps = bit;
+        camera_.firmware().pairs(size_command, {{3, "Three"}});
+        ASSERT_EQ(oz_cam_set_nvpContainers_capabilities(hcam), 1);
+        EXPECT_THAT(Items(reads_.*container), ElementsAre("Three=3"));
+        EXPECT_EQ(camera_.writes().size(), 2u);
+    }
+}
+
 class Binning : public CapabilityTables {
   protected:
     boolean16 Build(uns8 type, const char* ser, const char* par) {
@@ -64,12 +84,6 @@ TEST_F(Binning, RangeGivesPowersOfTwo) {
                 ElementsAre("1x1=1", "1x2=1", "2x1=2", "2x2=2", "4x1=4", "4x2=4"));
     EXPECT_THAT(Items(reads_.binning_par_nvp),
                 ElementsAre("1x1=1", "1x2=2", "2x1=1", "2x2=2", "4x1=1", "4x2=2"));
-}
-
-TEST_F(Binning, ListGivesItsPairs) {
-    EXPECT_EQ(Build(4, "0100 0300 0900", "0100 0200 FF"), 1);
-    EXPECT_THAT(Items(reads_.binning_ser_nvp), ElementsAre("1x1=1", "3x2=3"));
-    EXPECT_THAT(Items(reads_.binning_par_nvp), ElementsAre("1x1=1", "3x2=2"));
 }
 
 TEST_F(Binning, AtMostTwentyPairs) {

@@ -47,10 +47,8 @@ TEST_F(ContainersTest, AppendsTheCamerasList) {
     EXPECT_EQ(container_.items[0].value, 9);
     EXPECT_STREQ(container_.items[1].name, "Low");
     EXPECT_EQ(container_.items[1].value, 3);
-    EXPECT_EQ(container_.items[1].name_length, 4);
     EXPECT_STREQ(container_.items[2].name, "");
     EXPECT_EQ(container_.items[2].value, 0xFFFE);
-    EXPECT_EQ(container_.items[2].name_length, 1);
 }
 
 TEST_F(ContainersTest, ListsThatCannotBeDecoded) {

@@ -6,7 +6,6 @@
 
 #include "support/core/test_camera.h"
 #include "support/core/trace_capture.h"
-#include "support/exhausted_memory.h"
 
 using bv::ExtendedCapabilitiesFault;
 using support::Bytes;
@@ -95,29 +94,6 @@ TEST(ExtendedCapabilities, LimitsOfTheSections) {
         EXPECT_EQ(reads.ifc_total, section.ifc_total);
         EXPECT_THAT(reads.exp_ranges, IsEmpty());
     }
-}
-
-// What there is no memory for: a binning list is left out, exposure ranges are a fault.
-TEST(ExtendedCapabilities, ListsWithoutMemory) {
-    if (!support::address_space_can_be_limited) GTEST_SKIP() << support::no_memory_limit;
-    constexpr size_t list_bytes = 60000;
-    const auto parse = [](const char* before, const char* behind, Reads& reads) {
-        Bytes block = hex(before);
-        block.resize(block.size() + list_bytes);
-        const Bytes rest = hex(behind);
-        block.insert(block.end(), rest.begin(), rest.end());
-        const support::ExhaustedMemory exhausted(20000);
-        return bv::ParseExtendedCapabilities(block, reads);
-    };
-    // Not on the stack, which may not grow meanwhile.
-    const auto binning = std::make_unique<Reads>();
-    EXPECT_EQ(parse("00000002 04 EA60", "00000000 0000 04 0002 0100 00000000 0000", *binning),
-              ExtendedCapabilitiesFault::none);
-    EXPECT_THAT(binning->ser_bin_list, IsEmpty());
-    EXPECT_EQ(binning->par_bin_list.size(), 2u);
-    const auto ranges = std::make_unique<Reads>();
-    EXPECT_EQ(parse("00000200 00000001 1388", "", *ranges), ExtendedCapabilitiesFault::no_memory);
-    EXPECT_THAT(ranges->exp_ranges, IsEmpty());
 }
 
 class ExtendedCapabilitiesRead : public testing::Test {

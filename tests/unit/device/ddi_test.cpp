@@ -127,19 +127,6 @@ TEST(DriverModule, FindsAnEmptyRecordAtEveryInit) {
     dv_ddi_uninit();
 }
 
-TEST(DriverModule, IsReachedThroughTheLoaderAndNeverAskedForItsVersion) {
-    LoadedModule module("tiny_many_cameras");
-    ASSERT_EQ(dv_ddi_init(), 1);
-    uns16 version = 99;
-    EXPECT_EQ(dv_ddi_get_ver(&version), 1);
-    EXPECT_EQ(version, 0);
-    const char* name = nullptr;
-    EXPECT_EQ(dv_ddi_get_cam_name(19, &name), 1);
-    EXPECT_STREQ(name, "Tiny 19");
-    EXPECT_EQ(module.calls(), "init\n");
-    dv_ddi_uninit();
-}
-
 TEST(DeviceSlots, OutsideTheTableOrEmptyAreNoDevices) {
     ScriptedDriver driver;
     driver.add_camera("Only");

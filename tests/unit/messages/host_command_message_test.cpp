@@ -150,16 +150,6 @@ TEST_F(HostCommandMessageTest, ReplyOfACommandThatWasNotAdded) {
     EXPECT_THAT(message.ReplyBytes(GET_OFFSET), IsEmpty());
 }
 
-TEST_F(HostCommandMessageTest, RefusalByTheFirmware) {
-    camera_.use_reply_status();
-    camera_.firmware().refuse_command(SET_OFFSET, 7);
-    support::TraceCapture trace;
-    HostCommandMessage message(hcam);
-    message.AddWriteAndReadBack(SET_OFFSET, uns16{1}, GET_OFFSET);
-    EXPECT_TRUE(trace.refused(message.Execute(), C7_DRIVER_COM_ERROR,
-                              "Host command message failed with code 7"));
-}
-
 TEST_F(HostCommandMessageTest, AReplyWithoutItsStatusIsAFailure) {
     camera_.use_reply_status();
     camera_.camera().queue_reply({});

@@ -77,15 +77,6 @@ TEST_P(Setters, WriteAndReadBackInOneExchange) {
     EXPECT_EQ(camera_.cam_info().script_valid, setting.clears ? 0 : 1);
 }
 
-TEST_P(Setters, FailWhereTheCameraKeepsItsOwnValue) {
-    const Setting& setting = GetParam();
-    camera_.firmware().ignore(setting.setter());
-    EXPECT_EQ(Write(setting.id, setting.value), 0);
-    EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), C2_FAILED_TO_SET_VALUE);
-    EXPECT_THAT(trace_.last_error(), testing::HasSubstr("Value read back from camera differs: "));
-    EXPECT_EQ(camera_.cam_info().script_valid, 1);
-}
-
 INSTANTIATE_TEST_SUITE_P(All, Setters, testing::ValuesIn(settings), [](const auto& setting) {
     return std::string(bv_text_param_id(setting.param.id) + std::strlen("PARAM_"));
 });

@@ -57,8 +57,6 @@ TEST_F(PostProcessingFrames, ProcessingNeedsModuleAndFrames) {
     Load();
     EXPECT_EQ(bv_pop_process(0, nullptr, ring_.data(), 0, 2, 1, 1), 0);
     EXPECT_EQ(TakeError(), C2_NOT_AVAILABLE);
-    EXPECT_EQ(bv_pop_process(0, ring_.data(), nullptr, 0, 2, 1, 1), 0);
-    EXPECT_EQ(TakeError(), C2_NOT_AVAILABLE);
 }
 
 TEST_F(PostProcessingFrames, FirstParameterSwitchesItOn) {
