@@ -197,9 +197,9 @@ TEST_F(Physics, EveryExposureHasItsOwnTemperature) {
     ASSERT_TRUE(camera.Send(CLASS_SIMPLIFIED_CCL, run.Program(), 5000));
     ASSERT_TRUE(camera.Receive(frame, 64 * 64 * 2, true) && camera.Execute());
     const auto mean = [&] { return Of(client::Pixels(frame)).mean; };
-    EXPECT_TRUE(client::Eventually([&] { return mean() > 500; }));
+    EXPECT_TRUE(support::Eventually([&] { return mean() > 500; }));
     camera.Tell(SET_TEMP, static_cast<uint16_t>(-1500), 2);
-    EXPECT_TRUE(client::Eventually([&] { return mean() < 150; }));
+    EXPECT_TRUE(support::Eventually([&] { return mean() < 150; }));
     camera.Idle();
 }
 
