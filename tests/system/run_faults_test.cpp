@@ -128,26 +128,6 @@ TEST_P(LateFrame, ComesInItsPlaceOrNotAtAll) {
 INSTANTIATE_TEST_SUITE_P(Models, LateFrame, testing::Values(by_requests, by_calls),
                          [](const auto& test) { return std::string(test.param); });
 
-// The message that starts the camera ends the run that is on, and its transfer with it.
-class SecondStart : public testing::TestWithParam<const char*> {};
-
-TEST_P(SecondStart, SucceedsAndLeavesTheCameraStopped) {
-    RunCamera camera(GetParam());
-    camera.SetUpRing();
-    ASSERT_EQ(camera.StartRing(), 1);
-    ASSERT_TRUE(camera.AwaitFrames(1));
-    EXPECT_EQ(camera.StartRing(), 1);
-    int16 status = -1;
-    uns32 bytes = 0;
-    EXPECT_EQ(ox_exp_check_status(camera.handle(), &status, &bytes), 1);
-    EXPECT_EQ(status, READOUT_NOT_ACTIVE);
-    EXPECT_EQ(camera.Abort(), 1);
-    camera.ExpectWorks();
-}
-
-INSTANTIATE_TEST_SUITE_P(Models, SecondStart, testing::Values("cmos", "ccd", "plain"),
-                         [](const auto& test) { return std::string(test.param); });
-
 // --- an acknowledge that gets lost
 
 struct LostAcknowledge {
