@@ -19,7 +19,6 @@ _file.write_text(json.dumps({
         # One for each test: a fault strikes once.
         *({"model": "cmos", "name": name, "faults": [{"fault": "stuck_transfer", "after": 2}]}
           for name in ("Stuck", "Halted")),
-        {"model": "ccd", "name": "Loose", "faults": [{"fault": "unplug", "after": 3}]},
     ]}))
 # The driver module reads it when the library starts.
 os.environ["ORVEX_SOFTCAM"] = str(_file)

@@ -1,6 +1,5 @@
 // What tests do in a process of its own, because of its environment or its end: runs the body that
 // the arguments name. Exits with 0 when everything was as it has to be.
-#include <array>
 #include <cstdlib>
 #include <iostream>
 #include <string>
@@ -28,20 +27,6 @@ void TracedRun(const std::string&) {
     REQUIRE(ox_orvex_uninit() == 1);
 }
 
-void EndWithOpenCameras(const std::string&) {
-    // The driver stays for the end of the process, as a real module would.
-    auto* driver = new support::ScriptedDriver;
-    std::array<std::string, 2> names{"Left open", "Left open, too"};
-    driver->add_camera(names[0]).kernel_mode();
-    driver->add_camera(names[1]);
-    driver->publish();
-    REQUIRE(ox_orvex_init() == 1);
-    for (std::string& name : names) {
-        int16 hcam = -1;
-        REQUIRE(ox_cam_open(name.data(), &hcam, EXT_OPEN_FW_UPDATE) == 1);
-    }
-}
-
 // 1.2.3 as 0x0123, on standard output.
 void TellVersion(const std::string&) {
     uns16 version = 0;
@@ -55,7 +40,6 @@ struct Body {
 };
 constexpr Body bodies[] = {
     {"traced_run", TracedRun},
-    {"end_with_open_cameras", EndWithOpenCameras},
     {"version", TellVersion},
     {"exit", Exits},
     {"late_calls", CallsLate},

@@ -9,9 +9,11 @@
 
 #include "orvex/orvex.h"
 
-#include "ideal_camera.h"
+#include "support/scene_camera.h"
 
 namespace {
+
+using support::SceneCamera;
 
 struct RunSetUp {
     rgn_type region;
@@ -77,7 +79,7 @@ rc::Gen<RunSetUp> AnySetUp(uns16 columns, uns16 rows, std::vector<int> pmodes) {
     });
 }
 
-void Apply(const IdealCamera& camera, const RunSetUp& s) {
+void Apply(const SceneCamera& camera, const RunSetUp& s) {
     camera.Set(PARAM_CLEAR_MODE, s.clear_mode);
     camera.Set(PARAM_CLEAR_CYCLES, s.clear_cycles);
     camera.Set(PARAM_SHTR_OPEN_MODE, s.shutter_mode);
@@ -104,7 +106,7 @@ uns32 Exposures(const RunSetUp& s, uns16 frame) {
     return waits_in_light ? 2 : 1;
 }
 
-void ExpectFrames(const IdealCamera& camera, const RunSetUp& s) {
+void ExpectFrames(const SceneCamera& camera, const RunSetUp& s) {
     const std::vector<uns16> frames =
         camera.Run(s.frames, {s.region}, static_cast<int16>(s.exp_mode), s.exposure_ms);
     for (uns16 i = 0; i < s.frames; ++i) {
@@ -117,7 +119,7 @@ void ExpectFrames(const IdealCamera& camera, const RunSetUp& s) {
 }
 
 void CheckCamera(const char* model, uns16 size, const std::vector<int>& pmodes) {
-    const IdealCamera camera(model, size, size);
+    const SceneCamera camera({.model = model, .size = size});
     const bool held = rc::check(std::string("frames of ") + model, [&] {
         const RunSetUp set_up = *AnySetUp(size, size, pmodes);
         Apply(camera, set_up);
@@ -141,7 +143,7 @@ TEST(FrameEqualsScene, SensorBehindRepliesWithAStatusByte) {
 // Settings instead of operations: the camera works out the rest.
 TEST(FrameEqualsScene, SimplifiedPrograms) {
     constexpr uns16 size = 2048;
-    const IdealCamera camera("cmos", size, size);
+    const SceneCamera camera({});
     const bool held = rc::check("frames of cmos", [&] {
         const auto binning = *rc::gen::element<std::pair<uns16, uns16>>(
             std::pair<uns16, uns16>{1, 1}, std::pair<uns16, uns16>{2, 2},
@@ -163,10 +165,9 @@ TEST(FrameEqualsScene, SimplifiedPrograms) {
 
 // Regions in any place of one frame, each with a header of its own around its pixels.
 TEST(FrameEqualsScene, SeveralRegionsInAMetadataFrame) {
-    constexpr uns16 size = 2048;
     constexpr uns16 cell = 512;  // regions that lie in different cells can't overlap
-    const IdealCamera camera("cmos", size, size);
-    camera.Set(PARAM_METADATA_ENABLED, 1);
+    const SceneCamera camera({});
+    camera.Set(PARAM_METADATA_ENABLED, uns16{1});
     const bool held = rc::check("regions of cmos", [&] {
         const auto bin = *rc::gen::element<uns16>(1, 2, 4);
         const auto cells = *rc::gen::unique<std::vector<int>>(*rc::gen::inRange<size_t>(1, 8),

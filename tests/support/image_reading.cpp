@@ -53,7 +53,6 @@ struct TiffShape {
 constexpr TiffShape classic{4, 2, 12, 4};
 constexpr TiffShape big{8, 8, 20, 8};
 
-constexpr uns16 tag_description = 270, tag_description_bytes = 0;  // no file has a tag 0
 constexpr uns16 tag_width = 256, tag_height = 257, tag_bits = 258, tag_compression = 259,
                 tag_strip = 273, tag_strip_bytes = 279;
 
@@ -66,12 +65,7 @@ std::map<uns16, uns64> ReadDirectory(const File& file, const TiffShape& shape, s
         const uns64 type = file.Little(entry + 2, 2);
         const size_t bytes = type == 3 ? 2 : type == 16 ? 8 : 4;
         const size_t value = entry + 4 + shape.offset;
-        const auto tag = static_cast<uns16>(file.Little(entry, 2));
-        tags[tag] = file.Little(value, bytes);
-        if (tag == tag_description) {
-            tags[tag] = file.Little(value, shape.offset);
-            tags[tag_description_bytes] = file.Little(entry + 4, shape.offset);
-        }
+        tags[static_cast<uns16>(file.Little(entry, 2))] = file.Little(value, bytes);
     }
     return tags;
 }
@@ -100,9 +94,6 @@ Frames ReadTiff(const std::filesystem::path& path) {
             file.Damaged("a page is of another kind");
         }
         out.pixels.push_back(file.LittlePixels(tags[tag_strip], bytes));
-        if (out.description.empty() && tags.contains(tag_description)) {
-            out.description = file.Text(tags[tag_description], tags[tag_description_bytes]);
-        }
         at = file.Little(at + shape.count + count * shape.entry, shape.offset);
     }
     return out;

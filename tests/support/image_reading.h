@@ -15,7 +15,6 @@ struct Frames {
     uns32 height = 0;
     std::vector<std::vector<uns16>> pixels;
     std::map<std::string, std::string> cards;  // of FITS, as they are written, without blanks
-    std::string description;                   // of the first page of a TIFF
 };
 
 // Each throws std::runtime_error for a file that is damaged or not whole.

@@ -37,22 +37,13 @@ NotificationServer::NotificationServer(const std::filesystem::path& path) {
 }
 
 NotificationServer::~NotificationServer() {
-    die();
-    Close(wake_);
-}
-
-void NotificationServer::die() {
     {
         std::lock_guard lock(mutex_);
         stop_ = true;
     }
     eventfd_write(wake_, 1);
-    if (thread_.joinable()) thread_.join();
-    std::lock_guard lock(mutex_);
-    Close(listener_);
-    Close(connection_);
-    pending_.clear();
-    changed_.notify_all();
+    thread_.join();
+    for (int* descriptor : {&listener_, &connection_, &wake_}) Close(*descriptor);
 }
 
 void NotificationServer::serve() {
@@ -102,7 +93,6 @@ bool NotificationServer::take_message() {
         }
         complete_waiting();
     } else if (request.operation == DV_FILE_CANCEL_ALL) {
-        ++cancels_;
         dv_notification_report cancelled{};
         cancelled.status = NOTIFICATION_STATUS_CANCELLED;
         while (!pending_.empty()) complete_first(cancelled);
@@ -144,16 +134,15 @@ bool NotificationServer::report(const dv_notification_report& report) {
     return true;
 }
 
-bool NotificationServer::flush_one() {
+void NotificationServer::flush_one() {
     std::lock_guard lock(mutex_);
     take_all();
     if (pending_.empty()) {
         ++owed_flushes_;
-        return false;
+        return;
     }
     complete_flushed();
     changed_.notify_all();
-    return true;
 }
 
 bool NotificationServer::connected() const {
@@ -176,11 +165,6 @@ std::vector<uint32_t> NotificationServer::masks() const {
 size_t NotificationServer::submitted() const {
     std::lock_guard lock(mutex_);
     return submitted_;
-}
-
-size_t NotificationServer::cancels() const {
-    std::lock_guard lock(mutex_);
-    return cancels_;
 }
 
 bool NotificationServer::wait_for_pending(size_t count) const {

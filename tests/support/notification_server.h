@@ -25,17 +25,13 @@ class NotificationServer {
 
     // False when the mask of the pending requests doesn't want it, or nobody is connected.
     bool report(const dv_notification_report& report);
-    // Gives one request back with NOTIFICATION_FLUSH; false when none is
-    // pending, the next one is given back then.
-    bool flush_one();
-    // Closes the connection and the socket, as when the driver dies.
-    void die();
+    // Gives one request back with NOTIFICATION_FLUSH: the next one when none is pending.
+    void flush_one();
 
     bool connected() const;
     size_t pending() const;
     std::vector<uint32_t> masks() const;  // of the pending requests, oldest first
     size_t submitted() const;             // requests ever taken
-    size_t cancels() const;
     bool wait_for_pending(size_t count) const;
 
   private:
@@ -60,7 +56,6 @@ class NotificationServer {
     std::deque<Request> pending_;
     std::deque<dv_notification_report> waiting_;
     size_t submitted_ = 0;
-    size_t cancels_ = 0;
     size_t owed_flushes_ = 0;
     std::thread thread_;
 };

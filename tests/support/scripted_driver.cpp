@@ -5,7 +5,6 @@
 #include <cstdio>
 #include <cstring>
 #include <string>
-#include <thread>
 #include <utility>
 
 #include "orvex/orvex_types.h"
@@ -366,7 +365,6 @@ void ScriptedDriver::publish() {
 }
 
 uint32_t ScriptedDriver::init(orvex_ddi* ddi) {
-    ++inits_;
     ddi->camCount = static_cast<int16_t>(cameras_.size());
     const size_t slots = std::min<size_t>(cameras_.size(), ORVEX_DDI_MAX_DEVICES);
     for (size_t i = 0; i < slots; ++i) {
@@ -405,15 +403,6 @@ unsigned ScriptedDriver::calls() const {
 bool ScriptedDriver::count_call() {
     std::lock_guard lock(mutex_);
     return ++calls_ == failing_call_;
-}
-
-bool eventually(const std::function<bool()>& condition, std::chrono::milliseconds limit) {
-    const auto deadline = std::chrono::steady_clock::now() + limit;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() >= deadline) return condition();
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return true;
 }
 
 }  // namespace support

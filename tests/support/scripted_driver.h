@@ -1,6 +1,5 @@
 #pragma once
 
-#include <chrono>
 #include <cstdint>
 #include <deque>
 #include <functional>
@@ -17,6 +16,7 @@
 #include "orvex/orvex_event.h"
 
 #include "support/environment.h"
+#include "support/eventually.h"
 #include "support/notification_server.h"
 #include "support/scripted_firmware.h"
 #include "support/scripted_module.h"
@@ -42,14 +42,6 @@
 //     ...
 //     EXPECT_EQ(camera.writes().back(), support::hex("3F 00 05 26 0B 28 00 02"));
 //     EXPECT_EQ(camera.ioctl_codes(), (std::vector<uint32_t>{DV_CAM_OPEN}));
-//
-// Fault sweep over all operations of all cameras:
-//
-//     for (unsigned n = 1;; ++n) {
-//         driver.fail_call(n);
-//         ...the sequence...
-//         if (!driver.fault_happened()) break;
-//     }
 namespace support {
 
 // One control operation as the driver saw it.
@@ -213,7 +205,6 @@ class ScriptedDriver {
     uint32_t init(orvex_ddi* ddi);
     uint32_t uninit(orvex_ddi* ddi);
     ScriptedDriver& init_result(uint32_t result);
-    unsigned inits() const { return inits_; }
     unsigned uninits() const { return uninits_; }
 
     // The n-th operation from now on, counted from 1 over all cameras, fails; 0 for none.
@@ -230,7 +221,7 @@ class ScriptedDriver {
 
     std::vector<std::unique_ptr<ScriptedCamera>> cameras_;
     uint32_t init_result_ = 1;
-    unsigned inits_ = 0, uninits_ = 0;
+    unsigned uninits_ = 0;
     mutable std::mutex mutex_;
     unsigned calls_ = 0;
     unsigned failing_call_ = 0;
@@ -238,9 +229,5 @@ class ScriptedDriver {
     std::unique_ptr<TempDir> module_directory_;
     std::vector<std::unique_ptr<Environment>> environment_;
 };
-
-// Polls a condition until it holds; false when it never did within the limit.
-bool eventually(const std::function<bool()>& condition,
-                std::chrono::milliseconds limit = std::chrono::seconds(10));
 
 }  // namespace support

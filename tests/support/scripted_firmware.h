@@ -70,8 +70,7 @@ class ScriptedFirmware {
         uint8_t id;
         Bytes data;
     };
-    // Commands of all host frames so far, in order, and how often one of them came.
-    const std::vector<Command>& commands() const { return commands_; }
+    // How often a command came in all host frames so far.
     size_t count(uint8_t id) const;
     // Data of the last command of that id.
     std::optional<Bytes> written(uint8_t id) const;

@@ -1,7 +1,6 @@
 // Cameras that answer wrongly while they are opened: at each single exchange in turn. Whatever
 // happens, the library names an error or gets by, and the camera opens once it behaves.
 #include <array>
-#include <cstring>
 #include <gtest/gtest.h>
 #include <ostream>
 #include <string>
@@ -71,7 +70,6 @@ struct DataSheet {
 };
 constexpr DataSheet ccd{"ccd", "SFT-1024-FT", -4000, 0};
 constexpr DataSheet cmos{"cmos", "SCM-2048-BSI", 1200, 1};
-constexpr DataSheet plain{"plain", "SPL-512", -2500, 0};
 constexpr DataSheet em{"em", "SEM-512-EM", -7000, 0};
 
 void ExpectNamedError() {
@@ -151,22 +149,5 @@ INSTANTIATE_TEST_SUITE_P(
                     Sweep{em, "short_reply", 5, 0}, Sweep{em, "garbled_reply", 5, 4},
                     Sweep{ccd, "garbled_reply", 5, 1}, Sweep{em, "refused_command", 20, 15}),
     [](const auto& sweep) { return testing::PrintToString(sweep.param); });
-
-// Each costs the three seconds in which a camera has to acknowledge.
-class SilentOpen : public testing::TestWithParam<std::tuple<int, int16>> {};
-
-TEST_P(SilentOpen, TellsALostAcknowledge) {
-    const auto& [after, code] = GetParam();
-    FaultyCamera camera(plain.model, "lost_write_ack", after);
-    EXPECT_FALSE(camera.Open());
-    EXPECT_EQ(ox_error_code(), code);
-    ExpectNamedError();
-    ExpectHealthyOpen(camera, plain);
-}
-
-// The test for life keeps what the driver said; the reads say that the camera can't be opened.
-INSTANTIATE_TEST_SUITE_P(Exchanges, SilentOpen,
-                         testing::Values(std::tuple{0, int16{C7_DRIVER_COM_ERROR}},
-                                         std::tuple{2, int16{C0_ERR_OPEN_CAM}}));
 
 }  // namespace

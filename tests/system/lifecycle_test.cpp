@@ -29,23 +29,6 @@ class Run : public testing::Test {
     support::ScriptedDriver driver_;
 };
 
-TEST_F(Run, HandlesEndWithTheRun) {
-    for (int round = 0; round < 5; ++round) {
-        ASSERT_EQ(ox_orvex_init(), 1);
-        const int16 first = Open("B");
-        const int16 second = Open("A");
-        EXPECT_EQ(first, 1);
-        EXPECT_EQ(second, 0);
-        EXPECT_EQ(ox_cam_check(first), 1);
-        EXPECT_EQ(ox_cam_close(second), 1);
-        EXPECT_EQ(ox_cam_check(second), 0);
-        EXPECT_EQ(ox_error_code(), C0_INVALID_HANDLE);
-        EXPECT_EQ(ox_orvex_uninit(), 1);
-        EXPECT_EQ(ox_cam_check(first), 0);
-        EXPECT_EQ(ox_error_code(), C2_ORVEX_NOT_INITED);
-    }
-}
-
 TEST_F(Run, CamerasDoNotWaitForEachOther) {
     ASSERT_EQ(ox_orvex_init(), 1);
     const int16 held = Open("A");
@@ -78,26 +61,6 @@ TEST_F(Run, CamerasDoNotWaitForEachOther) {
     second.join();
     EXPECT_EQ(timeout, 5);
     EXPECT_EQ(timeout_again, 5);
-}
-
-TEST_F(Run, ManyThreadsShareTheInterface) {
-    ASSERT_EQ(ox_orvex_init(), 1);
-    const int16 cameras[] = {Open("A"), Open("B")};
-    std::vector<std::thread> threads;
-    std::atomic<int> failures{0};
-    for (size_t i = 0; i < 4; ++i) {
-        threads.emplace_back([&, i] {
-            for (int n = 0; n < 200; ++n) {
-                uns16 timeout = 0;
-                int16 total = 0;
-                if (!ox_dd_get_timeout(cameras[i % 2], &timeout)) ++failures;
-                if (!ox_cam_get_total(&total) || total != 3) ++failures;
-                ox_error_code();
-            }
-        });
-    }
-    for (std::thread& thread : threads) thread.join();
-    EXPECT_EQ(failures, 0);
 }
 
 }  // namespace

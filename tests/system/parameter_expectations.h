@@ -289,12 +289,9 @@ struct Enumeration {
 constexpr Enumeration enumerations[] = {
     {PARAM_CAM_INTERFACE_TYPE, cmos,
      "515 USB 3.0|2051 PCIE X4|258 1394B|1025 PCI LVDS|4096 Virtual"},
-    {PARAM_CAM_INTERFACE_MODE, cmos, "2 Imaging|2 Imaging|2 Imaging|2 Imaging|2 Imaging"},
     {PARAM_COOLING_MODE, all, "0 Air or Water|1 Cryogenic|2 No cooling"},
     {PARAM_MPP_CAPABLE, ccd | em, "0 Unknown|1 Off|2 On|3 Selectable"},
-    {PARAM_READOUT_PORT, ccd | plain, "0 Normal"},
     {PARAM_READOUT_PORT, cmos, "0 Sensitivity|1 Dynamic Range"},
-    {PARAM_READOUT_PORT, em, "0 Multiplication Gain|1 Normal"},
     {PARAM_SHTR_OPEN_MODE, all,
      "0 Never|1 Pre-Exposure|2 Pre-Sequence|3 Pre-Trigger|4 Do Not Change"},
     {PARAM_SHTR_STATUS, all, "0 Fault|1 Opening|2 Open|3 Closing|4 Closed|5 Unknown"},
@@ -309,17 +306,11 @@ constexpr Enumeration enumerations[] = {
     {PARAM_EXPOSURE_MODE, ccd | plain | em,
      "0 Timed|1 Strobed|2 Bulb|3 Trigger First|5 Variable Timed"},
     {PARAM_EXPOSURE_MODE, cmos, "1792 Internal Trigger|2048 Trigger First|2304 Edge Trigger"},
-    {PARAM_EXPOSE_OUT_MODE, cmos, "0 First Row|1 All Rows|2 Any Row|3 Rolling Shutter"},
     {PARAM_FAN_SPEED_SETPOINT, cmos, "0 High|1 Medium|2 Low|3 Off"},
-    {PARAM_EXP_RES, ccd | em, "0 One Millisecond|1 One Microsecond"},
     {PARAM_EXP_RES, cmos, "0 One Millisecond|1 One Microsecond|2 One Second"},
     {PARAM_BOF_EOF_ENABLE, ccd, "0 No Bof or Eof|1 Bof Only|2 Eof Only|3 Bof and Eof"},
     {PARAM_BINNING_SER, cmos, "1 1x1|2 2x2|4 4x4|8 8x8|1 1x2|2 2x1"},
     {PARAM_BINNING_PAR, cmos, "1 1x1|2 2x2|4 4x4|8 8x8|2 1x2|1 2x1"},
-    {PARAM_CENTROIDS_MODE, cmos, "0 Locate|1 Track"},
-    {PARAM_CENTROIDS_BG_COUNT, cmos, "0 1 Frame|1 4 Frames|2 16 Frames"},
-    {PARAM_TRIGTAB_SIGNAL, cmos, "0 Expose Out"},
-    {PARAM_FRAME_DELIVERY_MODE, cmos, "0 Maximum Frame Rate|1 Constant Intervals"},
 };
 
 }  // namespace expected

@@ -1,61 +1,40 @@
 #pragma once
 
-#include <memory>
 #include <string>
 #include <vector>
 
-#include "orvex/orvex.h"
+#include "support/scene_camera.h"
 
-#include "support/environment.h"
-#include "support/scene_image.h"
-#include "support/temp_dir.h"
-
-// A noiseless software camera that looks at a known picture, with or without the sample plug-ins
-// in reach of the library, and what their tests do with it.
-class PluginCamera {
+// A software camera with the sample plug-ins in reach of the library, and what their tests do with
+// it.
+class PluginCamera : public support::SceneCamera {
   public:
-    enum class Plugins { none, samples };
+    explicit PluginCamera(const std::string& time_scale = "0", bool stamp = false)
+        : SceneCamera({.time_scale = time_scale,
+                       .stamp = stamp,
+                       .modules = ORVEX_LIBRARY_DIR "/orvex:" ORVEX_LIBRARY_DIR "/plugins"}) {}
 
-    struct Setup {
-        std::string model = "cmos";  // of the configuration of the software camera
-        uns32 size = 2048;           // of the sensor, in both directions
-        std::string time_scale = "0";
-        bool stamp = false;  // frames begin with their numbers
-    };
-
-    PluginCamera(Plugins plugins, const Setup& setup);
-    ~PluginCamera();
-
-    int16 handle() const { return handle_; }
     // What the camera sees of the region, before any plug-in.
-    std::vector<uns16> Seen() const { return scene_.CropAndBin(region); }
-
-    // Throws with the library's own text when a call was refused.
-    void Require(boolean16 result, const char* what) const;
-    template <class T>
-    T Get(uns32 id, int16 attribute = ATTR_CURRENT) const {
-        T value{};
-        Require(ox_get_param(handle_, id, attribute, &value), "get");
-        return value;
-    }
-    std::string Text(uns32 id) const;
-    template <class T>
-    void Set(uns32 id, T value) const {
-        Require(ox_set_param(handle_, id, &value), "set");
-    }
+    std::vector<uns16> Seen() const { return scene().CropAndBin(region); }
 
     // Sets a parameter of a module of the plug-in.
-    void SetModule(int16 module, int16 parameter, uns32 value) const;
+    void SetModule(int16 module, int16 parameter, uns32 value) const {
+        Set(PARAM_PP_INDEX, static_cast<int16>(camera_features + module));
+        Set(PARAM_PP_PARAM_INDEX, parameter);
+        Set(PARAM_PP_PARAM, value);
+    }
     // Lets frames through the plug-in; hot pixels are those above the threshold.
-    void SwitchOn(uns32 threshold) const;
+    void SwitchOn(uns32 threshold) const {
+        SetModule(0, 0, 1);
+        SetModule(0, 1, threshold);
+    }
 
-    // Sets a sequence of the region up and starts it.
-    std::vector<uns16> StartSequence(uns16 frames) const;
-    void StartSequence(std::vector<uns16>& pixels) const;
-    // Polls until all frames are there.
-    void AwaitSequence() const;
-    // A whole sequence that is polled.
-    std::vector<uns16> RunSequence(uns16 frames) const;
+    std::vector<uns16> StartSequence(uns16 frames) const {
+        return Start(frames, {region}, TIMED_MODE, 5);
+    }
+    std::vector<uns16> RunSequence(uns16 frames) const {
+        return Run(frames, {region}, TIMED_MODE, 5);
+    }
 
     // Starts a continuous run over a ring, which is filled with `untouched`.
     std::vector<uns16> StartContinuous(size_t frames, const rgn_type& roi, uns32 exposure_ms) const;
@@ -64,14 +43,8 @@ class PluginCamera {
     // Takes the newest frame as soon as one above a number is there; returns its number.
     uns32 AwaitFrame(uns32 above, uns16** frame) const;
 
+    static constexpr int16 camera_features = 4;  // ahead of those of the plug-in
     static constexpr rgn_type region{
         .s1 = 100, .s2 = 163, .sbin = 1, .p1 = 40, .p2 = 87, .pbin = 1};
     static constexpr size_t frame_pixels = 64 * 48;
-    static constexpr uns16 untouched = 0xABCD;  // above all values of a scene
-
-  private:
-    support::TempDir folder_;
-    support::SceneImage scene_;
-    std::vector<std::unique_ptr<support::Environment>> environment_;
-    int16 handle_ = -1;
 };

@@ -55,11 +55,6 @@ class Process : public testing::Test {
     const std::filesystem::path log_ = folder_ / "trace.log";
 };
 
-TEST_F(Process, NeedsNoUninit) {
-    const ChildRun run = RunInChild("end_with_open_cameras", no_leaks);
-    EXPECT_EQ(run.exit_code, 0) << run.output;
-}
-
 TEST_F(Process, MayEndWhileCamerasRun) {
     for (const char* from : {"main", "return", "thread", "callback"}) {
         for (const std::string& trace : {std::string(), Traced()}) {

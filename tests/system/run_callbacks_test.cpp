@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
-#include <functional>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <string>
@@ -47,25 +46,6 @@ TEST_P(EitherDelivery, BusyCallbackLosesTheOldestFrames) {
         EXPECT_TRUE(std::ranges::is_sorted(heard));
         EXPECT_EQ(heard.back() - heard.front() + 1, static_cast<int32>(heard.size()));
     }
-    EXPECT_EQ(camera.Abort(), 1);
-    camera.ExpectWorks();
-}
-
-// Whoever holds the camera's mutex is waited for, and gets on.
-TEST_P(EitherDelivery, CallbackWaitsForACallOfTheApplication) {
-    std::atomic<size_t> answers = 0;
-    RunCamera camera(GetParam());
-    const Listener& frames = camera.Listen(OX_CALLBACK_EOF, [&](int32) {
-        if (camera.Frames() > 0) ++answers;
-    });
-    camera.SetUpRing();
-    camera.Console("fault stuck_transfer 20");
-    ASSERT_EQ(camera.StartRing(), 1);
-    // At the end it waits in vain for a frame to begin.
-    while (ox_exp_wait_start_xfer(camera.handle(), 50)) {
-    }
-    EXPECT_TRUE(Eventually([&] { return frames.Heard(20); }));
-    EXPECT_TRUE(Eventually([&] { return answers == frames.count(); }));
     EXPECT_EQ(camera.Abort(), 1);
     camera.ExpectWorks();
 }

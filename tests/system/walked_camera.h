@@ -40,9 +40,8 @@ class WalkedCamera {
     void Reopen();
     // The error code; 0 when the value was taken.
     int16 Set(uns32 id, int type, double value) const;
-    // Frames of 8 x 4 pixels, binned 1 x 2, 25 units of exposure: two of them, or a ring.
+    // Two frames of 8 x 4 pixels, binned 1 x 2, 25 units of exposure.
     bool SetUp() const;
-    bool SetUpRing() const;
 
   private:
     support::TempDir folder_;

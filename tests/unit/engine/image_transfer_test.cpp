@@ -10,36 +10,6 @@ dv_image_parameters Parameters(uint32_t frame, uint32_t total, uint32_t circular
     return {.frame_bytes = frame, .total_bytes = total, .circular = circular, .reserved = 0};
 }
 
-bool Deliver(ImageTransfer& transfer, const std::vector<uint8_t>& frame) {
-    if (!transfer.Store(frame)) return false;
-    transfer.CountFrame();
-    return true;
-}
-
-// Frames lie across the borders of the pieces that a large buffer comes in.
-TEST(ImageTransfer, FramesCrossPieces) {
-    ImageTransfer transfer;
-    std::vector<uint8_t> first(5);
-    std::vector<uint8_t> second(2);
-    std::vector<uint8_t> third(5);
-    ASSERT_TRUE(transfer.Begin(first.data(), 5, 12));
-    EXPECT_FALSE(transfer.Store(std::vector<uint8_t>{1, 2, 3, 4}));
-    ASSERT_TRUE(transfer.AddPiece(second.data(), 2));
-    ASSERT_TRUE(transfer.FixTable(Parameters(4, 12, 0)));
-    EXPECT_FALSE(transfer.AddPiece(third.data(), 6));
-    ASSERT_TRUE(transfer.AddPiece(third.data(), 5));
-    ASSERT_TRUE(transfer.FixTable(Parameters(4, 12, 0)));
-    EXPECT_TRUE(Deliver(transfer, {1, 2, 3, 4}));
-    EXPECT_TRUE(Deliver(transfer, {5, 6, 7, 8}));
-    EXPECT_EQ(transfer.Status().status, DRIVER_STATUS_EXPOSING);
-    EXPECT_EQ(transfer.Status().bytes, 8u);
-    EXPECT_TRUE(Deliver(transfer, {9, 10, 11, 12}));
-    EXPECT_EQ(first, (std::vector<uint8_t>{1, 2, 3, 4, 5}));
-    EXPECT_EQ(second, (std::vector<uint8_t>{6, 7}));
-    EXPECT_EQ(third, (std::vector<uint8_t>{8, 9, 10, 11, 12}));
-    EXPECT_EQ(transfer.Status().status, DRIVER_STATUS_COMPLETE);
-}
-
 TEST(ImageTransfer, AFrameOfTheWrongSizeFailsTheReadout) {
     ImageTransfer transfer;
     std::vector<uint8_t> buffer(4, 9);

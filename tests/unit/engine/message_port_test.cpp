@@ -13,7 +13,7 @@ using Bytes = std::vector<uint8_t>;
 class Probe : public engine::Sensor {
   public:
     const engine::Description& About() const override { return about; }
-    std::span<const engine::BridgeNode> BridgeNodes() const override { return nodes; }
+    std::span<const engine::BridgeNode> BridgeNodes() const override { return {}; }
     bool Connect(engine::HostSide&) override { return true; }
     void Disconnect() override {}
     void Reset() override {}
@@ -36,7 +36,6 @@ class Probe : public engine::Sensor {
     }
 
     engine::Description about;
-    std::vector<engine::BridgeNode> nodes;
     std::vector<std::pair<uint8_t, Bytes>> heard;
     int refused = -1;
 };
@@ -109,22 +108,6 @@ TEST_F(MessagePort, PluginCommandsHaveTheirOwnSizes) {
     EXPECT_EQ(Reply(), (Bytes{0x0A, 0x0B}));
     EXPECT_EQ(probe.heard.front().second, (Bytes{0x12, 0x34}));
     EXPECT_FALSE(port.Take(Bytes{49, 0, 1, 11}).acknowledged);
-}
-
-TEST_F(MessagePort, TheBridgeNamesItsNodesAndRefusesOthers) {
-    probe.nodes = {{.friendly_name = "Interface", .version_info = {4, '1', 0, 0}}};
-    port.Take(Bytes{35, 0, 3, OZ_DATA_GET_FRIENDLY_NAME, 0, 0});
-    Bytes reply = Reply();
-    ASSERT_EQ(reply.size(), 38u);
-    EXPECT_EQ(reply[4], 0);
-    EXPECT_STREQ(reinterpret_cast<const char*>(&reply[6]), "Interface");
-    port.Take(Bytes{35, 0, 3, OZ_DATA_GET_VERSION_INFO_LENGTH, 0, 0});
-    reply = Reply();
-    EXPECT_EQ(Bytes(reply.begin() + 6, reply.end()), (Bytes{0, 4}));
-    port.Take(Bytes{35, 0, 3, OZ_DATA_GET_FRIENDLY_NAME, 0, 1});
-    EXPECT_NE(Reply()[4], 0);
-    port.Take(Bytes{35, 0, 3, OZ_DATA_APPLY_FIRMWARE_UPDATE, 0, 0});
-    EXPECT_EQ(Reply()[4], 5);
 }
 
 // Any bytes: the walk never leaves the frame (the sanitizers look on) and never grows without end.

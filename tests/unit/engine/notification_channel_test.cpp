@@ -152,16 +152,6 @@ TEST_F(Notifications, TheNewestFrameIsKeptWhenNobodyWaits) {
     EXPECT_EQ(host.Take().out.flags, NOTIFICATION_FLUSH);
 }
 
-TEST_F(Notifications, DroppedFramesDoNotComeBackButEventsDo) {
-    Host host(path_);
-    Settle(host);
-    channel_.Report(EndOfFrame(3));
-    channel_.Report(Event(NOTIFICATION_DEVICE_REMOVAL));
-    channel_.DropFrames();
-    host.Submit(1);
-    EXPECT_EQ(host.Take().out.flags, NOTIFICATION_DEVICE_REMOVAL);
-}
-
 // More requests can be on their way than the socket holds when the flushes come.
 TEST_F(Notifications, AFlushWaitsForItsRequest) {
     Host host(path_);
@@ -214,19 +204,6 @@ TEST_F(Notifications, TensOfThousandsOfReportsArriveInOrder) {
         ASSERT_EQ(completion.out.frame_number_eof, number);
     }
     reporting.join();
-}
-
-TEST_F(Notifications, ANewConnectionTakesOver) {
-    {
-        Host before(path_);
-        before.Submit(1);
-        channel_.FlushOne();
-        before.Take();
-    }
-    Host after(path_);
-    after.Submit(2);
-    channel_.FlushOne();
-    EXPECT_EQ(after.Take().id, 2u);
 }
 
 TEST_F(Notifications, DeathClosesTheFileAndItCanBeOpenedAgain) {

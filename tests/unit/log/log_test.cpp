@@ -43,32 +43,6 @@ class LogTest : public testing::Test {
     std::shared_ptr<tests::Collector> collector_ = std::make_shared<tests::Collector>();
 };
 
-TEST_F(LogTest, WithoutListenerKeepsNothing) {
-    EXPECT_FALSE(log_.IsLevelEnabled(bv::log_error));
-    log_.Write("COR", bv::log_error, "lost");
-    EXPECT_EQ(log_.Flush(), 0u);
-
-    log_.AddListener(collector_);
-    log_.Write("COR", bv::log_error, "kept %d", 1);
-    ASSERT_TRUE(collector_->WaitFor(1));
-    EXPECT_THAT(collector_->Messages(), ElementsAre("kept 1"));
-}
-
-TEST_F(LogTest, PassesRecordsUpToItsLevel) {
-    for (int32_t level = -1; level <= 4; ++level) {
-        Log log(level);
-        auto collector = std::make_shared<tests::Collector>();
-        log.AddListener(collector);
-        for (int32_t record = 0; record <= 4; ++record) {
-            EXPECT_EQ(log.IsLevelEnabled(record), record <= level);
-            log.Write("COR", record, "%d", record);
-        }
-        ASSERT_TRUE(collector->WaitFor(static_cast<size_t>(level + 1)));
-        log.Flush();
-        EXPECT_EQ(collector->Entries().size(), static_cast<size_t>(level + 1));
-    }
-}
-
 TEST_F(LogTest, KeepsTheOrderOfEachThread) {
     constexpr int threads = 4;
     constexpr int records = 500;
@@ -89,48 +63,6 @@ TEST_F(LogTest, KeepsTheOrderOfEachThread) {
         ASSERT_EQ(std::sscanf(message.c_str(), "%d %d", &thread, &i), 2);
         EXPECT_EQ(next[static_cast<size_t>(thread)]++, i);
     }
-}
-
-TEST_F(LogTest, RecordsWhatBelongsToTheWritingThread) {
-    Log another(bv::log_debug);
-    log_.AddListener(collector_);
-    log_.IncreaseIndent();
-    log_.IncreaseIndent();
-    another.IncreaseIndent();
-    EXPECT_EQ(another.GetIndent(), 1);
-    log_.Write("COR", 3, "here");
-    std::thread([&] {
-        EXPECT_FALSE(log_.DecreaseIndent());
-        log_.Write("COR", 3, "there");
-    }).join();
-    ASSERT_TRUE(collector_->WaitFor(2));
-    const auto entries = collector_->Entries();
-    EXPECT_EQ(entries[0].indent, 2);
-    EXPECT_EQ(entries[1].indent, 0);
-    EXPECT_NE(entries[0].threadId, entries[1].threadId);
-    EXPECT_EQ(entries[0].processId, entries[1].processId);
-}
-
-TEST_F(LogTest, FlushWaitsForTheQueue) {
-    log_.AddListener(collector_);
-    for (int i = 0; i < 1000; ++i) log_.Write("COR", 0, "%d", i);
-    EXPECT_EQ(log_.Flush(), 0u);
-    EXPECT_TRUE(collector_->WaitFor(1000));
-}
-
-TEST_F(LogTest, LogEndsWithRecordsUnwritten) {
-    auto gate = std::make_shared<Gate>();
-    auto collector = std::make_shared<tests::Collector>();
-    auto log = std::make_unique<Log>(bv::log_debug);
-    log->AddListener(gate);
-    log->AddListener(collector);
-    log->Write("COR", 0, "being written");
-    ASSERT_TRUE(gate->WaitUntilEntered());
-    log->Write("COR", 0, "unwritten");
-    Log::loaderLockMode = true;  // keeps the worker from the queue
-    gate->Open();
-    log.reset();
-    EXPECT_THAT(collector->Messages(), ElementsAre("being written"));
 }
 
 TEST_F(LogTest, ListenersComeAndGo) {
@@ -189,26 +121,6 @@ TEST_F(LogTest, FlushKeepsTheOrderBesideAWorker) {
     gate->Open();
     EXPECT_EQ(flushed.get(), 0u);
     EXPECT_THAT(collector_->Messages(), ElementsAre("held by the worker", "queued"));
-}
-
-TEST_F(LogTest, LoaderLockFollowsThePhases) {
-    struct Phase {
-        int32_t phase;
-        uint32_t initial;
-        bool before, during, after;
-    };
-    const Phase phases[] = {{0, 0, false, true, true},  {0, 1, false, true, true},
-                            {1, 0, true, false, true},  {1, 1, true, true, true},
-                            {1, 1, false, false, true}, {2, 0, true, true, false}};
-    for (const Phase& c : phases) {
-        Log::loaderLockMode = c.before;
-        {
-            LoaderLockGuard guard(c.phase, c.initial);
-            EXPECT_EQ(Log::loaderLockMode, c.during);
-            Log::loaderLockMode = false;
-        }
-        EXPECT_EQ(Log::loaderLockMode, c.after);
-    }
 }
 
 }  // namespace

@@ -47,29 +47,12 @@ TEST(Scope, TellsItsDurationInMicroseconds) {
         std::this_thread::sleep_for(pause);
         scope.SetResult("OZ_OK");
     }
-    const auto bound = std::chrono::duration_cast<std::chrono::microseconds>(
-                           std::chrono::steady_clock::now() - start)
-                           .count();
     const std::string message = trace.Entries().back().message;
     long long duration = -1;
     ASSERT_EQ(std::sscanf(message.c_str(), "slow: RETURN (OZ_OK) [%lldus]", &duration), 1);
-    EXPECT_TRUE(message.ends_with("us]"));
+    const auto passed = std::chrono::steady_clock::now() - start;
     EXPECT_GE(duration, 3000);
-    EXPECT_LE(duration, bound);
-}
-
-TEST(Scope, EntersExactlyOnce) {
-    tests::Trace trace;
-    {
-        LogScope scope(trace.log(), "COR", "f");
-        scope.Enter("1");
-        scope.Enter("2");
-    }
-    {
-        LogScope without_enter(trace.log(), "COR", "g");
-    }
-    EXPECT_THAT(trace.Lines(), ElementsAre("D f: ENTER (1)", "D f: RETURN ()",
-                                           "E g: Log indentation is incorrect", "D g: RETURN ()"));
+    EXPECT_LE(std::chrono::microseconds(duration), passed);
 }
 
 const char* TextOfNumber(int32_t value) {

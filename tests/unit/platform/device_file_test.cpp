@@ -83,21 +83,6 @@ TEST_F(DeviceFileTest, RequestAndReportCrossTheWire) {
     EXPECT_EQ(request.out.time_stamp_bof, 256);
 }
 
-TEST_F(DeviceFileTest, CompletionsComeInBatchesAndInOrder) {
-    std::vector<OverlappedRequest> requests(70);
-    SubmitAll(requests);
-    const std::vector<uint64_t> ids = driver_.ReceiveIds(70);
-    EXPECT_EQ(std::set<uint64_t>(ids.begin(), ids.end()).size(), 70u);
-    for (size_t i = 0; i < 70; ++i) driver_.Complete(ids[69 - i]);
-    std::array<Completion, 32> entries;
-    std::vector<OverlappedRequest*> back;
-    for (size_t expected : {32u, 32u, 6u}) {
-        ASSERT_EQ(port_.Take(entries, wait_limit_ms), expected);
-        for (size_t i = 0; i < expected; ++i) back.push_back(entries[i].request);
-    }
-    for (size_t i = 0; i < 70; ++i) EXPECT_EQ(back[i], &requests[69 - i]);
-}
-
 TEST_F(DeviceFileTest, WhatFitsNoRequestIsIgnored) {
     OverlappedRequest request, second;
     file_.Submit(1, request);

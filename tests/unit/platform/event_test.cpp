@@ -163,19 +163,6 @@ TEST(Event, FullSharedMemoryIsAFailureAndNoSignal) {
     EXPECT_EQ(WEXITSTATUS(status), 0);
 }
 
-TEST(Event, LongestNamesStayApart) {
-    const std::string base = OwnName(std::string(254, 'n')).substr(0, 254);
-    Event first, second;
-    ASSERT_TRUE(first.Create((base + "1").c_str(), EventReset::manual, true));
-    ASSERT_TRUE(second.Create((base + "2").c_str(), EventReset::manual, false));
-    EXPECT_TRUE(first.Wait(0));
-    EXPECT_FALSE(second.Wait(0));
-    orvex_event opened;
-    ASSERT_TRUE(orvex_event_open_name(&opened, (base + "1").c_str()));
-    EXPECT_TRUE(orvex_event_wait(&opened, 0));
-    orvex_event_close(&opened);
-}
-
 TEST(Event, MappedHandleOutlivesTheOwner) {
     Event event;
     ASSERT_TRUE(event.Create(nullptr, EventReset::manual, false));
@@ -262,14 +249,6 @@ TEST(Event, AutomaticSignalLetsOneWaiterThrough) {
 TEST(LocalEvent, AutomaticSignalLetsOneWaiterThrough) {
     LocalEvent event(EventReset::automatic, false);
     ShareSignals(event);
-}
-
-TEST(LocalEvent, ManualSignalStays) {
-    LocalEvent event(EventReset::manual, true);
-    EXPECT_TRUE(event.Wait(Event::no_limit));
-    EXPECT_TRUE(event.Wait(0));
-    event.Reset();
-    EXPECT_FALSE(event.Wait(0));
 }
 
 TEST(Event, WaitGivesUpAfterItsLimitAndNotBefore) {

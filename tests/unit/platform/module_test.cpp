@@ -63,14 +63,6 @@ TEST_F(ModuleTest, LibraryDirectoryAndItsSubdirectoryFollowThePath) {
     std::filesystem::remove(library / (name + ".so"));
 }
 
-TEST_F(ModuleTest, SystemIsAskedLast) {
-    platform::ModuleHandle module = LoadModule("libc.so.6");
-    ASSERT_NE(module, nullptr);
-    EXPECT_NE(platform::FindSymbol(module, "getpid"), nullptr);
-    EXPECT_EQ(platform::FindSymbol(module, "module_mark"), nullptr);
-    platform::ReleaseModule(module);
-}
-
 TEST_F(ModuleTest, FailureTellsOfTheFileThatIsThere) {
     directory_.write("broken.so", "no module");
     Place("mark_one.so", directory_ / "whole/broken.so");

@@ -1,7 +1,5 @@
 #include "platform/registry.h"
 
-#include <cstdlib>
-#include <filesystem>
 #include <gtest/gtest.h>
 
 #include "support/environment.h"
@@ -70,34 +68,6 @@ TEST(Registry, UnusableFilesHaveNoKey) {
         Environment place("ORVEX_REGISTRY", directory.write("r.ini", content).string());
         EXPECT_FALSE(RegistryKey::Open(key_name)) << content;
     }
-}
-
-TEST(Registry, NamedFileIsPreferred) {
-    TempDir directory;
-    Environment named("ORVEX_REGISTRY", directory.write("r.ini", Header() + "V=named").string());
-    EXPECT_EQ(RegistryKey::Open(key_name)->Text("V", 100), "named");
-}
-
-// The file lies beside a copy of this program, which runs the same test again.
-TEST(Registry, FileBesideTheLibraryIsUsedWhenTheNamedOneIsMissing) {
-    if (std::getenv("ORVEX_TEST_BESIDE")) {
-        ASSERT_TRUE(RegistryKey::Open(key_name));
-        EXPECT_EQ(RegistryKey::Open(key_name)->Text("V", 100), "beside");
-        return;
-    }
-    if (std::filesystem::exists("/etc/orvex/registry.ini")) {
-        GTEST_SKIP() << "this machine has an installation, which comes first";
-    }
-    TempDir directory;
-    directory.write("orvex.ini", Header() + "V=beside\n");
-    const std::filesystem::path program = directory / "program";
-    std::filesystem::copy_file("/proc/self/exe", program);
-    Environment child("ORVEX_TEST_BESIDE", "1");
-    // A directory is no registry.
-    Environment named("ORVEX_REGISTRY", directory.path().string());
-    EXPECT_EQ(std::system(
-                  (program.string() + " --gtest_filter=Registry.FileBeside* > /dev/null").c_str()),
-              0);
 }
 
 }  // namespace

@@ -1,6 +1,5 @@
 #include "platform/system.h"
 
-#include <cerrno>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <string>
@@ -9,22 +8,7 @@
 #include <unistd.h>
 #include <utility>
 
-#include "support/environment.h"
-
 namespace {
-
-TEST(System, LocalTimeFollowsTheZone) {
-    support::Environment zone("TZ", "UTC-2");
-    tzset();
-    EXPECT_EQ(platform::FormatLocalTime(86400, "%Y-%m-%d %H%M%S"), "1970-01-02 020000");
-    EXPECT_EQ(platform::FormatLocalTime(INT64_MAX, "%Y"), "");
-}
-
-TEST(System, ErrorTexts) {
-    EXPECT_EQ(platform::ErrorText(ENOENT), "No such file or directory");
-    EXPECT_EQ(platform::ErrorText(123456), "");
-    EXPECT_EQ(platform::ErrorText(0xFFFFFFFF), "");
-}
 
 TEST(System, ClocksAgreeOnTheirUnits) {
     const int64_t counter = platform::PerformanceCounter();
@@ -40,16 +24,6 @@ TEST(System, ThreadsHaveIdsOfTheirOwn) {
     const uint32_t own = platform::ThreadId();
     std::thread([own] { EXPECT_NE(platform::ThreadId(), own); }).join();
     EXPECT_EQ(platform::ThreadId(), own);
-}
-
-TEST(System, TimerPeriodIsRaisedAndLowered) {
-    uint32_t min_ms = 0, max_ms = 0;
-    ASSERT_EQ(platform::TimerRange(min_ms, max_ms), 0);
-    EXPECT_LE(min_ms, 1u);
-    EXPECT_EQ(platform::BeginTimerPeriod(1), 0);
-    EXPECT_EQ(platform::EndTimerPeriod(1), 0);
-    EXPECT_NE(platform::BeginTimerPeriod(0), 0);
-    EXPECT_NE(platform::EndTimerPeriod(max_ms + 1), 0);
 }
 
 TEST(System, TimerPeriodLeavesOtherThreadsAlone) {
@@ -77,13 +51,6 @@ class StandardErrorTest : public testing::Test {
     int ends_[2] = {-1, -1};
     int former_ = -1;
 };
-
-TEST_F(StandardErrorTest, NoticeArrivesThere) {
-    platform::ShowNotice("ORVEX Notification", "Update available");
-    char text[200] = {};
-    EXPECT_GT(read(ends_[0], text, sizeof text - 1), 0);
-    EXPECT_STREQ(text, "ORVEX Notification: Update available\n");
-}
 
 TEST_F(StandardErrorTest, NoticeNeverWaitsForAReader) {
     // More than a pipe takes; hanging is the failure.

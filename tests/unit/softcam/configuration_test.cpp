@@ -8,17 +8,6 @@ namespace {
 
 using softcam::CameraOptions;
 
-TEST(Configuration, WithoutCamerasAllModelsAreThere) {
-    std::vector<CameraOptions> cameras;
-    std::string message;
-    ASSERT_TRUE(softcam::ParseConfiguration(R"({"time_scale": 0.5})", cameras, message));
-    ASSERT_EQ(cameras.size(), softcam::DefaultCameras().size());
-    EXPECT_EQ(cameras[0].name, "SoftCCD-1024");
-    EXPECT_EQ(cameras[1].name, "SoftCMOS-2048");
-    EXPECT_EQ(cameras[2].time_scale, 0.5);
-    EXPECT_FALSE(cameras[0].ideal);
-}
-
 TEST(Configuration, ACameraOverridesWhatHoldsForAll) {
     std::vector<CameraOptions> cameras;
     std::string message;
@@ -68,14 +57,9 @@ INSTANTIATE_TEST_SUITE_P(
               "cameras[1]: \"name\" is used twice"},
         Wrong{R"({"cameras": [{"model": "em", "name": "12345678901234567890123456789012"}]})",
               "cameras[0]: \"name\" must have 1 to 31 characters"},
-        Wrong{R"({"cameras": [{"model": "em", "driver": "isa"}]})",
-              "cameras[0]: \"driver\" must be pci, usb, pcie, 1394 or software"},
         Wrong{R"({"time_scale": -1})", "configuration: \"time_scale\" must lie between 0 and 1000"},
-        Wrong{R"({"noise": 1})", "configuration: \"noise\" must be true or false"},
         Wrong{R"({"seed": 1.5})",
               "configuration: \"seed\" must be a whole number from 0 to 18446744073709551615"},
-        Wrong{R"({"scene": {"kind": "moon"}})",
-              "configuration.scene: \"kind\" must be chart, ramp, flat, stars, beads or file"},
         Wrong{R"({"scene": {"kind": "file"}})",
               "configuration.scene: \"path\" is needed for a scene from a file"},
         Wrong{R"({"faults": [{"fault": "rain"}]})",

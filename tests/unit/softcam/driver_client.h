@@ -98,19 +98,16 @@ class Connection {
         Bytes frame = {message_class};
         Append(frame, payload.size(), 2);
         frame.insert(frame.end(), payload.begin(), payload.end());
-        return SendRaw(frame, limit_ms);
-    }
-    bool SendRaw(const Bytes& frame, uint32_t limit_ms = short_wait_ms) {
         uint16_t count = 0;
         return device_->write(device_, frame.data(), static_cast<uint16_t>(frame.size()), &count) ==
                    1 &&
                orvex_event_wait(&events_[0], limit_ms) == 1;
     }
     // What the device has to say, at most `size` bytes; empty when nothing is announced.
-    Bytes Receive(size_t size, uint32_t limit_ms = short_wait_ms) {
+    Bytes Receive(size_t size) {
         Bytes reply(size);
         uint16_t count = 0;
-        if (orvex_event_wait(&events_[1], limit_ms) != 1 ||
+        if (orvex_event_wait(&events_[1], short_wait_ms) != 1 ||
             device_->read(device_, reply.data(), static_cast<uint16_t>(size), &count) != 1)
             return {};
         reply.resize(count);
@@ -195,14 +192,12 @@ class Connection {
         request.in.mask = mask;
         return send(file_, &request, sizeof(request), MSG_NOSIGNAL) == sizeof(request);
     }
-    bool Take(dv_file_completion& completion, int limit_ms = 5000) {
-        const timeval limit{.tv_sec = limit_ms / 1000, .tv_usec = limit_ms % 1000 * 1000};
+    bool Take(dv_file_completion& completion) {
+        const timeval limit{.tv_sec = 5, .tv_usec = 0};
         setsockopt(file_, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof(limit));
         return recv(file_, &completion, sizeof(completion), 0) == sizeof(completion);
     }
-    int File() const { return file_; }
     orvex_device* Device() { return device_; }
-    orvex_event& Event(size_t index) { return events_[index]; }
 
   private:
     orvex_device* device_;

@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 #include <numeric>
 #include <random>
-#include <sstream>
 
 #include "softcam/ccl_interpreter.h"
 #include "softcam/charge_array.h"
@@ -57,44 +56,38 @@ std::string Trace(const client::Bytes& program, ProgramEnd expected = ProgramEnd
     return record.text;
 }
 
-struct Step {
-    uint8_t operation;
-    uint16_t argument;
-    const char* effect;
-};
-
-class Operations : public testing::TestWithParam<Step> {};
-
-TEST_P(Operations, HaveTheirEffect) {
-    EXPECT_EQ(Trace(Full({{GetParam().operation, GetParam().argument}, {OP_TERMINATE}})),
-              GetParam().effect);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    All, Operations,
-    testing::Values(Step{OP_EXPOSE_SCALE, 7, ""}, Step{OP_EXPOSE, 3, "expose3"},
-                    Step{OP_EXPOSE_FAST, 3, "fast3"}, Step{OP_OPEN_SHUTTER, 0, "open"},
-                    Step{OP_CLOSE_SHUTTER, 0, "close"}, Step{OP_PARALLEL_DIS, 260, "discard260"},
-                    Step{OP_PARALLEL_BIN, 2, "bin2"}, Step{OP_PARALLEL_CLEAR, 9, "pclear9"},
-                    Step{OP_CLAMPED_DISCARD, 4, "skip4"}, Step{OP_SERIAL_DISCARD, 5, "skip5"},
-                    Step{OP_SET_SERIAL_BIN, 2, "sbin2"}, Step{OP_SERIAL_CONVERT, 6, "convert6"},
-                    Step{OP_CLEAR_UNTIL_TRIG, 0, "clear_trig"},
-                    Step{OP_EXPOSE_UNTIL_TRIG, 0, "until_trig"},
-                    Step{OP_EXPOSE_WHILE_TRIG, 0, "while_trig"}, Step{OP_EOF, 0, "eof"},
-                    Step{OP_CLEAR, 0, "clear"}, Step{OP_SET_GAIN, 2, "gain2"},
-                    Step{OP_IMAGE_AND_STORAGE, 0, "both"}, Step{OP_STORAGE_ONLY, 0, "storage"},
-                    Step{OP_FLASH, 8, "flash8"}, Step{OP_PORT_SELECT, 1, "port1"},
-                    Step{OP_SET_DAC, 1500, "dac1500"}, Step{OP_SET_PORT_TTL, 1, "ttl1"},
-                    Step{OP_PREAMP_OFF, 0, "mode21"}));
-
-TEST(Interpreter, TheScaleHoldsUntilTheNextOne) {
+TEST(Interpreter, OperationsHaveTheirEffectAndTheScaleHolds) {
     EXPECT_EQ(Trace(Full({{OP_EXPOSE_SCALE, 2},
                           {OP_EXPOSE, 1},
                           {OP_EXPOSE_FAST, 5},
                           {OP_EXPOSE_SCALE, 3},
                           {OP_EXPOSE, 1},
+                          {OP_OPEN_SHUTTER},
+                          {OP_CLOSE_SHUTTER},
+                          {OP_PARALLEL_DIS, 260},
+                          {OP_PARALLEL_BIN, 2},
+                          {OP_PARALLEL_CLEAR, 9},
+                          {OP_CLAMPED_DISCARD, 4},
+                          {OP_SERIAL_DISCARD, 5},
+                          {OP_SET_SERIAL_BIN, 2},
+                          {OP_SERIAL_CONVERT, 6},
+                          {OP_CLEAR_UNTIL_TRIG},
+                          {OP_EXPOSE_UNTIL_TRIG},
+                          {OP_EXPOSE_WHILE_TRIG},
+                          {OP_EOF},
+                          {OP_CLEAR},
+                          {OP_SET_GAIN, 2},
+                          {OP_IMAGE_AND_STORAGE},
+                          {OP_STORAGE_ONLY},
+                          {OP_FLASH, 8},
+                          {OP_PORT_SELECT, 1},
+                          {OP_SET_DAC, 1500},
+                          {OP_SET_PORT_TTL, 1},
+                          {OP_PREAMP_OFF},
                           {OP_TERMINATE}})),
-              "expose2001 fast2005 expose3001");
+              "expose2001 fast2005 expose3001 open close discard260 bin2 pclear9 skip4 skip5 sbin2 "
+              "convert6 clear_trig until_trig while_trig eof clear gain2 both storage flash8 port1 "
+              "dac1500 ttl1 mode21");
 }
 
 TEST(Interpreter, EndsWithAReason) {
