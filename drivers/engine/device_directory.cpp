@@ -93,7 +93,8 @@ void DeviceDirectory::Remove() {
     rmdir(path_.c_str());
     close(lock_);
     lock_ = -1;
-    path_ = {};
+    // The module is never destroyed, so the memory goes here.
+    std::string().swap(path_);
 }
 
 }  // namespace engine

@@ -143,7 +143,7 @@ void print_summary(const std::string& camera, const nlohmann::ordered_json& s) {
                 s["ring_frames"].get<double>() * s["frame_bytes"].get<double>() / 1e6,
                 count(s["ring_most_waiting"]));
     if (s.contains("pace") && count(s["pace"]["frames_behind"]) > 0) {
-        std::printf("  pace     not kept: %u frames behind schedule, put off by %u ms\n",
+        std::printf("  pace     %u frames late by more than 1 ms, schedule put off by %u ms\n",
                     count(s["pace"]["frames_behind"]), count(s["pace"]["put_off_ms"]));
     }
     const nlohmann::ordered_json& l = s["latency_above_fastest_us"];
