@@ -2,6 +2,7 @@
 
 #include <bit>
 #include <cmath>
+#include <type_traits>
 #include <vector>
 
 namespace softcam {
@@ -143,9 +144,10 @@ struct AliasTable {
     }
 };
 
-// Never destroyed: cameras run until the process is gone.
+// There is nothing to destroy: cameras run until the process is gone.
 const uint32_t* AliasEntries() {
-    static const AliasTable& table = *new AliasTable;
+    static const AliasTable table;
+    static_assert(std::is_trivially_destructible_v<AliasTable>);
     return table.entries.data();
 }
 
