@@ -141,7 +141,8 @@ TEST(PluginRing, LibraryEndsInTheMiddleOfARun) {
         ox_exp_get_latest_frame(info->hCam, &frame);
     };
     for (int round = 0; round < 3; ++round) {
-        const PluginCamera camera;
+        // Slow enough not to write where the plug-in still reads.
+        const PluginCamera camera("60");
         camera.SwitchOn(no_threshold);
         begun = 0;
         camera.Require(ox_cam_register_callback_ex2(camera.handle(), OX_CALLBACK_EOF,
