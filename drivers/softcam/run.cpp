@@ -1,6 +1,7 @@
 #include "softcam/run.h"
 
 #include <cmath>
+#include <thread>
 
 namespace softcam {
 
@@ -41,6 +42,8 @@ bool DeliverFrame(RunContext& context, int64_t readout_ns,
         !context.pump.SleepUntil(FramePump::Clock::now() + std::chrono::milliseconds(50)))
         return false;
     host.FrameEnds(engine::CurrentTimeStamp());
+    // Whoever hears of the frame may have been given this processor, behind what comes next.
+    if (context.time_scale > 0) std::this_thread::yield();
     if (context.faults.Strikes(Fault::unplug)) {
         host.Unplugged();
         return false;
