@@ -6,7 +6,6 @@
 #include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <map>
 #include <nlohmann/json.hpp>
 #include <set>

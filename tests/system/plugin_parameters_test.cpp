@@ -1,7 +1,6 @@
 // The modules of the sample plug-in as post-processing features behind those of the camera.
 #include <array>
 #include <gtest/gtest.h>
-#include <string>
 
 #include "plugin_camera.h"
 

@@ -3,7 +3,6 @@
 #include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <map>
 #include <string>
 #include <sys/stat.h>
@@ -183,9 +182,13 @@ TEST_F(Process, MayChangeItsDirectory) {
         std::filesystem::relative(folder_.path(), ORVEX_BUILD_DIR);
     folder_.write("registry.ini", "[SOFTWARE\\Brelvane\\ORVEX]\nCurrent Version=9.9.9.9\n");
     folder_.link_module("tiny_no_cameras", "orvexDDI.so");
-    const ChildRun run =
-        RunHost("change_directory /", Set("ORVEX_REGISTRY", relative / "registry.ini") +
-                                          Set("ORVEX_MODULE_PATH", relative));
+    // Deeper than the directory of the host, from where a path up and down leads elsewhere.
+    std::filesystem::path deep = folder_.path();
+    for (const auto& part : std::filesystem::path(ORVEX_BUILD_DIR)) deep /= "in" / part.filename();
+    std::filesystem::create_directories(deep);
+    const ChildRun run = RunHost(
+        "change_directory '" + deep.string() + "'",
+        Set("ORVEX_REGISTRY", relative / "registry.ini") + Set("ORVEX_MODULE_PATH", relative));
     EXPECT_EQ(run.exit_code, 0) << run.output;
 }
 

@@ -4,7 +4,6 @@
 #include <atomic>
 #include <chrono>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <string>
 #include <tuple>
 

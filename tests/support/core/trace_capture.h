@@ -30,6 +30,11 @@ inline std::shared_ptr<bv::Log> LogForTests() {
     return bv::ProcessLog();
 }
 
+// The code that a refused call left; -1 for a call that succeeded.
+inline int ErrorOf(boolean16 result) {
+    return result != 0 ? -1 : bv::ApiGlobal::GetErrorCode();
+}
+
 // Collects what the library traces while this object lives.
 //
 //     TraceCapture trace;

@@ -2,7 +2,6 @@
 
 #include <chrono>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "orvex/orvex_errors.h"
 

@@ -1,6 +1,5 @@
 // The program of a full-dialect camera, operation by operation.
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <memory>
 #include <string>
 

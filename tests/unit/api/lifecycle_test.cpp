@@ -1,7 +1,6 @@
 #include "api/lifecycle.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <optional>
 #include <string>
 

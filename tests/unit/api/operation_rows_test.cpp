@@ -1,9 +1,7 @@
-#include <algorithm>
 #include <cctype>
 #include <cstdio>
 #include <fstream>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sstream>
 
 #include "operation_table.h"

@@ -1,6 +1,5 @@
 #include <functional>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <string>
 #include <vector>
 

@@ -1,7 +1,6 @@
 #include "camera/blobs.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "support/core/test_camera.h"
 #include "support/core/trace_capture.h"
@@ -119,8 +118,7 @@ TEST_F(BlobsTest, Refusals) {
     EXPECT_EQ(camera_.firmware().count(SET_BINARY_BLOB), 0u);
     EXPECT_EQ(get(args_.data(), 1009, blob.data(), 8), 1);
     camera_.firmware().reply(SET_BINARY_BLOB, 2, 5);
-    EXPECT_EQ(set(nullptr, 0, blob.data(), 8), 0);
-    EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), C7_GEN_COM_ERROR);
+    EXPECT_EQ(support::ErrorOf(set(nullptr, 0, blob.data(), 8)), C7_GEN_COM_ERROR);
 }
 
 class PiavTest : public BlobsTest {

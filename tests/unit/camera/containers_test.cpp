@@ -1,7 +1,6 @@
 #include "camera/containers.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <string>
 
 #include "support/core/test_camera.h"

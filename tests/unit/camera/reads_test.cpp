@@ -1,7 +1,6 @@
 #include "camera/reads.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <string>
 
 #include "support/core/test_camera.h"

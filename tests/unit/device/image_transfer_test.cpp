@@ -2,7 +2,6 @@
 
 #include <atomic>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <string>
 #include <thread>
 #include <vector>

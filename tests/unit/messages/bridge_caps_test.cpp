@@ -1,6 +1,5 @@
 #include "state/bridge_caps.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "support/core/test_camera.h"

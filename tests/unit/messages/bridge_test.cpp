@@ -1,7 +1,6 @@
 #include "messages/bridge.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <string>
 #include <utility>
 #include <vector>
@@ -117,8 +116,7 @@ TEST_F(BridgeTest, SystemsInfoFailsWithoutVersions) {
     AddNode(0, "Link", {{4, "1"}});
     for (const auto command : {OZ_DATA_GET_VERSION_INFO, OZ_DATA_GET_VERSION_INFO_LENGTH}) {
         camera_.firmware().bridge_reply(static_cast<uns8>(command), 0, BC_TIMEOUT, {});
-        EXPECT_EQ(oz_bridge_read_cam_systems_info(hcam), 0);
-        EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), BC_TIMEOUT);
+        EXPECT_EQ(support::ErrorOf(oz_bridge_read_cam_systems_info(hcam)), BC_TIMEOUT);
     }
 }
 

@@ -1,8 +1,6 @@
 #include "messages/gate.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <numeric>
 
 #include "support/core/test_camera.h"
 #include "support/core/trace_capture.h"

@@ -1,7 +1,6 @@
 #include "messages/host_command_message.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <stdexcept>
 
 #include "support/core/test_camera.h"
@@ -168,8 +167,7 @@ TEST_F(HostCommandMessageTest, LengthBeyondSixteenBitsIsRefused) {
     message.AddWrite(SET_TIDAL_STREAM_EXP_PARAMS, block);
     message.AddWrite(SET_TEMP, int16{1});
     message.AddReadLength();
-    EXPECT_EQ(message.Execute(), 0);
-    EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), C0_SYS_ERR_SEND_BYTE);
+    EXPECT_EQ(support::ErrorOf(message.Execute()), C0_SYS_ERR_SEND_BYTE);
     EXPECT_THAT(camera_.writes(), IsEmpty());
 }
 

@@ -1,4 +1,3 @@
-#include <gmock/gmock.h>
 
 #include "params/accessors.h"
 #include "support/core/trace_capture.h"

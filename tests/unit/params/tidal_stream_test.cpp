@@ -60,8 +60,7 @@ TEST_F(Tidal, CorrectedListKeepsTheErrorCode) {
 TEST_F(Tidal, ListOfAnotherLengthComesBack) {
     for (const char* reply : {"0001 00000001 00000002", "FFFF 00000001 00000002"}) {
         AnswerList(camera_, reply);
-        EXPECT_EQ(WriteList({1, 2}), 0);
-        EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), C2_FAILED_TO_SET_VALUE);
+        EXPECT_EQ(support::ErrorOf(WriteList({1, 2})), C2_FAILED_TO_SET_VALUE);
     }
     EXPECT_TRUE(trace_.failed_with(C2_FAILED_TO_SET_VALUE,
                                    "Nr. of entries read back from camera differs: 65535"));
@@ -94,16 +93,14 @@ TEST_F(Tidal, ReplyThatPromisesMoreThanItHolds) {
         camera_.firmware().reply(GET_TIDAL_STREAM_EXP_PARAMS, hex(reply));
         uns32 values[8] = {};
         tidal_stream_type list{8, values};
-        EXPECT_EQ(bv_get_tidal_stream_exp_mode_params(0, &list), 0);
-        EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), C0_INVALID_DATA);
+        EXPECT_EQ(support::ErrorOf(bv_get_tidal_stream_exp_mode_params(0, &list)), C0_INVALID_DATA);
     }
     // So many that the length of the reply wraps at 16 bits.
     camera_.firmware().reply(GET_TIDAL_STREAM_EXP_COUNT, 2, 16384);
     camera_.firmware().reply(GET_TIDAL_STREAM_EXP_PARAMS, hex("4000"));
     std::vector<uns32> values(16384);
     tidal_stream_type list{16384, values.data()};
-    EXPECT_EQ(bv_get_tidal_stream_exp_mode_params(0, &list), 0);
-    EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), C0_INVALID_DATA);
+    EXPECT_EQ(support::ErrorOf(bv_get_tidal_stream_exp_mode_params(0, &list)), C0_INVALID_DATA);
 }
 
 TEST_F(Tidal, FewerValuesThanCounted) {
@@ -128,8 +125,7 @@ TEST_F(Tidal, SingleValuesAreMirrored) {
 }
 
 TEST_F(Tidal, DelayListIsClosedButWorks) {
-    EXPECT_EQ(WriteList({1}, PARAM_TIDAL_STREAM_DLY_PARAMS), 0);
-    EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), C2_NOT_AVAILABLE);
+    EXPECT_EQ(support::ErrorOf(WriteList({1}, PARAM_TIDAL_STREAM_DLY_PARAMS)), C2_NOT_AVAILABLE);
     EXPECT_EQ(camera_.writes().size(), 0u);
     camera_.firmware()
         .on_command(SET_TIDAL_STREAM_DLY_PARAMS, [](auto) { return Bytes(); })

@@ -2,7 +2,6 @@
 // operation that was carried out fails with a null pointer.
 #include <dlfcn.h>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <system_error>
 
 #include "plugins/accumulation_host.h"

@@ -1,5 +1,4 @@
 #include <array>
-#include <gmock/gmock.h>
 
 #include "unit/plugins/installed_post_processing.h"
 
