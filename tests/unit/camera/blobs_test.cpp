@@ -2,8 +2,7 @@
 
 #include <gmock/gmock.h>
 
-#include "support/core/test_camera.h"
-#include "support/core/trace_capture.h"
+#include "support/core/camera_test.h"
 
 using support::Bytes;
 using support::hex;
@@ -13,10 +12,8 @@ using testing::SizeIs;
 
 namespace {
 
-class BlobsTest : public testing::Test {
+class BlobsTest : public support::CameraTest<> {
   protected:
-    static constexpr int16 hcam = support::TestCamera::hcam;
-
     // A camera that holds this blob and sends the part that a request names.
     void Hold(const Bytes& blob) {
         stored_ = blob;
@@ -42,8 +39,6 @@ class BlobsTest : public testing::Test {
     }
 
     Bytes stored_;
-    support::TestCamera camera_;
-    support::TraceCapture trace_;
     const Bytes args_ = Bytes(2000, 0xA5);
 };
 

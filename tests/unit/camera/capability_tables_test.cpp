@@ -3,8 +3,7 @@
 #include <tuple>
 
 #include "camera/containers.h"
-#include "support/core/test_camera.h"
-#include "support/core/trace_capture.h"
+#include "support/core/camera_test.h"
 
 using support::hex;
 using testing::ElementsAre;
@@ -20,17 +19,14 @@ std::vector<std::string> Items(const nvp_container& container) {
     return items;
 }
 
-class CapabilityTables : public testing::Test {
+class CapabilityTables : public support::CameraTest<> {
   protected:
     void Extended(uns32 flags) {
         camera_.reads().cap_extended = 1;
         camera_.reads().ext_caps_flags = flags;
     }
 
-    support::TestCamera camera_;
-    support::TraceCapture trace_;
     cam_reads_type& reads_ = camera_.reads();
-    static constexpr int16 hcam = support::TestCamera::hcam;
 };
 
 TEST_F(CapabilityTables, Colors) {

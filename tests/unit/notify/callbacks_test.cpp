@@ -145,10 +145,6 @@ struct CallerStep {
     bool awaits_callback = false;  // the callback is over at the end of the step
 };
 
-void PrintTo(const CallerStep& step, std::ostream* out) {
-    *out << step.name;
-}
-
 constexpr uns32 run_frames = 4;
 
 boolean16 NextRun(orvex_device* device, uns32 frames) {

@@ -26,15 +26,13 @@ void AnswerList(RichCamera& camera, const char* reply) {
 
 }  // namespace
 
-TEST_F(Tidal, ListOnTheWire) {
+TEST_F(Tidal, ListsOnTheWire) {
     AnswerList(camera_, "0002 00000001 01020304");
     EXPECT_EQ(WriteList({1, 0x01020304}), 1);
     EXPECT_EQ(camera_.writes().back(), hex("3F 0010 6E 0002 00000001 01020304 26 6D 28 000A"));
     EXPECT_THAT(camera_.cache().tidal_exp_params, ElementsAre(1, 0x01020304));
     EXPECT_EQ(camera_.cam_info().script_valid, 1) << "a setup doesn't depend on the values";
-}
 
-TEST_F(Tidal, EmptyAndTooLongList) {
     AnswerList(camera_, "0000");
     camera_.cache().tidal_exp_params = {9};
     EXPECT_EQ(WriteList({}), 1);
@@ -47,7 +45,7 @@ TEST_F(Tidal, EmptyAndTooLongList) {
     EXPECT_EQ(camera_.firmware().count(SET_TIDAL_STREAM_EXP_PARAMS), 0u);
 }
 
-TEST_F(Tidal, CorrectedListKeepsTheErrorCode) {
+TEST_F(Tidal, ListsThatCameBackOtherwise) {
     AnswerList(camera_, "0002 00000001 00000003");
     bv::ApiGlobal::SetErrorCode(EXT_OPEN_EXCLUSIVE, C3_BUFFER_OVERRUN);
     EXPECT_EQ(WriteList({1, 2}), 0);
@@ -55,9 +53,7 @@ TEST_F(Tidal, CorrectedListKeepsTheErrorCode) {
         "bv_set_tidal_stream_exp_mode_params: Entries read back from camera differs"));
     EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), C3_BUFFER_OVERRUN);
     EXPECT_THAT(camera_.cache().tidal_exp_params, ElementsAre(1, 2)) << "as asked for";
-}
 
-TEST_F(Tidal, ListOfAnotherLengthComesBack) {
     for (const char* reply : {"0001 00000001 00000002", "FFFF 00000001 00000002"}) {
         AnswerList(camera_, reply);
         EXPECT_EQ(support::ErrorOf(WriteList({1, 2})), C2_FAILED_TO_SET_VALUE);
