@@ -1,5 +1,4 @@
 // Ends of the process while cameras run, and calls that come after its end has begun.
-#include <atomic>
 #include <cstdlib>
 #include <thread>
 #include <unistd.h>

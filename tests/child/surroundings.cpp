@@ -1,5 +1,4 @@
 // What the process finds around itself: files that refuse to be written, privileges.
-#include <cerrno>
 #include <cstdlib>
 #include <fcntl.h>
 #include <fstream>

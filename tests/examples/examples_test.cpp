@@ -4,20 +4,20 @@
 #include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sstream>
 #include <string>
-#include <sys/wait.h>
 #include <vector>
 
 #include "orvex/orvex.h"
 
+#include "support/command_line.h"
+#include "support/scene_image.h"
 #include "support/temp_dir.h"
 
 namespace {
 
+using support::RampPixel;
 using testing::HasSubstr;
-using Lines = std::vector<std::string>;
 
 // One camera that looks at a ramp.
 std::string Configuration(const std::string& model, const std::string& keys) {
@@ -26,63 +26,33 @@ std::string Configuration(const std::string& model, const std::string& keys) {
 }
 const std::string ideal = R"("noise": false)";
 
-// Runs a program of examples/ in a folder of its own.
-class Example {
-  public:
-    Example(const std::string& program, const std::string& configuration) {
-        const auto cameras = folder_.write("cameras.json", configuration);
-        const std::string command = "cd '" + folder_.path().string() + "' && echo $$ && " +
-                                    "ORVEX_SOFTCAM='" + cameras.string() + "' exec '" +
-                                    ORVEX_BIN_DIR "/../examples/'" + program + " 2>&1";
-        output_ = popen(command.c_str(), "r");
-        process_ = std::stoi(ReadLine());
-    }
-    ~Example() {
-        if (output_) Finish();
-    }
-    Example(const Example&) = delete;
-    Example& operator=(const Example&) = delete;
+std::string ReadText(const std::filesystem::path& path) {
+    std::ifstream file(path);
+    EXPECT_TRUE(file) << path;
+    std::ostringstream content;
+    content << file.rdbuf();
+    return content.str();
+}
 
-    // Empty at the end.
-    std::string ReadLine() {
-        char line[512] = "";
-        return fgets(line, sizeof line, output_) ? line : "";
-    }
+struct ExampleFolder {
+    support::TempDir folder;
+};
+
+// A run of a program of examples/ in a folder of its own.
+class Example : ExampleFolder, public support::RunningProgram {
+  public:
+    Example(const std::string& program, const std::string& configuration)
+        : RunningProgram("cd '" + folder.path().string() + "' && ORVEX_SOFTCAM='" +
+                         folder.write("cameras.json", configuration).string() +
+                         "' exec '" ORVEX_BIN_DIR "/../examples/'" + program + " 2>&1") {}
+
     std::string ReadAll() {
         std::string text;
         for (std::string line; !(line = ReadLine()).empty();) text += line;
         return text;
     }
-    void Interrupt() const { kill(process_, SIGINT); }
-    // The exit status.
-    int Finish() {
-        const int status = pclose(output_);
-        output_ = nullptr;
-        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    }
-    std::string File(const std::string& name) const {
-        std::ifstream file(folder_ / name, std::ios::binary);
-        std::ostringstream content;
-        content << file.rdbuf();
-        return content.str();
-    }
-
-  private:
-    support::TempDir folder_;
-    FILE* output_ = nullptr;
-    pid_t process_ = -1;
+    std::string File(const std::string& name) const { return ReadText(folder.path() / name); }
 };
-
-// The sum of the ramp over a pixel of so many columns and rows.
-uns32 Ramp(uns32 x, uns32 y, uns32 binning = 1) {
-    uns32 sum = 0;
-    for (uns32 j = y; j < y + binning; ++j) {
-        for (uns32 i = x; i < x + binning; ++i) {
-            sum += (3 * i + 5 * j + 7 * (i / 16) * (j / 16)) % 4096;
-        }
-    }
-    return sum;
-}
 
 struct Picture {
     uns32 width = 0;
@@ -104,26 +74,24 @@ Picture ReadPicture(const std::string& file) {
     return picture;
 }
 
-TEST(Examples, FirstFrameShowsTheSceneOfAnyCamera) {
+TEST(Examples, FirstFrameShowsTheSceneOfAnyCameraOrWhatWasRefused) {
     for (const auto& [model, side] : {std::pair{"ccd", 1024u}, {"cmos", 2048u}}) {
         Example run("first_frame", Configuration(model, ideal));
         EXPECT_EQ(run.ReadAll(), "");
-        ASSERT_EQ(run.Finish(), 0) << model;
+        ASSERT_EQ(run.Finish().status, 0) << model;
         const Picture picture = ReadPicture(run.File("first_frame.pgm"));
         ASSERT_EQ(picture.width, side);
         ASSERT_EQ(picture.pixels.size(), size_t{side} * side);
         for (uns32 i = 0; i < picture.pixels.size(); ++i) {
-            ASSERT_EQ(picture.pixels[i], Ramp(i % side, i / side)) << model << ", pixel " << i;
+            ASSERT_EQ(picture.pixels[i], RampPixel(i % side, i / side)) << model << ", pixel " << i;
         }
     }
-}
 
-TEST(Examples, RefusedCallsAreTold) {
     Example run("first_frame", R"({"cameras": []})");
     EXPECT_EQ(run.ReadAll(),
               "cannot find a camera: The number must be in the range 0<=num<totl_cams "
               "(C0_CAM_NAME_OUT_OF_RNG)\n");
-    EXPECT_EQ(run.Finish(), 1);
+    EXPECT_EQ(run.Finish().status, 1);
 }
 
 // The camera halts after 20 frames, so that none is lost however slow the machine is. Frames begin
@@ -135,7 +103,7 @@ TEST(Examples, ContinuousTakesEachFrameOnceAndStopsCleanly) {
     double scene = 0;
     for (uns32 i = 0; i < side * side; ++i) {
         if (i >= stamped / 2 && i < side * side - stamped / 2) {
-            scene += Ramp(16 + i % side, 32 + i / side);
+            scene += RampPixel(16 + i % side, 32 + i / side);
         }
     }
     for (uns32 n = 1; n <= 20; ++n) {
@@ -144,9 +112,9 @@ TEST(Examples, ContinuousTakesEachFrameOnceAndStopsCleanly) {
                       (scene + 2 * n) / (side * side));
         ASSERT_EQ(run.ReadLine(), expected);
     }
-    run.Interrupt();
+    run.Signal(SIGINT);
     EXPECT_EQ(run.ReadAll(), "20 frames, interrupted\n");
-    EXPECT_EQ(run.Finish(), 0);
+    EXPECT_EQ(run.Finish().status, 0);
 }
 
 TEST(Examples, MetadataPutsRegionsInTheirPlaces) {
@@ -155,21 +123,21 @@ TEST(Examples, MetadataPutsRegionsInTheirPlaces) {
               "region 100..163 x 200..247 binned 2 x 2: 1536 bytes\n"
               "region 300..331 x 220..283 binned 2 x 2: 1024 bytes\n"
               "region 40..139 x 400..419 binned 2 x 2: 1000 bytes\n");
-    ASSERT_EQ(run.Finish(), 0);
+    ASSERT_EQ(run.Finish().status, 0);
     const Picture picture = ReadPicture(run.File("metadata.pgm"));
     ASSERT_EQ(picture.width, 146u);
     ASSERT_EQ(picture.height, 110u);
     const auto at = [&](uns32 x, uns32 y) { return picture.pixels.at(y / 2 * 146 + x / 2); };
     EXPECT_EQ(at(0, 0), 0u) << "between the regions";
-    EXPECT_EQ(at(60, 0), Ramp(100, 200, 2));
-    EXPECT_EQ(at(260, 20), Ramp(300, 220, 2));
-    EXPECT_EQ(at(0, 200), Ramp(40, 400, 2));
+    EXPECT_EQ(at(60, 0), RampPixel(100, 200, 2, 2));
+    EXPECT_EQ(at(260, 20), RampPixel(300, 220, 2, 2));
+    EXPECT_EQ(at(0, 200), RampPixel(40, 400, 2, 2));
 }
 
 TEST(Examples, OldestStyleTakesItsFrames) {
     Example run("oldest_style", Configuration("ccd", ideal));
     EXPECT_EQ(run.ReadAll(), "SFT-1024-FT, 1024 x 1024, 2 speeds, 14 bits, 200 ns a pixel\n");
-    ASSERT_EQ(run.Finish(), 0);
+    ASSERT_EQ(run.Finish().status, 0);
     const std::string bytes = run.File("oldest_style.raw");
     constexpr uns32 columns = 40, rows = 30;
     ASSERT_EQ(bytes.size(), 2 * columns * rows * 2);
@@ -177,7 +145,7 @@ TEST(Examples, OldestStyleTakesItsFrames) {
         const auto low = static_cast<uns8>(bytes[2 * i]),
                    high = static_cast<uns8>(bytes[2 * i + 1]);
         const uns32 x = i % columns, y = i / columns % rows;
-        ASSERT_EQ(high * 256u + low, Ramp(10 + 2 * x, 20 + 2 * y, 2)) << "pixel " << i;
+        ASSERT_EQ(high * 256u + low, RampPixel(10 + 2 * x, 20 + 2 * y, 2, 2)) << "pixel " << i;
     }
 }
 
@@ -201,16 +169,8 @@ TEST(Examples, TourMeetsWhatTheGuideTells) {
               "Rolling Average: Frames = 0\n"
               "temperature: error 42\n"
               "but what was learnt at open is there: 2048 columns\n");
-    EXPECT_EQ(run.Finish(), 0);
-    EXPECT_EQ(Ramp(100, 50, 2), 2720u);
-}
-
-std::string ReadText(const std::filesystem::path& path) {
-    std::ifstream file(path);
-    EXPECT_TRUE(file) << path;
-    std::ostringstream content;
-    content << file.rdbuf();
-    return content.str();
+    EXPECT_EQ(run.Finish().status, 0);
+    EXPECT_EQ(RampPixel(100, 50, 2, 2), 2720u);
 }
 
 // Without the blanks in front of the lines.

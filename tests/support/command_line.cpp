@@ -14,11 +14,10 @@ std::string CommandLineProgram::Command(const std::string& arguments) const {
 }
 
 ProgramOutput CommandLineProgram::Run(const std::string& arguments) const {
-    return RunningProgram(*this, arguments).Finish();
+    return RunningProgram(Command(arguments)).Finish();
 }
 
-RunningProgram::RunningProgram(const CommandLineProgram& program, const std::string& arguments) {
-    const std::string command = program.Command(arguments);
+RunningProgram::RunningProgram(const std::string& command) {
     std::array<int, 2> pipe_ends{};
     if (pipe(pipe_ends.data()) != 0) throw std::system_error(errno, std::generic_category());
     process_ = fork();
@@ -44,6 +43,13 @@ RunningProgram::~RunningProgram() {
 
 void RunningProgram::Signal(int number) const {
     kill(process_, number);
+}
+
+std::string RunningProgram::ReadLine() {
+    std::string line;
+    for (char character; !line.ends_with('\n') && read(output_, &character, 1) == 1;)
+        line += character;
+    return line;
 }
 
 ProgramOutput RunningProgram::Finish() {

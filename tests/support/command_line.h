@@ -20,25 +20,26 @@ class CommandLineProgram {
     // The arguments are read by a shell.
     ProgramOutput Run(const std::string& arguments) const;
 
-  private:
-    friend class RunningProgram;
     // For a shell; the process of the program takes the place of the shell's.
     std::string Command(const std::string& arguments) const;
 
+  private:
     std::filesystem::path folder_;
     std::filesystem::path configuration_;
 };
 
-// A run that is not waited for; killed in the end when it goes on.
+// A command of a shell that is not waited for; killed in the end when it goes on.
 class RunningProgram {
   public:
-    RunningProgram(const CommandLineProgram& program, const std::string& arguments);
+    explicit RunningProgram(const std::string& command);
     ~RunningProgram();
     RunningProgram(const RunningProgram&) = delete;
     RunningProgram& operator=(const RunningProgram&) = delete;
 
     void Signal(int number) const;
-    // Reads all that it says and waits for its end.
+    // Empty at the end.
+    std::string ReadLine();
+    // Reads all that it still says and waits for its end.
     ProgramOutput Finish();
 
   private:

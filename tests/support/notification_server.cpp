@@ -5,7 +5,6 @@
 #include <cstring>
 #include <poll.h>
 #include <stdexcept>
-#include <string>
 #include <sys/eventfd.h>
 #include <sys/socket.h>
 #include <sys/un.h>

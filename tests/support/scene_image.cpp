@@ -82,4 +82,21 @@ std::vector<uns16> SceneImage::CropAndBin(const rgn_type& region, uns32 exposure
     return out;
 }
 
+uns32 RampPixel(uns32 x, uns32 y, uns32 columns, uns32 rows) {
+    uns32 sum = 0;
+    for (uns32 j = y; j < y + rows; ++j)
+        for (uns32 i = x; i < x + columns; ++i)
+            sum += (3 * i + 5 * j + 7 * (i / 16) * (j / 16)) % 4096;
+    return sum;
+}
+
+std::vector<uns16> RampRegion(const rgn_type& r) {
+    std::vector<uns16> pixels;
+    for (uns32 y = r.p1; y + r.pbin <= r.p2 + 1u; y += r.pbin)
+        for (uns32 x = r.s1; x + r.sbin <= r.s2 + 1u; x += r.sbin)
+            pixels.push_back(
+                static_cast<uns16>(std::min<uns32>(RampPixel(x, y, r.sbin, r.pbin), 65535)));
+    return pixels;
+}
+
 }  // namespace support

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -30,5 +29,9 @@ class SceneImage {
     uns32 rows_;
     std::vector<uns16> pixels_;
 };
+
+// The ramp scene of the software camera: what a pixel sums up, and a region of it.
+uns32 RampPixel(uns32 x, uns32 y, uns32 columns = 1, uns32 rows = 1);
+std::vector<uns16> RampRegion(const rgn_type& region);
 
 }  // namespace support

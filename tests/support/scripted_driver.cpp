@@ -267,12 +267,8 @@ uint16_t ScriptedCamera::ioctl(uint32_t code, dv_ioctl_args& args) {
     const bool fail = driver_.count_call();
     std::lock_guard lock(mutex_);
     const auto* in = static_cast<const uint8_t*>(args.lpInBuffer);
-    const Ioctl seen{code,
-                     in ? Bytes(in, in + args.nInBufferSize) : Bytes(),
-                     args.lpOutBuffer,
-                     args.nOutBufferSize,
-                     args.lpBytesReturned != nullptr,
-                     args.lpOverlapped};
+    const Ioctl seen{code, in ? Bytes(in, in + args.nInBufferSize) : Bytes(), args.lpOutBuffer,
+                     args.nOutBufferSize};
     ioctls_.push_back(seen);
     if (fail || refused_.count(code) != 0) return 0;
     Bytes out;
@@ -393,11 +389,6 @@ void ScriptedDriver::fail_call(unsigned n) {
 bool ScriptedDriver::fault_happened() const {
     std::lock_guard lock(mutex_);
     return failing_call_ != 0 && calls_ >= failing_call_;
-}
-
-unsigned ScriptedDriver::calls() const {
-    std::lock_guard lock(mutex_);
-    return calls_;
 }
 
 bool ScriptedDriver::count_call() {

@@ -23,25 +23,8 @@
 #include "support/temp_dir.h"
 
 // A driver module under the control of a test: it keeps what it was told, answers from a script
-// and fails where it is told to. It serves a test in two ways:
-//
-//     support::ScriptedDriver driver;                     // in process, no module
-//     driver.add_camera("Cam 0").transport(DRIVER_TYPE_PCIE);
-//     support::InstalledDriver installed(driver);         // support/core/installed_driver.h
-//
-//     support::ScriptedDriver driver;                     // through the loader
-//     driver.add_camera("Cam 0").kernel_mode();
-//     driver.publish();                                   // then ox_orvex_init() or dv_ddi_init()
-//
-// Then, for camera 0:
-//
-//     auto& camera = driver.camera(0);
-//     camera.firmware().reply(PAR_SIZE, 2, 512);
-//     camera.refuse(DV_GET_PIXTIME);
-//     camera.lose_write_ack();
-//     ...
-//     EXPECT_EQ(camera.writes().back(), support::hex("3F 00 05 26 0B 28 00 02"));
-//     EXPECT_EQ(camera.ioctl_codes(), (std::vector<uint32_t>{DV_CAM_OPEN}));
+// and fails where it is told to. It serves in process, by InstalledDriver, or by the loader, by
+// publish().
 namespace support {
 
 // One control operation as the driver saw it.
@@ -50,8 +33,6 @@ struct Ioctl {
     Bytes in;
     void* out = nullptr;
     uint32_t out_size = 0;
-    bool returned_given = false;  // lpBytesReturned was not null
-    void* overlapped = nullptr;
 };
 
 class ScriptedDriver;
@@ -211,8 +192,6 @@ class ScriptedDriver {
     void fail_call(unsigned n);
     // Whether it was reached.
     bool fault_happened() const;
-    // Operations (open, close, read, write, ioctl) since the last fail_call().
-    unsigned calls() const;
 
   private:
     friend class ScriptedCamera;

@@ -30,43 +30,24 @@ const Shape& ShapeOf(uint8_t id) {
     return shapes[id];
 }
 
-struct SetterRow {
-    uint8_t set;
-    uint8_t get;
-};
-
-// What a setter changes.
-constexpr SetterRow setters[] = {
-    {SET_TEMP, CCD_TEMP_SET},
-    {SELECT_SPD, CUR_SPD},
-    {SET_SPD_GAIN, SPD_USER_GAIN},
-    {SET_TIME_PER_PIX, SPD_SPEED},
-    {SET_SH_OPEN_DELAY, SH_OPEN_DELAY},
-    {SET_SH_CLOSE_DELAY, SH_CLOSE_DELAY},
-    {SET_EXP_TIME, EXP_TIME},
-    {SET_OFFSET, GET_OFFSET},
-    {SET_GAIN_MULT_FACTOR, GET_GAIN_MULT_FACTOR},
-    {SET_OUTPUT_PORT, GET_OUTPUT_PORT},
-    {SET_PP_FEATURE_IDX, GET_PP_FEATURE_IDX},
-    {SET_PP_PARAM_IDX, GET_PP_PARAM_IDX},
-    {SET_PP_PARAM, GET_PP_PARAM},
-    {SET_TIDAL_STREAM_MODE, GET_TIDAL_STREAM_MODE},
-    {SET_TIDAL_STREAM_ENABLED, GET_TIDAL_STREAM_ENABLED},
-    {SET_TIDAL_STREAM_EXP_PARAMS, GET_TIDAL_STREAM_EXP_PARAMS},
-    {SET_TIDAL_STREAM_DLY_PARAMS, GET_TIDAL_STREAM_DLY_PARAMS},
-    {SET_SENSOR_CORRECTION_STATE, GET_SENSOR_CORRECTION_STATE},
-    {SET_FAN_SPEED_SETPOINT, GET_FAN_SPEED_SETPOINT},
-    {SET_METADATA_ENABLED, GET_METADATA_ENABLED},
-    {SET_CENTROIDS_ENABLED, GET_CENTROIDS_ENABLED},
-    {SET_CENTROIDS_RADIUS, GET_CENTROIDS_RADIUS},
-    {SET_CENTROIDS_COUNT, GET_CENTROIDS_COUNT},
-    {SET_CENTROIDS_MODE, GET_CENTROIDS_MODE_CURRENT},
-    {SET_CENTROIDS_BG_COUNT, GET_CENTROIDS_BG_COUNT_CURRENT},
-    {SET_CENTROIDS_THRESHOLD, GET_CENTROIDS_THRESHOLD},
-    {SET_TRIGTAB_SIGNAL, GET_TRIGTAB_SIGNAL},
-    {SET_LAST_MUXED_SIGNAL, GET_LAST_MUXED_SIGNAL},
-    {SET_FRAME_DELIVERY_MODE, GET_FRAME_DELIVERY_MODE_CURRENT},
-};
+// The getter that a setter changes has the same name with GET, with CURRENT behind it, or bare.
+std::map<uint8_t, uint8_t> MakeGetters() {
+    std::map<std::string, uint8_t> ids;
+#define NAME(name, id, ...) ids[#name] = id;
+    ORVEX_HOST_COMMANDS(NAME)
+#undef NAME
+    std::map<uint8_t, uint8_t> getters = {{SET_TEMP, CCD_TEMP_SET},
+                                          {SELECT_SPD, CUR_SPD},
+                                          {SET_SPD_GAIN, SPD_USER_GAIN},
+                                          {SET_TIME_PER_PIX, SPD_SPEED}};
+    for (const auto& [name, id] : ids) {
+        if (!name.starts_with("SET_")) continue;
+        for (const std::string& getter :
+             {"G" + name.substr(1), "G" + name.substr(1) + "_CURRENT", name.substr(4)})
+            if (ids.contains(getter)) getters.emplace(id, ids[getter]);
+    }
+    return getters;
+}
 
 size_t Word(std::span<const uint8_t> bytes, size_t at) {
     return size_t{bytes[at]} << 8 | bytes[at + 1];
@@ -176,11 +157,6 @@ ScriptedFirmware& ScriptedFirmware::refuse_command(uint8_t id, uint8_t code) {
     return *this;
 }
 
-ScriptedFirmware& ScriptedFirmware::plugin_reply(uint8_t id, Bytes bytes) {
-    plugin_replies_[id] = std::move(bytes);
-    return *this;
-}
-
 ScriptedFirmware& ScriptedFirmware::bridge_reply(uint8_t command, uint8_t node, uint8_t status,
                                                  Bytes data) {
     bridge_replies_[{command, node}] = {status, std::move(data)};
@@ -194,7 +170,8 @@ std::optional<Bytes> ScriptedFirmware::answer(std::span<const uint8_t> frame) {
     std::span<const uint8_t> payload = frame.subspan(header_bytes);
     switch (frame[0]) {
         case CLASS_HOST_COMMANDS: return answer_host(payload);
-        case CLASS_PLUGIN_COMMANDS: return answer_plugin(payload);
+        // The only message ends with the size of its reply, of which nothing is read.
+        case CLASS_PLUGIN_COMMANDS: return Bytes(Word(frame, frame.size() - 2));
         case CLASS_BRIDGE_COMMANDS: return answer_bridge(payload);
     }
     return std::nullopt;
@@ -217,25 +194,6 @@ std::optional<Bytes> ScriptedFirmware::answer_host(std::span<const uint8_t> payl
     return sent;
 }
 
-// The only plug-in message sets a value of two bytes and reads one.
-std::optional<Bytes> ScriptedFirmware::answer_plugin(std::span<const uint8_t> payload) {
-    constexpr uint8_t set_value = 10;
-    std::optional<Bytes> sent;
-    for (size_t at = 0; at < payload.size();) {
-        const uint8_t id = payload[at++];
-        const size_t data_bytes = id == set_value || id == SEND_STAT_BUF ? 2 : 0;
-        if (payload.size() - at < data_bytes) return std::nullopt;
-        if (id == CLEAR_STAT_BUF)
-            status_buffer_.clear();
-        else if (id == SEND_STAT_BUF)
-            sent = take_reply(Word(payload, at), 0);
-        else if (auto found = plugin_replies_.find(id); found != plugin_replies_.end())
-            status_buffer_.insert(status_buffer_.end(), found->second.begin(), found->second.end());
-        at += data_bytes;
-    }
-    return sent;
-}
-
 std::optional<Bytes> ScriptedFirmware::answer_bridge(std::span<const uint8_t> payload) const {
     if (payload.size() < 3) return std::nullopt;
     Bytes reply(6);
@@ -253,9 +211,9 @@ void ScriptedFirmware::host_command(const Command& command) {
     Bytes reply = reply_of(command);
     status_buffer_.insert(status_buffer_.end(), reply.begin(), reply.end());
     if (ignored_.count(command.id) != 0) return;
-    const auto* row = std::find_if(std::begin(setters), std::end(setters),
-                                   [&](const SetterRow& r) { return r.set == command.id; });
-    if (row != std::end(setters)) replies_[row->get] = command.data;
+    static const std::map<uint8_t, uint8_t> getters = MakeGetters();
+    if (auto found = getters.find(command.id); found != getters.end())
+        replies_[found->second] = command.data;
 }
 
 Bytes ScriptedFirmware::reply_of(const Command& command) const {

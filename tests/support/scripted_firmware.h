@@ -58,8 +58,6 @@ class ScriptedFirmware {
     // Status of every frame that holds this command.
     ScriptedFirmware& refuse_command(uint8_t id, uint8_t code);
 
-    // Answers of class 49, whose ids are its own; commands 10 and 7 are known.
-    ScriptedFirmware& plugin_reply(uint8_t id, Bytes bytes);
     // Answers of class 35; without one the bridge reports BC_INVALID_OPCODE.
     ScriptedFirmware& bridge_reply(uint8_t command, uint8_t node, uint8_t status, Bytes data);
 
@@ -78,7 +76,6 @@ class ScriptedFirmware {
 
   private:
     std::optional<Bytes> answer_host(std::span<const uint8_t> payload);
-    std::optional<Bytes> answer_plugin(std::span<const uint8_t> payload);
     std::optional<Bytes> answer_bridge(std::span<const uint8_t> payload) const;
     void host_command(const Command& command);
     Bytes reply_of(const Command& command) const;
@@ -88,7 +85,6 @@ class ScriptedFirmware {
     std::map<uint8_t, Handler> handlers_;
     std::set<uint8_t> ignored_;
     std::map<uint8_t, uint8_t> refused_;
-    std::map<uint8_t, Bytes> plugin_replies_;
     std::map<std::pair<uint8_t, uint8_t>, std::pair<uint8_t, Bytes>> bridge_replies_;
     std::vector<Command> commands_;
     Bytes status_buffer_;

@@ -2,12 +2,14 @@
 
 #include <string>
 
-struct ChildRun {
-    int exit_code = -1;
-    std::string output;
-};
+#include "support/command_line.h"
 
 // Runs a body of tests/child, or of another program, in a process of its own with the given
 // environment ("NAME=value ...") and keeps what it writes. One that hangs is killed.
-ChildRun RunInChild(const std::string& body, const std::string& environment = "",
-                    const std::string& program = ORVEX_TEST_CHILD);
+inline support::ProgramOutput RunInChild(const std::string& body,
+                                         const std::string& environment = "",
+                                         const std::string& program = ORVEX_TEST_CHILD) {
+    return support::RunningProgram("exec env " + environment + " timeout -s KILL 200 '" + program +
+                                   "' " + body + " 2>&1")
+        .Finish();
+}

@@ -7,8 +7,7 @@
 
 #include "orvex/orvex.h"
 
-#include "support/environment.h"
-#include "support/temp_dir.h"
+#include "support/soft_cameras.h"
 
 namespace {
 
@@ -16,10 +15,9 @@ namespace {
 class FaultyCamera {
   public:
     FaultyCamera(const std::string& model, const std::string& fault, int after)
-        : configuration_(
-              "ORVEX_SOFTCAM",
-              folder_.write("cameras.json", Configuration(model, fault, after)).string()),
-          modules_("ORVEX_MODULE_PATH", ORVEX_LIBRARY_DIR "/orvex") {
+        : cameras_(R"({"noise": false, "time_scale": 0, "cameras": [{"model": ")" + model +
+                   R"(", "name": "Hostile", "faults": [{"fault": ")" + fault + R"(", "after": )" +
+                   std::to_string(after) + "}]}]}") {
         EXPECT_EQ(ox_orvex_init(), 1);
     }
     ~FaultyCamera() { EXPECT_EQ(ox_orvex_uninit(), 1); }
@@ -49,16 +47,7 @@ class FaultyCamera {
     }
 
   private:
-    static std::string Configuration(const std::string& model, const std::string& fault,
-                                     int after) {
-        return R"({"noise": false, "time_scale": 0, "cameras": [{"model": ")" + model +
-               R"(", "name": "Hostile", "faults": [{"fault": ")" + fault + R"(", "after": )" +
-               std::to_string(after) + "}]}]}";
-    }
-
-    support::TempDir folder_;
-    support::Environment configuration_;
-    support::Environment modules_;
+    support::SoftCameras cameras_;
     int16 handle_ = -1;
 };
 

@@ -6,7 +6,6 @@
 #include <functional>
 #include <gtest/gtest.h>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "orvex/orvex.h"

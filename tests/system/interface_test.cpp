@@ -4,7 +4,6 @@
 #include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <string>
 #include <vector>
 
@@ -14,6 +13,8 @@
 
 // The interface as an application meets it: headers, calls outside of a run, the trace of a call.
 namespace {
+
+using support::ProgramOutput;
 
 TEST(Headers, CompileAsStrictC99) {
     const support::TempDir directory;
@@ -75,9 +76,9 @@ std::vector<std::string> ReadTrace(const std::filesystem::path& path) {
 TEST(Trace, NestsTheLayersBetweenItsBanners) {
     const support::TempDir directory;
     const auto log = directory / "trace.log";
-    const ChildRun run = RunInChild(
+    const ProgramOutput run = RunInChild(
         "traced_run", "ORVEX_CORE_LOG_LEVEL= ORVEX_CORE_LOG_FILE='" + log.string() + "'");
-    ASSERT_EQ(run.exit_code, 0) << run.output;
+    ASSERT_EQ(run.status, 0) << run.text;
     const std::vector<std::string> lines = ReadTrace(log);
     ASSERT_GT(lines.size(), 20U);
 

@@ -1,7 +1,6 @@
 // Every parameter of every software camera as an application meets it: all nine attributes, the
 // lists, and what setting it does.
 #include <gtest/gtest.h>
-#include <optional>
 #include <string>
 
 #include "orvex/orvex.h"

@@ -1,9 +1,7 @@
 // The software camera measured as an instrument: what its data sheet says, out of its frames alone.
 // Bounds are five standard errors of what is estimated.
-#include <array>
 #include <cmath>
 #include <gtest/gtest.h>
-#include <numeric>
 
 #include "run_camera.h"
 
@@ -161,6 +159,18 @@ INSTANTIATE_TEST_SUITE_P(All, PhotonTransfer,
                                          Sheet{"cmos", 0, 2, 1, 11.3, 5.0, 4095, 0.005},
                                          Sheet{"cmos", 1, 1, 1, 0.7, 1.8, 4095, 0.005},
                                          Sheet{"ccd", 0, 1, 1, 4.0, 6.5, 4095, 0.01}));
+
+// Pixels with amplifiers of their own differ in the dark, until the camera corrects for it.
+TEST(OffsetPattern, IsTakenOffByTheCorrection) {
+    const Bench bench("cmos");
+    bench.Light(0);
+    bench.Set<int16>(PARAM_GAIN_INDEX, 1);
+    for (const auto& [corrected, spread] : {std::pair{uns16{0}, 0.3}, {uns16{1}, 0.0}}) {
+        bench.Set(PARAM_SENSOR_CORRECTION_STATE, corrected);
+        const Pair dark = bench.Snap(0);
+        EXPECT_NEAR(dark.covariance, spread * spread, 5 * dark.variance / side);
+    }
+}
 
 TEST(DarkCurrent, DoublesEverySevenDegrees) {
     const Bench bench("cmos");

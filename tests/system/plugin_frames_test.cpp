@@ -2,7 +2,6 @@
 #include <algorithm>
 #include <atomic>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "support/eventually.h"
 

@@ -3,7 +3,6 @@
 #include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <map>
 #include <string>
 #include <sys/stat.h>
@@ -15,6 +14,7 @@
 
 namespace {
 
+using support::ProgramOutput;
 using testing::HasSubstr;
 
 // Processes that end in the middle of a run leave memory behind, and children of theirs too.
@@ -51,6 +51,8 @@ class Process : public testing::Test {
         return Set("ORVEX_CORE_LOG_FILE", log_) + "ORVEX_CORE_LOG_LEVEL=D ";
     }
 
+    static void ExpectWell(const ProgramOutput& run) { EXPECT_EQ(run.status, 0) << run.text; }
+
     support::TempDir folder_;
     const std::filesystem::path log_ = folder_ / "trace.log";
 };
@@ -59,9 +61,7 @@ TEST_F(Process, MayEndWhileCamerasRun) {
     for (const char* from : {"main", "return", "thread", "callback"}) {
         for (const std::string& trace : {std::string(), Traced()}) {
             SCOPED_TRACE(from + (" " + trace));
-            const ChildRun run =
-                RunInChild(std::string("exit ") + from, no_leaks + Cameras() + trace);
-            EXPECT_EQ(run.exit_code, 0) << run.output;
+            ExpectWell(RunInChild(std::string("exit ") + from, no_leaks + Cameras() + trace));
         }
         EXPECT_TRUE(LogIsWhole());
         std::filesystem::remove(log_);
@@ -73,10 +73,11 @@ TEST_F(Process, AnswersCallsToTheLast) {
     for (const char* when : {"idle", "global", "last"}) {
         for (const std::string& trace : {std::string(), Traced()}) {
             SCOPED_TRACE(when + (" " + trace));
-            const ChildRun run = RunInChild(std::string("late_calls ") + when,
-                                            no_leaks + "MALLOC_PERTURB_=165 " + Cameras() + trace);
-            EXPECT_EQ(run.exit_code, 0) << run.output;
-            EXPECT_THAT(run.output, HasSubstr("late calls are answered"));
+            const ProgramOutput run =
+                RunInChild(std::string("late_calls ") + when,
+                           no_leaks + "MALLOC_PERTURB_=165 " + Cameras() + trace);
+            EXPECT_EQ(run.status, 0) << run.text;
+            EXPECT_THAT(run.text, HasSubstr("late calls are answered"));
         }
     }
 }
@@ -92,10 +93,9 @@ TEST_F(Process, ChildrenStartFromNothing) {
     for (const char* what : {"exit", "call", "restart", "callback"}) {
         SCOPED_TRACE(what);
         // A thread sanitizer ends children that start threads, unless it is told not to.
-        const ChildRun run =
+        ExpectWell(
             RunInChild(std::string("fork ") + what,
-                       no_leaks + "TSAN_OPTIONS=die_after_fork=0 " + Cameras("1") + Traced());
-        EXPECT_EQ(run.exit_code, 0) << run.output;
+                       no_leaks + "TSAN_OPTIONS=die_after_fork=0 " + Cameras("1") + Traced()));
         // Nobody writes for another, and who writes begins and ends with a banner of its own.
         std::map<std::string, std::string> banners;
         size_t outside = 0;
@@ -118,14 +118,13 @@ TEST_F(Process, ChildrenStartFromNothing) {
 TEST_F(Process, SurvivesATraceWhoseReaderIsGone) {
     ASSERT_EQ(mkfifo(log_.c_str(), 0600), 0);
     std::thread reader([this] { std::ifstream(log_).get(); });
-    const ChildRun run = RunInChild("refused_writes pipe", Traced());
+    const ProgramOutput run = RunInChild("refused_writes pipe", Traced());
     reader.join();
-    EXPECT_EQ(run.exit_code, 0) << run.output;
+    EXPECT_EQ(run.status, 0) << run.text;
 }
 
 TEST_F(Process, LosesNoMoreOfTheTraceThanWhatWasRefused) {
-    const ChildRun run = RunInChild("refused_writes limit", Traced());
-    EXPECT_EQ(run.exit_code, 0) << run.output;
+    ExpectWell(RunInChild("refused_writes limit", Traced()));
     // One line was cut, and no other was glued to it.
     int answered = 0;
     for (const std::string& line : Log()) {
@@ -151,20 +150,18 @@ TEST_F(Process, PrivilegesKeepTheEnvironmentOut) {
         Set("ORVEX_REGISTRY",
             folder_.write("registry.ini",
                           "[SOFTWARE\\Brelvane\\ORVEX]\nCurrent Version=9.9.9.9\n"));
-    const ChildRun run = RunInChild("privileged '" + folder_.path().string() + "'",
-                                    environment + "ORVEX_TEST_PRIVILEGED=1 ");
-    EXPECT_EQ(run.exit_code, 0) << run.output;
+    ExpectWell(RunInChild("privileged '" + folder_.path().string() + "'",
+                          environment + "ORVEX_TEST_PRIVILEGED=1 "));
     EXPECT_FALSE(std::filesystem::exists(log_));
 }
 
 // Runs a body of tests/host in the build directory.
-ChildRun RunHost(const std::string& body, const std::string& environment) {
+ProgramOutput RunHost(const std::string& body, const std::string& environment) {
     return RunInChild(body, "-C '" ORVEX_BUILD_DIR "' " + no_leaks + environment, ORVEX_TEST_HOST);
 }
 
 TEST_F(Process, ForgetsAClosedLibrary) {
-    const ChildRun run = RunHost("reload '" + folder_.path().string() + "'", Cameras());
-    EXPECT_EQ(run.exit_code, 0) << run.output;
+    ExpectWell(RunHost("reload '" + folder_.path().string() + "'", Cameras()));
     for (const char* log : {"first.log", "second.log"}) {
         std::filesystem::rename(folder_ / log, log_);
         EXPECT_TRUE(LogIsWhole()) << log;
@@ -173,8 +170,7 @@ TEST_F(Process, ForgetsAClosedLibrary) {
 
 TEST_F(Process, KeepsALibraryInUse) {
     for (const char* body : {"forget -", "end_from_within -"}) {
-        const ChildRun run = RunHost(body, Cameras() + Traced());
-        EXPECT_EQ(run.exit_code, 0) << run.output;
+        ExpectWell(RunHost(body, Cameras() + Traced()));
     }
 }
 
@@ -183,23 +179,26 @@ TEST_F(Process, MayChangeItsDirectory) {
         std::filesystem::relative(folder_.path(), ORVEX_BUILD_DIR);
     folder_.write("registry.ini", "[SOFTWARE\\Brelvane\\ORVEX]\nCurrent Version=9.9.9.9\n");
     folder_.link_module("tiny_no_cameras", "orvexDDI.so");
-    const ChildRun run =
-        RunHost("change_directory /", Set("ORVEX_REGISTRY", relative / "registry.ini") +
-                                          Set("ORVEX_MODULE_PATH", relative));
-    EXPECT_EQ(run.exit_code, 0) << run.output;
+    // Deeper than the directory of the host, from where a path up and down leads elsewhere.
+    std::filesystem::path deep = folder_.path();
+    for (const auto& part : std::filesystem::path(ORVEX_BUILD_DIR)) deep /= "in" / part.filename();
+    std::filesystem::create_directories(deep);
+    ExpectWell(RunHost(
+        "change_directory '" + deep.string() + "'",
+        Set("ORVEX_REGISTRY", relative / "registry.ini") + Set("ORVEX_MODULE_PATH", relative)));
 }
 
 TEST_F(Process, FindsItsVersionWhereItIsInstalled) {
-    const ChildRun install =
+    const ProgramOutput install =
         RunInChild("--install '" ORVEX_BUILD_DIR "' --prefix '" + folder_.path().string() + "'", "",
                    ORVEX_CMAKE);
-    ASSERT_EQ(install.exit_code, 0) << install.output;
+    ASSERT_EQ(install.status, 0) << install.text;
     for (const auto& entry : std::filesystem::recursive_directory_iterator(folder_.path())) {
         if (entry.path().filename() != "liborvex.so.1") continue;
-        const ChildRun run =
+        const ProgramOutput run =
             RunInChild("version", Set("LD_LIBRARY_PATH", entry.path().parent_path()));
-        EXPECT_EQ(run.exit_code, 0) << run.output;
-        EXPECT_EQ(run.output, "100\n");
+        EXPECT_EQ(run.status, 0) << run.text;
+        EXPECT_EQ(run.text, "100\n");
         return;
     }
     FAIL() << "nothing was installed";

@@ -4,7 +4,6 @@
 #include <atomic>
 #include <chrono>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <string>
 #include <tuple>
 
@@ -117,10 +116,6 @@ struct InnerCall {
     boolean16 (*call)(RunCamera& camera);
 };
 
-void PrintTo(const InnerCall& call, std::ostream* out) {
-    *out << call.name;
-}
-
 constexpr InnerCall inner_calls[] = {
     {"Status", [](RunCamera& camera) -> boolean16 { return camera.Frames() > 0; }},
     {"NewestFrame", [](RunCamera& camera) { return camera.TakeNewest(); }},
@@ -172,10 +167,6 @@ struct End {
     boolean16 (*call)(int16 hcam);
     bool callback_calls;  // callbacks want the library and the camera meanwhile
 };
-
-void PrintTo(const End& end, std::ostream* out) {
-    *out << end.name;
-}
 
 boolean16 Uninit(int16) {
     return ox_orvex_uninit();

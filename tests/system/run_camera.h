@@ -1,6 +1,5 @@
 #pragma once
 
-#include <array>
 #include <atomic>
 #include <deque>
 #include <functional>
@@ -11,9 +10,8 @@
 #include "orvex/orvex.h"
 #include "orvex/orvex_legacy.h"
 
-#include "support/environment.h"
 #include "support/eventually.h"
-#include "support/temp_dir.h"
+#include "support/soft_cameras.h"
 
 // The camera whose events come by requests on the device file, and the one whose module calls in.
 inline constexpr const char* by_requests = "cmos";
@@ -95,9 +93,7 @@ class RunCamera {
     void ExpectWorks() const;
 
   private:
-    support::TempDir folder_;
-    support::Environment configuration_;
-    support::Environment modules_;
+    support::SoftCameras cameras_;
     int16 handle_ = -1;
     std::deque<Listener> listeners_;
     std::vector<uns8> ring_;  // outlives every run, also one whose start failed

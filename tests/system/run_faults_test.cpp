@@ -3,7 +3,6 @@
 #include <atomic>
 #include <functional>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <string>
 #include <tuple>
 

@@ -9,8 +9,7 @@
 
 #include "orvex/orvex.h"
 
-#include "support/environment.h"
-#include "support/temp_dir.h"
+#include "support/soft_cameras.h"
 
 namespace {
 
@@ -19,16 +18,7 @@ constexpr rgn_type place{.s1 = 0, .s2 = 15, .sbin = 1, .p1 = 0, .p2 = 15, .pbin 
 // Three software cameras that are as fast as they can.
 class SideBySide : public testing::Test {
   protected:
-    SideBySide()
-        : configuration_("ORVEX_SOFTCAM", folder_
-                                              .write("cameras.json", R"({"noise": false,
-                  "time_scale": 0, "scene": {"kind": "ramp"}, "cameras": [
-                  {"name": "Full", "model": "ccd"}, {"name": "Simplified", "model": "cmos"},
-                  {"name": "Old", "model": "plain"}]})")
-                                              .string()),
-          modules_("ORVEX_MODULE_PATH", ORVEX_LIBRARY_DIR "/orvex") {
-        EXPECT_EQ(ox_orvex_init(), 1);
-    }
+    SideBySide() { EXPECT_EQ(ox_orvex_init(), 1); }
     ~SideBySide() override { EXPECT_EQ(ox_orvex_uninit(), 1); }
 
     static int16 Open(std::string name, int16 mode = EXT_OPEN_EXCLUSIVE) {
@@ -38,9 +28,9 @@ class SideBySide : public testing::Test {
     }
 
   private:
-    support::TempDir folder_;
-    support::Environment configuration_;
-    support::Environment modules_;
+    support::SoftCameras cameras_{R"({"noise": false, "time_scale": 0, "scene": {"kind": "ramp"},
+        "cameras": [{"name": "Full", "model": "ccd"}, {"name": "Simplified", "model": "cmos"},
+                    {"name": "Old", "model": "plain"}]})"};
 };
 
 // The work of one thread on one camera, counted.

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstring>
 #include <stdexcept>
-#include <string_view>
 
 namespace {
 
@@ -68,13 +67,9 @@ bool Reading::KeptTheRest(int type) const {
                        [](uns8 byte) { return byte == untouched; });
 }
 
-WalkedCamera::WalkedCamera(const std::string& model) {
-    const std::string cameras = R"({"noise": false, "time_scale": 0, "cameras": [{"model": ")" +
-                                model + R"(", "name": "Walk"}]})";
-    configuration_ = std::make_unique<support::Environment>(
-        "ORVEX_SOFTCAM", folder_.write("cameras.json", cameras).string());
-    modules_ =
-        std::make_unique<support::Environment>("ORVEX_MODULE_PATH", ORVEX_LIBRARY_DIR "/orvex");
+WalkedCamera::WalkedCamera(const std::string& model)
+    : cameras_(R"({"noise": false, "time_scale": 0, "cameras": [{"model": ")" + model +
+               R"(", "name": "Walk"}]})") {
     if (!ox_orvex_init() || !ox_cam_open(Name().data(), &handle_, EXT_OPEN_EXCLUSIVE)) {
         throw std::runtime_error("no camera: error " + std::to_string(ox_error_code()));
     }

@@ -1,13 +1,11 @@
 #pragma once
 
 #include <array>
-#include <memory>
 #include <string>
 
 #include "orvex/orvex.h"
 
-#include "support/environment.h"
-#include "support/temp_dir.h"
+#include "support/soft_cameras.h"
 
 // One read of an attribute, into storage that shows what was written and how far.
 class Reading {
@@ -44,8 +42,6 @@ class WalkedCamera {
     bool SetUp() const;
 
   private:
-    support::TempDir folder_;
-    std::unique_ptr<support::Environment> configuration_;
-    std::unique_ptr<support::Environment> modules_;
+    support::SoftCameras cameras_;
     int16 handle_ = -1;
 };

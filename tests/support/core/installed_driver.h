@@ -9,12 +9,6 @@ namespace support {
 
 // Puts a scripted driver into the library's own record, without a module and a loader, for the
 // life of this object. Cameras that are still open are closed at its end.
-//
-//     ScriptedDriver driver;
-//     driver.add_camera("Cam 0");
-//     InstalledDriver installed(driver);
-//     int16 hcam = -1;
-//     ASSERT_EQ(dv_cam_open("Cam 0", &hcam), 1);
 class InstalledDriver {
   public:
     explicit InstalledDriver(ScriptedDriver& driver) : driver_(driver) {

@@ -15,17 +15,6 @@ namespace support {
 // Open cameras over a scripted driver with filled tables, for what works above an open camera: no
 // open sequence runs, the rows are set here as an open would have left them, and the firmware
 // knows the same values. The writes and control operations of the set-up are forgotten.
-//
-//     class ShutterTest : public testing::Test {
-//       protected:
-//         support::TestCamera camera_;          // or camera_{2} for two cameras
-//     };
-//     TEST_F(ShutterTest, ...) {
-//         camera_.reads().cap_metadata = 1;
-//         camera_.firmware().reply(SH_OPEN_DELAY, 2, 7);
-//         EXPECT_EQ(bv_get_param(camera_.hcam, ...), 1);
-//         EXPECT_EQ(camera_.writes().back(), support::hex("3F 00 05 26 1F 28 00 02"));
-//     }
 class TestCamera {
   public:
     static constexpr int16 hcam = 0;
@@ -122,25 +111,15 @@ class TestCamera {
         pg_cam_cfg = std::make_unique<cam_cfg_type[]>(rows);
         pg_cam_reads = std::make_unique<cam_reads_type[]>(rows);
         for (int16 i = 0; i < count; ++i) {
-            fill_info(cam_info(i), i);
-            fill_cfg(cfg(i));
+            dv_ddi_get_cam_name(i, &cam_info(i).name);
+            cam_info(i).open = cam_info(i).reads_done = cam_info(i).rws_done = 1;
+            cam_info(i).bridge_caps = std::make_unique<bv::BridgeCaps>();
+            cfg(i).par_size = par_size;
+            cfg(i).ser_size = ser_size;
+            cfg(i).spdtab_time = 100;
+            cfg(i).io_script_info = std::make_unique<io_script_lists>();
             fill_reads(reads(i));
         }
-    }
-
-    static void fill_info(cam_info_type& info, int16 handle) {
-        dv_ddi_get_cam_name(handle, &info.name);
-        info.open = 1;
-        info.reads_done = 1;
-        info.rws_done = 1;
-        info.bridge_caps = std::make_unique<bv::BridgeCaps>();
-    }
-
-    static void fill_cfg(cam_cfg_type& cfg) {
-        cfg.par_size = par_size;
-        cfg.ser_size = ser_size;
-        cfg.spdtab_time = 100;
-        cfg.io_script_info = std::make_unique<io_script_lists>();
     }
 
     static void fill_reads(cam_reads_type& reads) {

@@ -30,15 +30,14 @@ inline std::shared_ptr<bv::Log> LogForTests() {
     return bv::ProcessLog();
 }
 
-// Collects what the library traces while this object lives.
-//
-//     TraceCapture trace;
-//     EXPECT_TRUE(trace.refused(dv_cam_open("?", nullptr), C0_NULL_POINTER,
-//                               "Output argument for camera handle is null"));
-//     EXPECT_THAT(trace.messages(bv::log_debug), Contains("dv_cam_open: RETURN (OZ_FAIL)"));
-//
-// Messages are "function: text", without time, thread and indentation; the time behind RETURN is
-// cut off. Make it before a camera is opened: the threads of open cameras trace too.
+// The code that a refused call left; -1 for a call that succeeded.
+inline int ErrorOf(boolean16 result) {
+    return result != 0 ? -1 : bv::ApiGlobal::GetErrorCode();
+}
+
+// Collects what the library traces while this object lives. Messages are "function: text", without
+// time, thread and indentation; the time behind RETURN is cut off. Make it before a camera is
+// opened: the threads of open cameras trace too.
 class TraceCapture {
   public:
     TraceCapture() : log_(LogForTests()) { log_->AddListener(Listening()); }

@@ -2,11 +2,10 @@
 
 #include <chrono>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "orvex/orvex_errors.h"
 
-#include "support/core/test_camera.h"
+#include "support/core/camera_test.h"
 
 using support::hex;
 using testing::ElementsAre;
@@ -14,13 +13,13 @@ using testing::IsEmpty;
 
 namespace {
 
-class Abort : public testing::Test {
+class Abort : public support::CameraTest<> {
   protected:
     boolean16 Run(int16 cam_state) {
         camera_.cam_info().exp_started = 1;
         camera_.camera().forget();
         bv::ApiGlobal::ClearErrorCode(EXT_OPEN_EXCLUSIVE);
-        return bv_exp_abort(camera_.hcam, cam_state);
+        return bv_exp_abort(hcam, cam_state);
     }
     double MillisecondsOf(int16 cam_state) {
         const auto start = std::chrono::steady_clock::now();
@@ -28,8 +27,6 @@ class Abort : public testing::Test {
         return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start)
             .count();
     }
-
-    support::TestCamera camera_;
 };
 
 }  // namespace
@@ -111,10 +108,10 @@ TEST_F(Abort, RefusedStopIsTakenAgain) {
         row.refuse(camera_.camera(), false);
         camera_.camera().forget();
         bv::ApiGlobal::ClearErrorCode(EXT_OPEN_EXCLUSIVE);
-        EXPECT_EQ(bv_exp_abort(camera_.hcam, CCS_HALT), 1);
+        EXPECT_EQ(bv_exp_abort(hcam, CCS_HALT), 1);
         EXPECT_EQ(camera_.writes().size(), 1u);
         EXPECT_THAT(camera_.camera().ioctl_codes(), testing::Contains(row.disarmed_by));
-        EXPECT_EQ(bv_exp_abort(camera_.hcam, CCS_HALT), 1);
+        EXPECT_EQ(bv_exp_abort(hcam, CCS_HALT), 1);
         EXPECT_EQ(camera_.writes().size(), 1u);
     }
 }

@@ -3,26 +3,22 @@
 #include "orvex/orvex_errors.h"
 
 #include "acquisition/sequence.h"
-#include "support/core/test_camera.h"
-#include "support/core/trace_capture.h"
+#include "support/core/camera_test.h"
 
 namespace {
 
-class ExposureTime : public testing::Test {
+class ExposureTime : public support::CameraTest<> {
   protected:
     flt64 Milliseconds() {
         flt64 time = -1;
-        EXPECT_EQ(bv_exp_get_exp_time_msec(camera_.hcam, &time), 1);
+        EXPECT_EQ(bv_exp_get_exp_time_msec(hcam, &time), 1);
         return time;
     }
     flt64 Timeout() {
         flt64 timeout = -1;
-        EXPECT_EQ(bv_exp_get_img_timeout(camera_.hcam, &timeout), 1);
+        EXPECT_EQ(bv_exp_get_img_timeout(hcam, &timeout), 1);
         return timeout;
     }
-
-    support::TraceCapture trace_;
-    support::TestCamera camera_;
 };
 
 constexpr flt64 never = 4294967295.0;
@@ -38,10 +34,10 @@ TEST_F(ExposureTime, ByResolution) {
     EXPECT_EQ(Milliseconds(), 2500000.0);
     camera_.cfg().exp_res_index = 3;
     flt64 time = -1;
-    EXPECT_EQ(bv_exp_get_exp_time_msec(camera_.hcam, &time), 0);
+    EXPECT_EQ(bv_exp_get_exp_time_msec(hcam, &time), 0);
     EXPECT_TRUE(trace_.failed_with(C2_INDEX_OUT_OF_RANGE, "Unknown exposure resolution"));
     flt64 timeout = -1;
-    EXPECT_EQ(bv_exp_get_img_timeout(camera_.hcam, &timeout), 0);
+    EXPECT_EQ(bv_exp_get_img_timeout(hcam, &timeout), 0);
     EXPECT_EQ(timeout, -1);
 }
 
@@ -81,7 +77,7 @@ TEST_F(ExposureTime, TimeoutByHand) {
     EXPECT_NEAR(Timeout(), -542 * 1e-6 * 256 + 326 * 0.014999999664723873 + 10, 1e-9);
 }
 
-TEST_F(ExposureTime, TriggersHaveNoTimeout) {
+TEST_F(ExposureTime, TriggersAndPostProcessingHaveNoTimeout) {
     acq_cache_type& last = camera_.cache();
     for (int16 mode : {TIMED_MODE, FLASH_MODE, VARIABLE_TIMED_MODE, EXT_TRIG_INTERNAL}) {
         last.exp_mode = mode;
@@ -92,9 +88,8 @@ TEST_F(ExposureTime, TriggersHaveNoTimeout) {
         last.exp_mode = mode;
         EXPECT_EQ(Timeout(), never) << mode;
     }
-}
 
-TEST_F(ExposureTime, PostProcessingMayTakeAnyTime) {
+    last.exp_mode = TIMED_MODE;
     for (int32 id : {120, 160}) {
         auto& parameters = camera_.cache().pp_param_cache;
         parameters.clear();

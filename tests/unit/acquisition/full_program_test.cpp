@@ -1,6 +1,5 @@
 // The program of a full-dialect camera, operation by operation.
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <memory>
 #include <string>
 
@@ -26,18 +25,8 @@ struct ProgramCase {
     PlainRun run;
     std::string expected;
 };
-const auto case_name = [](const auto& test) { return std::string(test.param.name); };
 
 // What stands ahead of the read-out of the plain frame, by one change of it.
-class FullProgramHead : public testing::TestWithParam<ProgramCase> {};
-
-TEST_P(FullProgramHead, IsExact) {
-    const std::string text = GetParam().run.Text();
-    const size_t readout = text.find(", shift 10, ");
-    ASSERT_NE(readout, std::string::npos);
-    EXPECT_EQ(text.substr(0, readout), GetParam().expected);
-}
-
 const ProgramCase heads[] = {
     {"NeverCleared", {.clear_mode = CLEAR_NEVER}, modes + "scale 10, " + exposed},
     {"NoClearCycles", {.clear_cycles = 0}, modes + "scale 10, " + exposed},
@@ -94,7 +83,12 @@ const ProgramCase heads[] = {
      "antibloom off, alternate off, mpp off, serial bin 1, scale 10, shift 200, " + exposed},
 };
 
-INSTANTIATE_TEST_SUITE_P(Changes, FullProgramHead, testing::ValuesIn(heads), case_name);
+TEST(FullProgram, HeadIsExact) {
+    for (const auto& [name, run, expected] : heads) {
+        const std::string text = run.Text();
+        EXPECT_EQ(text.substr(0, text.find(", shift 10, ")), expected) << name;
+    }
+}
 
 TEST(FullProgram, EndsOfSequences) {
     PlainRun run{.exp_total = 3, .shtr_open_mode = OPEN_PRE_SEQUENCE};
@@ -108,13 +102,6 @@ TEST(FullProgram, EndsOfSequences) {
 }
 
 // All that comes behind the exposure.
-class FullProgramReadout : public testing::TestWithParam<ProgramCase> {};
-
-TEST_P(FullProgramReadout, IsExact) {
-    const std::string text = GetParam().run.Text();
-    EXPECT_EQ(text.substr(text.find("close, ") + 7), GetParam().expected + ", terminate");
-}
-
 const ProgramCase readouts[] = {
     {"SideBySideRegionsShareALine",
      {.regions = {{10, 29, 2, 20, 39, 4}, {50, 69, 2, 20, 39, 4}}, .prescan = 3, .postscan = 5},
@@ -138,7 +125,12 @@ const ProgramCase readouts[] = {
      "shift 90"},
 };
 
-INSTANTIATE_TEST_SUITE_P(Cases, FullProgramReadout, testing::ValuesIn(readouts), case_name);
+TEST(FullProgram, ReadoutIsExact) {
+    for (const auto& [name, run, expected] : readouts) {
+        const std::string text = run.Text();
+        EXPECT_EQ(text.substr(text.find("close, ") + 7), expected + ", terminate") << name;
+    }
+}
 
 TEST(Readout, RegionsThatCannotBeReadTogetherAreRefused) {
     const std::vector<rgn_type> refused[] = {{{0, 9, 1, 0, 9, 2}, {20, 29, 1, 1, 8, 2}},

@@ -5,7 +5,7 @@
 #include "orvex/orvex_errors.h"
 
 #include "acquisition/generator.h"
-#include "support/core/trace_capture.h"
+#include "support/core/camera_test.h"
 
 #include "unit/acquisition/setup_camera.h"
 
@@ -14,13 +14,13 @@ using support::hex;
 namespace {
 
 // One setup through the whole generator, on a camera with all features that a case switches on.
-class Generate : public testing::Test {
+class Generate : public support::CameraTest<SetupCamera> {
   protected:
     boolean16 Run() {
         bv::ApiGlobal::ClearErrorCode(EXT_OPEN_EXCLUSIVE);
         script_ = std::make_unique<bv::ScriptOwner>();
         script_->Allocate(script_max_entries);
-        return bv_script_generate(camera_.hcam, script_->get(), max_entries_, exp_total_,
+        return bv_script_generate(hcam, script_->get(), max_entries_, exp_total_,
                                   static_cast<uns16>(regions_.size()), regions_.data(), exp_mode_,
                                   exposure_, &frame_bytes_);
     }
@@ -48,8 +48,6 @@ class Generate : public testing::Test {
             .reply(GET_CENTROIDS_MODE_CURRENT, 2, mode);
     }
 
-    support::TraceCapture trace_;
-    SetupCamera camera_;
     std::vector<rgn_type> regions_{{0, 99, 1, 10, 19, 1}};
     uns16 max_entries_ = script_max_entries;
     uns16 exp_total_ = 1;
@@ -146,37 +144,32 @@ TEST_F(Generate, ExposureCyclingTestsTheListInstead) {
     EXPECT_EQ(ErrorOf(), C0_EXPOSURE_OUT_OF_RANGE);  // of the exposure time itself
 }
 
-TEST_F(Generate, FrameTransferNeedsTheHardware) {
+TEST_F(Generate, FeaturesOfTheCamera) {
     camera_.cfg().pmode = PMODE_FT;
     EXPECT_EQ(ErrorOf(), C32_CCL_CANT_FRAME_TRANSFER);
     camera_.reads().frame_capable = 1;
     EXPECT_EQ(Run(), 1);
-}
 
-TEST_F(Generate, PostAbortDelayIsRead) {
     camera_.reads().cap_post_abort_delay = 1;
     camera_.firmware().reply(GET_POST_ABORT_DELAY, 8, 50000000);
     ASSERT_EQ(Run(), 1);
     EXPECT_EQ(camera_.cam_info().post_abort_delay, 50000000);
-}
 
-TEST_F(Generate, AccumulatingCameraIsTold) {
     camera_.reads().accum_capable = 1;
     exp_mode_ = EXT_TRIG_INTERNAL;
     ASSERT_EQ(Run(), 1);
     EXPECT_EQ(camera_.writes().back(), hex("31 00 08 0A 07 00 26 07 28 00 02"));
 }
 
-TEST_F(Generate, SizesPast32Bits) {
+TEST_F(Generate, LimitsOfSizes) {
     regions_ = {{0, 511, 1, 0, 255, 1}};  // 262144 bytes a frame
     exp_total_ = 16383;
     EXPECT_EQ(Run(), 1);
     exp_total_ = 16384;
     EXPECT_EQ(ErrorOf(), C2_CANNOT_ALLOCATE_MEMORY);
     EXPECT_EQ(frame_bytes_, 262144u);
-}
 
-TEST_F(Generate, ProgramThatFillsTheSpaceIsRefused) {
+    exp_total_ = 1;
     ASSERT_EQ(Run(), 1);
     const auto entries = static_cast<uns16>((*script_)->length / 3);
     max_entries_ = entries;

@@ -6,8 +6,7 @@
 
 #include "orvex/orvex_errors.h"
 
-#include "support/core/test_camera.h"
-#include "support/core/trace_capture.h"
+#include "support/core/camera_test.h"
 
 #include "unit/acquisition/program.h"
 
@@ -16,7 +15,7 @@ using program_test::Program;
 namespace {
 
 // Ports 0 TTL output, 1 DAC from 0.5 to 5, 2 TTL input.
-class IoScript : public testing::Test {
+class IoScript : public support::CameraTest<> {
   protected:
     void SetUp() override {
         cam_reads_type& reads = camera_.reads();
@@ -35,17 +34,14 @@ class IoScript : public testing::Test {
     }
     boolean16 Add(uns16 addr, flt64 state, uns32 location) {
         bv::ApiGlobal::ClearErrorCode(EXT_OPEN_EXCLUSIVE);
-        return oz_io_script_control(camera_.hcam, addr, state, location);
+        return oz_io_script_control(hcam, addr, state, location);
     }
     // What a location's list puts into a program.
     std::string Written(size_t location) {
         const Program program;
-        bv_io_setup(camera_.hcam, (*camera_.cfg().io_script_info)[location].next.get());
+        bv_io_setup(hcam, (*camera_.cfg().io_script_info)[location].next.get());
         return program.text();
     }
-
-    support::TraceCapture trace_;
-    support::TestCamera camera_;
 };
 
 }  // namespace
@@ -61,8 +57,8 @@ TEST_F(IoScript, ActionsRunInTheirOrder) {
     EXPECT_EQ(Written(SCR_POST_FLASH), "");
 
     camera_.cam_info().script_valid = 1;
-    oz_io_clear_script_control(camera_.hcam);
-    oz_io_clear_script_control(camera_.hcam);
+    oz_io_clear_script_control(hcam);
+    oz_io_clear_script_control(hcam);
     EXPECT_EQ(Written(SCR_PRE_FLASH), "");
     EXPECT_EQ(camera_.cam_info().script_valid, 1);  // the camera still holds the actions
 }
@@ -103,14 +99,14 @@ TEST_F(IoScript, BadTypeOfALaterEntryDecides) {
     io_entry bad{.addr = 7, .type = 9, .state = 1.0, .next = std::make_unique<io_entry>()};
     bad.next->state = 1.0;
     const Program program;
-    EXPECT_EQ(bv_io_setup(camera_.hcam, &bad), 1);  // the last one was good
+    EXPECT_EQ(bv_io_setup(hcam, &bad), 1);  // the last one was good
     EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), C2_NOT_AVAILABLE);
     bad.next.reset();
-    EXPECT_EQ(bv_io_setup(camera_.hcam, &bad), 0);
-    EXPECT_EQ(bv_io_setup(camera_.hcam, nullptr), 1);
+    EXPECT_EQ(bv_io_setup(hcam, &bad), 0);
+    EXPECT_EQ(bv_io_setup(hcam, nullptr), 1);
     EXPECT_EQ(program.text(), "port 7, port, ttl 1, port 7");
     camera_.reads().cap_io = 0;
-    EXPECT_EQ(bv_io_setup(camera_.hcam, nullptr), 0);
+    EXPECT_EQ(bv_io_setup(hcam, nullptr), 0);
 }
 
 TEST_F(IoScript, LongListsAreFreedOneByOne) {
@@ -119,6 +115,6 @@ TEST_F(IoScript, LongListsAreFreedOneByOne) {
         last->next = std::make_unique<io_entry>();
         last = last->next.get();
     }
-    oz_io_clear_script_control(camera_.hcam);
+    oz_io_clear_script_control(hcam);
     EXPECT_EQ((*camera_.cfg().io_script_info)[SCR_PRE_READOUT].next, nullptr);
 }

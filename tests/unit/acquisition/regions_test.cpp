@@ -7,7 +7,7 @@
 
 #include "orvex/orvex_errors.h"
 
-#include "support/core/trace_capture.h"
+#include "support/core/camera_test.h"
 
 #include "unit/acquisition/setup_camera.h"
 
@@ -21,25 +21,21 @@ struct RegionCase {
 
 using Validator = boolean16 (*)(int16, const rgn_type*, uns16);
 
-class Validators : public testing::TestWithParam<RegionCase> {
+class Validators : public support::CameraTest<SetupCamera> {
   protected:
-    void ExpectVerdict(Validator validator) {
-        const auto& [name, regions, failure] = GetParam();
-        EXPECT_EQ(validator(camera_.hcam, regions.data(), static_cast<uns16>(regions.size())),
-                  failure.empty());
-        if (!failure.empty()) {
-            EXPECT_TRUE(trace_.failed_with(C3_RGN_INVALID, failure));
+    void ExpectVerdicts(Validator validator, const std::vector<RegionCase>& cases) {
+        for (const auto& [name, regions, failure] : cases) {
+            SCOPED_TRACE(name);
+            EXPECT_EQ(validator(hcam, regions.data(), static_cast<uns16>(regions.size())),
+                      failure.empty());
+            if (!failure.empty()) {
+                EXPECT_TRUE(trace_.failed_with(C3_RGN_INVALID, failure));
+            }
         }
     }
-
-    support::TraceCapture trace_;
-    SetupCamera camera_;
 };
 
-class BinningValidator : public Validators {};
-class RoiValidator : public Validators {};
-
-TEST_P(BinningValidator, Says) {
+TEST_F(Validators, Binnings) {
     camera_.reads().cap_extended = 1;
     camera_.reads().ext_caps_flags = EXT_CAPS_BINNING;
     nvp_container& ser = camera_.reads().binning_ser_nvp;
@@ -49,51 +45,40 @@ TEST_P(BinningValidator, Says) {
     par.items[0].value = 2;
     ser.items[1].value = 4;
     par.items[1].value = 1;
-    ExpectVerdict(oz_validate_binnings);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Cases, BinningValidator,
-    testing::Values(RegionCase{"FirstPairOfTheTable", {{0, 9, 2, 0, 9, 2}}},
-                    RegionCase{"SecondPairOfTheTable", {{0, 9, 4, 0, 9, 1}}},
-                    RegionCase{"FactorsOfDifferentPairs",
-                               {{0, 9, 4, 0, 9, 2}},
-                               "Camera does not support binning 4x2"},
-                    RegionCase{"Zero", {{0, 9, 0, 0, 9, 1}}, "Zero binning not allowed"},
-                    RegionCase{"DifferenceComesBeforeZero",
-                               {{0, 9, 0, 0, 9, 1}, {0, 9, 0, 0, 9, 1}, {0, 9, 0, 0, 9, 2}},
-                               "Region 2 has different binning"}),
-    [](const auto& test) { return std::string(test.param.name); });
-
-TEST_P(RoiValidator, Says) {
-    ExpectVerdict(oz_validate_rois);
+    ExpectVerdicts(
+        oz_validate_binnings,
+        {{"FirstPairOfTheTable", {{0, 9, 2, 0, 9, 2}}},
+         {"SecondPairOfTheTable", {{0, 9, 4, 0, 9, 1}}},
+         {"FactorsOfDifferentPairs", {{0, 9, 4, 0, 9, 2}}, "Camera does not support binning 4x2"},
+         {"Zero", {{0, 9, 0, 0, 9, 1}}, "Zero binning not allowed"},
+         {"DifferenceComesBeforeZero",
+          {{0, 9, 0, 0, 9, 1}, {0, 9, 0, 0, 9, 1}, {0, 9, 0, 0, 9, 2}},
+          "Region 2 has different binning"}});
 }
 
 // The sensor of the test camera has 512 columns and 256 rows.
-INSTANTIATE_TEST_SUITE_P(
-    Cases, RoiValidator,
-    testing::Values(
-        RegionCase{"ColumnOutside", {{0, 512, 1, 0, 255, 1}}, "Region 0 lies out of sensor area"},
-        RegionCase{"EdgesOfAllComeFirst",
-                   {{0, 512, 1, 0, 9, 1}, {5, 4, 1, 0, 9, 1}},
-                   "Region 1 has left/top edge past right/bottom edge"},
-        RegionCase{"NeighbouringRows", {{0, 9, 1, 0, 9, 1}, {0, 9, 1, 10, 19, 1}}},
-        RegionCase{
-            "SharedCorner", {{0, 9, 1, 0, 9, 1}, {9, 19, 1, 9, 19, 1}}, "Regions 0 and 1 overlap"},
-        RegionCase{
-            "FirstPairInOrder",
-            {{0, 9, 1, 0, 9, 1}, {20, 29, 1, 0, 9, 1}, {25, 35, 1, 5, 9, 1}, {0, 9, 1, 5, 9, 1}},
-            "Regions 0 and 3 overlap"}),
-    [](const auto& test) { return std::string(test.param.name); });
+TEST_F(Validators, Regions) {
+    ExpectVerdicts(
+        oz_validate_rois,
+        {{"ColumnOutside", {{0, 512, 1, 0, 255, 1}}, "Region 0 lies out of sensor area"},
+         {"EdgesOfAllComeFirst",
+          {{0, 512, 1, 0, 9, 1}, {5, 4, 1, 0, 9, 1}},
+          "Region 1 has left/top edge past right/bottom edge"},
+         {"NeighbouringRows", {{0, 9, 1, 0, 9, 1}, {0, 9, 1, 10, 19, 1}}},
+         {"SharedCorner", {{0, 9, 1, 0, 9, 1}, {9, 19, 1, 9, 19, 1}}, "Regions 0 and 1 overlap"},
+         {"FirstPairInOrder",
+          {{0, 9, 1, 0, 9, 1}, {20, 29, 1, 0, 9, 1}, {25, 35, 1, 5, 9, 1}, {0, 9, 1, 5, 9, 1}},
+          "Regions 0 and 3 overlap"}});
+}
 
 TEST_F(Validators, NoBinningTableMeansAnyPair) {
     const rgn_type odd{0, 9, 3, 0, 9, 7};
-    EXPECT_EQ(oz_validate_binnings(camera_.hcam, &odd, 1), 1);
-    EXPECT_EQ(oz_validate_binnings(camera_.hcam, nullptr, 1), 0);
+    EXPECT_EQ(oz_validate_binnings(hcam, &odd, 1), 1);
+    EXPECT_EQ(oz_validate_binnings(hcam, nullptr, 1), 0);
     EXPECT_TRUE(trace_.failed_with(C3_RGN_INVALID, "Null region array"));
-    EXPECT_EQ(oz_validate_rois(camera_.hcam, nullptr, 1), 0);
+    EXPECT_EQ(oz_validate_rois(hcam, nullptr, 1), 0);
     EXPECT_TRUE(trace_.failed_with(C3_RGN_INVALID, "Null region array"));
-    EXPECT_EQ(oz_validate_rois(camera_.hcam, &odd, 0), 1);
+    EXPECT_EQ(oz_validate_rois(hcam, &odd, 0), 1);
 }
 
 // --- arithmetic

@@ -17,8 +17,7 @@
 #include "params/dispatch.h"
 #include "params/post_processing.h"
 #include "state/api_locks.h"
-#include "support/core/test_camera.h"
-#include "support/core/trace_capture.h"
+#include "support/core/camera_test.h"
 #include "support/exhausted_memory.h"
 
 #include "operation_table.h"
@@ -28,10 +27,8 @@ namespace {
 
 constexpr const char* no_limit = "a sanitizer needs the address space";
 
-class OpenCamera : public testing::Test {
+class OpenCamera : public support::CameraTest<> {
   protected:
-    static constexpr int16 hcam = support::TestCamera::hcam;
-    support::TestCamera camera_;
 };
 
 TEST_F(OpenCamera, SuccessClearsAnEarlierError) {
@@ -87,13 +84,6 @@ TEST_F(OpenCamera, CameraIndexIsBounded) {
         EXPECT_EQ(ox_cam_get_name(index, name), 0);
         EXPECT_TRUE(
             trace.failed_with(C0_CAM_NAME_OUT_OF_RNG, "Camera index out of range for 1 cameras"));
-    }
-}
-
-TEST_F(OpenCamera, HandlesAreBounded) {
-    for (int16 handle : {int16{-1}, int16{1}, int16{32767}, int16{-32768}}) {
-        EXPECT_EQ(ox_cam_check(handle), 0) << handle;
-        EXPECT_EQ(ox_error_code(), C0_INVALID_HANDLE) << handle;
     }
 }
 

@@ -1,7 +1,6 @@
 #include "api/lifecycle.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <optional>
 #include <string>
 
@@ -44,24 +43,6 @@ struct VersionCase {
     std::string line;  // logged, empty for none
 };
 
-class Version : public testing::TestWithParam<VersionCase> {};
-
-TEST_P(Version, IsPackedFromTheRegistry) {
-    const Installation installation(GetParam().registry);
-    support::TraceCapture trace;
-    uns16 version = 0xAAAA;
-    EXPECT_EQ(ox_orvex_get_ver(&version), GetParam().packed.has_value());
-    EXPECT_EQ(version, GetParam().packed.value_or(0xAAAA));
-    if (!GetParam().packed) {
-        EXPECT_TRUE(trace.failed_with(C0_UNKNOWN_ERROR, GetParam().line));
-    } else if (GetParam().line.empty()) {
-        EXPECT_THAT(trace.messages(bv::log_warning), IsEmpty());
-    } else {
-        EXPECT_THAT(trace.messages(bv::log_warning),
-                    ElementsAre("oz_orvex_get_ver: " + GetParam().line));
-    }
-}
-
 const std::string out_of_range = "Version part(s) out of range (8-4-4-16 bits)";
 const std::string unparsed = "Cannot parse all four version tokens from value ";
 
@@ -77,8 +58,23 @@ const VersionCase version_cases[] = {
      "Cannot open registry key with version at '[HKLM]\\SOFTWARE\\Brelvane\\ORVEX'"},
 };
 
-INSTANTIATE_TEST_SUITE_P(Registry, Version, testing::ValuesIn(version_cases),
-                         [](const auto& row) { return row.param.name; });
+TEST(Version, IsPackedFromTheRegistry) {
+    for (const auto& [name, registry, packed, line] : version_cases) {
+        SCOPED_TRACE(name);
+        const Installation installation(registry);
+        support::TraceCapture trace;
+        uns16 version = 0xAAAA;
+        EXPECT_EQ(ox_orvex_get_ver(&version), packed.has_value());
+        EXPECT_EQ(version, packed.value_or(0xAAAA));
+        if (!packed) {
+            EXPECT_TRUE(trace.failed_with(C0_UNKNOWN_ERROR, line));
+        } else if (line.empty()) {
+            EXPECT_THAT(trace.messages(bv::log_warning), IsEmpty());
+        } else {
+            EXPECT_THAT(trace.messages(bv::log_warning), ElementsAre("oz_orvex_get_ver: " + line));
+        }
+    }
+}
 
 class Lifecycle : public testing::Test {
   protected:

@@ -5,7 +5,6 @@
 #include <cstdlib>
 #include <functional>
 #include <string>
-#include <tuple>
 #include <type_traits>
 #include <utility>
 #include <vector>

@@ -1,6 +1,5 @@
 #include <functional>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <string>
 #include <vector>
 
@@ -34,10 +33,6 @@ struct TracedCall {
     std::vector<std::string> records;
 };
 
-std::ostream& operator<<(std::ostream& out, const TracedCall& traced) {
-    return out << traced.name;
-}
-
 // What one layer shows of a call.
 struct Layer {
     std::string name, arguments, result;
@@ -67,16 +62,6 @@ char firmware_text[] = "?";
 const std::string parameter_write =
     "hcam=0, param_id=PARAM_CLEAR_CYCLES(0x06020061), param_value=" + Address(&word);
 const std::string write_read = "hcam=0, c_class=63, write_bytes=0, write_array=";
-
-class Traces : public testing::TestWithParam<TracedCall> {};
-
-TEST_P(Traces, ShowArgumentsAndResults) {
-    support::TestCamera camera;
-    camera.firmware().reply(SPD_MAX_GAIN, 1, 3);
-    support::TraceCapture trace;
-    GetParam().call();
-    EXPECT_EQ(LayerRecords(trace), GetParam().records);
-}
 
 const TracedCall traced_calls[] = {
     {"text_output", [] { ox_cam_get_name(0, text); },
@@ -136,8 +121,15 @@ const TracedCall traced_calls[] = {
             "OZ_FAIL")},
 };
 
-INSTANTIATE_TEST_SUITE_P(Calls, Traces, testing::ValuesIn(traced_calls),
-                         [](const auto& row) { return row.param.name; });
+TEST(Traces, ShowArgumentsAndResults) {
+    for (const auto& [name, call, records] : traced_calls) {
+        support::TestCamera camera;
+        camera.firmware().reply(SPD_MAX_GAIN, 1, 3);
+        support::TraceCapture trace;
+        call();
+        EXPECT_EQ(LayerRecords(trace), records) << name;
+    }
+}
 
 // A handle that prints without a sign is as wide as any other such number.
 TEST(Traces, ShowABadHandleOfABridgeCommandInFull) {

@@ -1,10 +1,8 @@
 #include "camera/blobs.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
-#include "support/core/test_camera.h"
-#include "support/core/trace_capture.h"
+#include "support/core/camera_test.h"
 
 using support::Bytes;
 using support::hex;
@@ -14,10 +12,8 @@ using testing::SizeIs;
 
 namespace {
 
-class BlobsTest : public testing::Test {
+class BlobsTest : public support::CameraTest<> {
   protected:
-    static constexpr int16 hcam = support::TestCamera::hcam;
-
     // A camera that holds this blob and sends the part that a request names.
     void Hold(const Bytes& blob) {
         stored_ = blob;
@@ -43,8 +39,6 @@ class BlobsTest : public testing::Test {
     }
 
     Bytes stored_;
-    support::TestCamera camera_;
-    support::TraceCapture trace_;
     const Bytes args_ = Bytes(2000, 0xA5);
 };
 
@@ -119,8 +113,7 @@ TEST_F(BlobsTest, Refusals) {
     EXPECT_EQ(camera_.firmware().count(SET_BINARY_BLOB), 0u);
     EXPECT_EQ(get(args_.data(), 1009, blob.data(), 8), 1);
     camera_.firmware().reply(SET_BINARY_BLOB, 2, 5);
-    EXPECT_EQ(set(nullptr, 0, blob.data(), 8), 0);
-    EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), C7_GEN_COM_ERROR);
+    EXPECT_EQ(support::ErrorOf(set(nullptr, 0, blob.data(), 8)), C7_GEN_COM_ERROR);
 }
 
 class PiavTest : public BlobsTest {

@@ -2,7 +2,6 @@
 
 #include <array>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "support/core/test_camera.h"
 

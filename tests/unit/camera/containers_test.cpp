@@ -1,11 +1,9 @@
 #include "camera/containers.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <string>
 
-#include "support/core/test_camera.h"
-#include "support/core/trace_capture.h"
+#include "support/core/camera_test.h"
 
 using support::Bytes;
 using support::hex;
@@ -13,11 +11,11 @@ using testing::ElementsAre;
 
 namespace {
 
-class ContainersTest : public testing::Test {
+class ContainersTest : public support::CameraTest<> {
   protected:
     boolean16 Append(const Bytes& list) {
         camera_.firmware().reply(GET_FAN_SPEEDS_SIZE, 4, list.size()).reply(GET_FAN_SPEEDS, list);
-        return oz_cam_append_nvp_container(camera_.hcam, &container_, GET_FAN_SPEEDS_SIZE);
+        return oz_cam_append_nvp_container(hcam, &container_, GET_FAN_SPEEDS_SIZE);
     }
 
     // A list of `count` items, the first of which has this name.
@@ -33,8 +31,6 @@ class ContainersTest : public testing::Test {
         return list;
     }
 
-    support::TestCamera camera_;
-    support::TraceCapture trace_;
     nvp_container container_;
 };
 
@@ -73,22 +69,21 @@ TEST_F(ContainersTest, ListsThatCannotBeDecoded) {
 TEST_F(ContainersTest, SizesThatAreRefused) {
     for (const uns32 size : {0u, 65536u}) {
         camera_.firmware().reply(GET_FAN_SPEEDS_SIZE, 4, size);
-        EXPECT_TRUE(trace_.refused(
-            oz_cam_append_nvp_container(camera_.hcam, &container_, GET_FAN_SPEEDS_SIZE),
-            C2_CANNOT_ALLOCATE_MEMORY,
-            "Unsupported size of NVP container: " + std::to_string(size)));
+        EXPECT_TRUE(
+            trace_.refused(oz_cam_append_nvp_container(hcam, &container_, GET_FAN_SPEEDS_SIZE),
+                           C2_CANNOT_ALLOCATE_MEMORY,
+                           "Unsupported size of NVP container: " + std::to_string(size)));
     }
     EXPECT_EQ(camera_.firmware().count(GET_FAN_SPEEDS), 0u);
 }
 
-TEST_F(ContainersTest, AppendedItemsMustFit) {
+TEST_F(ContainersTest, ItemsMustFit) {
     for (uns16 i = 0; i < 19; ++i) ASSERT_EQ(oz_add_nvp_to_container(&container_, "x", i), 1);
     EXPECT_TRUE(trace_.refused(Append(List(2, "x")), C2_CANNOT_ALLOCATE_MEMORY,
                                "Supported up to 20 NVP items only"));
     EXPECT_EQ(container_.count, 20);
-}
 
-TEST_F(ContainersTest, NamesOfItemsMustFit) {
+    container_ = {};
     const auto add = [this](size_t length) {
         return oz_add_nvp_to_container(&container_, std::string(length, 'n').c_str(), 0);
     };

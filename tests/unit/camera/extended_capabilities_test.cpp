@@ -2,10 +2,8 @@
 
 #include <array>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
-#include "support/core/test_camera.h"
-#include "support/core/trace_capture.h"
+#include "support/core/camera_test.h"
 
 using bv::ExtendedCapabilitiesFault;
 using support::Bytes;
@@ -96,7 +94,7 @@ TEST(ExtendedCapabilities, LimitsOfTheSections) {
     }
 }
 
-class ExtendedCapabilitiesRead : public testing::Test {
+class ExtendedCapabilitiesRead : public support::CameraTest<> {
   protected:
     void Offer(const Bytes& block) {
         camera_.reads().cap_extended = 1;
@@ -104,10 +102,7 @@ class ExtendedCapabilitiesRead : public testing::Test {
             .reply(GET_EXTENDED_CAPABILITIES_SIZE, 4, block.size())
             .reply(GET_EXTENDED_CAPABILITIES, block);
     }
-    boolean16 Read() { return bv_cam_get_extended_capabilities(camera_.hcam); }
-
-    support::TestCamera camera_;
-    support::TraceCapture trace_;
+    boolean16 Read() { return bv_cam_get_extended_capabilities(hcam); }
 };
 
 TEST_F(ExtendedCapabilitiesRead, Refusals) {

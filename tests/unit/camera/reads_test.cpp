@@ -1,11 +1,9 @@
 #include "camera/reads.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <string>
 
-#include "support/core/test_camera.h"
-#include "support/core/trace_capture.h"
+#include "support/core/camera_test.h"
 
 using support::hex;
 using testing::ElementsAre;
@@ -14,17 +12,13 @@ using testing::SizeIs;
 
 namespace {
 
-class ReadsTest : public testing::Test {
+class ReadsTest : public support::CameraTest<> {
   protected:
-    static constexpr int16 hcam = support::TestCamera::hcam;
-
     boolean16 DoReads() {
         camera_.cam_info().reads_done = 0;
         return bv_cam_do_reads(hcam);
     }
 
-    support::TestCamera camera_;
-    support::TraceCapture trace_;
     cam_reads_type& reads_ = camera_.reads();
 };
 

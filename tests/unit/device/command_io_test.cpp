@@ -3,7 +3,6 @@
 #include <array>
 #include <functional>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <string>
 #include <thread>
 #include <utility>

@@ -2,7 +2,6 @@
 
 #include <fstream>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <iterator>
 #include <string>
 #include <tuple>

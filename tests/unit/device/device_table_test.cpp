@@ -2,7 +2,6 @@
 
 #include <filesystem>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <string>
 #include <unistd.h>
 

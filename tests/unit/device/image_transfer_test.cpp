@@ -2,35 +2,27 @@
 
 #include <atomic>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "device/command_io.h"
 #include "device/device_table.h"
-#include "support/core/test_camera.h"
-#include "support/core/trace_capture.h"
+#include "support/core/camera_test.h"
 
 namespace {
 
 using support::Bytes;
 using support::hex;
 using support::ScriptedCamera;
-using support::TestCamera;
-using support::TraceCapture;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-class ImageTransfer : public testing::Test {
+class ImageTransfer : public support::CameraTest<> {
   protected:
-    static constexpr int16 hcam = TestCamera::hcam;
-
     ScriptedCamera& camera() { return camera_.camera(); }
 
-    TraceCapture trace_;
-    TestCamera camera_;
     // Only its address reaches the driver; nothing is written.
     void* const pixels_ = reinterpret_cast<void*>(0x100000000);
 };

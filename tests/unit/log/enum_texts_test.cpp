@@ -6,7 +6,7 @@
 namespace {
 
 // The texts are made of the lists themselves; here is what is written by hand.
-TEST(EnumTexts, NameAValue) {
+TEST(EnumTexts, NameValues) {
     EXPECT_STREQ(bv_text_open_mode(1), "EXT_OPEN_FW_UPDATE");
     EXPECT_STREQ(bv_text_type(3), "<UNKNOWN>");
     EXPECT_STREQ(bv_text_type(-1), "<UNKNOWN>");
@@ -14,9 +14,7 @@ TEST(EnumTexts, NameAValue) {
     EXPECT_STREQ(bv_text_read_status(4), "READOUT_FAILED");
     EXPECT_STREQ(bv_text_read_status(6), "<UNKNOWN>");
     EXPECT_STREQ(bv_text_notification(0xC0000001u), "NOTIFICATION_STATUS_CANCELLED");
-}
 
-TEST(EnumTexts, ParametersAreFoundById) {
     EXPECT_STREQ(bv_text_param_id(PARAM_DD_INFO_LENGTH), "PARAM_DD_INFO_LENGTH");
     EXPECT_STREQ(bv_text_param_id(PARAM_TEMP), "PARAM_TEMP");
     EXPECT_STREQ(bv_text_param_id(PARAM_PRE_TRIGGER_DELAY), "PARAM_PRE_TRIGGER_DELAY");
@@ -25,9 +23,7 @@ TEST(EnumTexts, ParametersAreFoundById) {
     for (const uns32 unknown : unknowns) {
         EXPECT_STREQ(bv_text_param_id(unknown), "<UNKNOWN>");
     }
-}
 
-TEST(EnumTexts, ExposureModesCombine) {
     EXPECT_STREQ(bv_text_exp_mode_combined(0), "TIMED_MODE");
     EXPECT_STREQ(bv_text_exp_mode_combined(255), "<UNKNOWN>");
     EXPECT_STREQ(bv_text_exp_mode_combined(256), "<UNKNOWN>|EXPOSE_OUT_FIRST_ROW");

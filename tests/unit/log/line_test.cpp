@@ -33,22 +33,16 @@ TEST_F(Line, HasAllItsParts) {
     EXPECT_EQ(Of("COR", 3, 2, "bv_cam_open: ENTER (hcam=0)"),
               "[221320.123456 COR 01234:05678 D]     bv_cam_open: ENTER (hcam=0)");
     EXPECT_EQ(Of("COR", 0, 0, "x", 7, 4194304), "[221320.123456 COR 00007:4194304 E] x");
-}
 
-TEST_F(Line, FollowsTheSecond) {
     EXPECT_EQ(Of("COR", 2, 0, "x", 1, 1, 17'000'000'009'999'999),
               "[221320.999999 COR 00001:00001 I] x");
     EXPECT_EQ(Of("COR", 2, 0, "x", 1, 1, 17'000'000'010'000'010),
               "[221321.000001 COR 00001:00001 I] x");
-}
 
-TEST_F(Line, NamesUnknownGroupsAndLevels) {
     EXPECT_EQ(Of(nullptr, -1, 0, ""), "[221320.123456 ??? 01234:05678 ?] ");
     EXPECT_EQ(Of("", 4, 0, ""), "[221320.123456 ??? 01234:05678 ?] ");
     EXPECT_EQ(Of("***", 1, 0, ""), "[221320.123456 *** 01234:05678 W] ");
-}
 
-TEST_F(Line, StaysOneLine) {
     EXPECT_EQ(Of("COR", 3, 0, "\na\n\nb\n"),
               "[221320.123456 COR 01234:05678 D] <\\n>a<\\n><\\n>b<\\n>");
 }
@@ -60,17 +54,13 @@ TEST_F(Line, DateIsLocal) {
     EXPECT_EQ(bv::FormatDate(moment), "2023-11-15");
 }
 
-TEST(Text, HasNoLengthLimit) {
+TEST(Text, OfNumbersAndErrors) {
     const std::string text(100'000, 'x');
     EXPECT_EQ(bv::FormatText("%s", text.c_str()), text);
-}
 
-TEST(Text, PointersAreWide) {
     EXPECT_EQ(bv::FormatPointer(reinterpret_cast<void*>(uintptr_t{0x7F00ABCD1234})),
               "0x00007F00ABCD1234");
-}
 
-TEST(Text, SystemErrorsAlwaysHaveOne) {
     EXPECT_FALSE(bv::GetSystemErrorText(2).empty());
     EXPECT_EQ(bv::GetSystemErrorText(0x7FFFFFFF), "Unknown error");
 }

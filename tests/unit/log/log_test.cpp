@@ -2,12 +2,10 @@
 
 #include <future>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <thread>
 
 #include "unit/log/collected_log.h"
 
-using bv::LoaderLockGuard;
 using bv::Log;
 using testing::ElementsAre;
 

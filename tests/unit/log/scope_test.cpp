@@ -1,6 +1,5 @@
 #include <chrono>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <thread>
 
 #include "log/argument.h"

@@ -1,22 +1,18 @@
 #include "state/bridge_caps.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "support/core/test_camera.h"
-#include "support/core/trace_capture.h"
+#include "support/core/camera_test.h"
 
 using bv::FirmwareBootStatus;
 using support::hex;
 
 namespace {
 
-class BridgeCapsTest : public testing::Test {
+class BridgeCapsTest : public support::CameraTest<> {
   protected:
-    boolean16 Read() { return caps_.Read(support::TestCamera::hcam); }
+    boolean16 Read() { return caps_.Read(hcam); }
 
-    support::TestCamera camera_;
-    support::TraceCapture trace_;
     bv::BridgeCaps caps_;
 };
 

@@ -1,13 +1,11 @@
 #include "messages/bridge.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "support/core/test_camera.h"
-#include "support/core/trace_capture.h"
+#include "support/core/camera_test.h"
 
 using support::Bytes;
 using support::hex;
@@ -16,10 +14,8 @@ using testing::IsEmpty;
 
 namespace {
 
-class BridgeTest : public testing::Test {
+class BridgeTest : public support::CameraTest<> {
   protected:
-    static constexpr int16 hcam = support::TestCamera::hcam;
-
     static Bytes Of(const std::string& text) { return {text.begin(), text.end()}; }
 
     using Entries = std::vector<std::pair<uns8, std::string>>;
@@ -44,9 +40,6 @@ class BridgeTest : public testing::Test {
         bv::ApiGlobal::GetErrorMessage(bv::ApiGlobal::GetErrorCode(), message);
         return message;
     }
-
-    support::TestCamera camera_;
-    support::TraceCapture trace_;
 };
 
 TEST_F(BridgeTest, FrameAndReply) {
@@ -72,7 +65,7 @@ TEST_F(BridgeTest, ErrorStatusIsTheErrorCodeAndTheDataIsCopiedAllTheSame) {
               "BC_INVALID_OPCODE             Bridge command is not recognized by this camera");
 }
 
-TEST_F(BridgeTest, NullBuffers) {
+TEST_F(BridgeTest, NullAndLargestBuffers) {
     EXPECT_TRUE(trace_.refused(oz_bridge_command_unlocked(hcam, 0, 3, 4, nullptr, 0, nullptr),
                                C0_NULL_POINTER,
                                "Requested to send 4 bytes from null write buffer"));
@@ -80,10 +73,7 @@ TEST_F(BridgeTest, NullBuffers) {
                                C0_NULL_POINTER,
                                "Requested to receive 5 bytes to null read buffer"));
     EXPECT_THAT(camera_.writes(), IsEmpty());
-}
-
-// Length fields of 16 bits wrap; the work buffers have room for all that is copied.
-TEST_F(BridgeTest, LargestData) {
+    // Length fields of 16 bits wrap; the work buffers have room for all that is copied.
     const Bytes data(65535, 0x5A);
     Bytes reply(65535);
     camera_.camera().queue_reply(Bytes(5));
@@ -91,23 +81,19 @@ TEST_F(BridgeTest, LargestData) {
     EXPECT_THAT(camera_.writes(), ElementsAre(hex("23 0002 03 00")));
 }
 
-TEST_F(BridgeTest, SystemsInfoHasOneLineANode) {
+TEST_F(BridgeTest, SystemsInfoHasOneLineANodeAndIsCutToItsField) {
     AddNode(0, "  Link \n", {{7, "Bridge"}, {4, "1"}, {5, "2"}, {6, "3"}});
     AddNode(1, std::string(32, 'H'), {{4, "4"}, {5, "5"}, {6, "6"}});
     EXPECT_EQ(oz_bridge_read_cam_systems_info(hcam), 1);
     EXPECT_EQ(std::string(camera_.reads().cam_systems_info),
               "Link(I/F) - Bridge @ 1.2.3\n" + std::string(32, 'H') + "(CAM) -  @ 4.5.6");
     EXPECT_FALSE(bv::ApiGlobal::IsErrorCodeSet());
-}
 
-TEST_F(BridgeTest, SystemsInfoStopsAtNodeFive) {
     for (uns8 node = 0; node < 8; ++node) AddNode(node, "N", {});
     EXPECT_EQ(oz_bridge_read_cam_systems_info(hcam), 1);
     const std::string info = camera_.reads().cam_systems_info;
-    EXPECT_EQ(std::count(info.begin(), info.end(), '\n'), 5);
-}
+    EXPECT_EQ(std::count(info.begin(), info.end(), '\n'), 5) << "nodes";
 
-TEST_F(BridgeTest, SystemsInfoIsCutToItsField) {
     AddNode(0, "Link", {{7, std::string(3000, 'v')}});
     EXPECT_EQ(oz_bridge_read_cam_systems_info(hcam), 1);
     EXPECT_EQ(std::string(camera_.reads().cam_systems_info).size(), 1024u);
@@ -117,8 +103,7 @@ TEST_F(BridgeTest, SystemsInfoFailsWithoutVersions) {
     AddNode(0, "Link", {{4, "1"}});
     for (const auto command : {OZ_DATA_GET_VERSION_INFO, OZ_DATA_GET_VERSION_INFO_LENGTH}) {
         camera_.firmware().bridge_reply(static_cast<uns8>(command), 0, BC_TIMEOUT, {});
-        EXPECT_EQ(oz_bridge_read_cam_systems_info(hcam), 0);
-        EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), BC_TIMEOUT);
+        EXPECT_EQ(support::ErrorOf(oz_bridge_read_cam_systems_info(hcam)), BC_TIMEOUT);
     }
 }
 

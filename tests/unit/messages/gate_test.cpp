@@ -1,11 +1,8 @@
 #include "messages/gate.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <numeric>
 
-#include "support/core/test_camera.h"
-#include "support/core/trace_capture.h"
+#include "support/core/camera_test.h"
 
 using support::hex;
 using testing::ElementsAre;
@@ -13,12 +10,11 @@ using testing::IsEmpty;
 
 namespace {
 
-class GateTest : public testing::Test {
+class GateTest : public support::CameraTest<> {
   protected:
     boolean16 Send(const std::vector<uns8>& message, bool reply,
                    uns8 c_class = CLASS_HOST_COMMANDS) {
-        return bz_cam_write_read(support::TestCamera::hcam, c_class,
-                                 static_cast<uns16>(message.size()), message.data(),
+        return bz_cam_write_read(hcam, c_class, static_cast<uns16>(message.size()), message.data(),
                                  reply ? reply_.data() : nullptr);
     }
 
@@ -31,8 +27,6 @@ class GateTest : public testing::Test {
         return message;
     }
 
-    support::TestCamera camera_;
-    support::TraceCapture trace_;
     std::vector<uns8> reply_ = std::vector<uns8>(70000);
 };
 

@@ -1,11 +1,9 @@
 #include "messages/host_command_message.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <stdexcept>
 
-#include "support/core/test_camera.h"
-#include "support/core/trace_capture.h"
+#include "support/core/camera_test.h"
 
 using bv::HostCommandMessage;
 using support::hex;
@@ -15,11 +13,7 @@ using testing::IsEmpty;
 
 namespace {
 
-class HostCommandMessageTest : public testing::Test {
-  protected:
-    support::TestCamera camera_;
-    static constexpr int16 hcam = support::TestCamera::hcam;
-};
+using HostCommandMessageTest = support::CameraTest<>;
 
 // One pattern of a message, and the bytes that it must have on both kinds of cameras.
 struct Pattern {
@@ -28,10 +22,6 @@ struct Pattern {
     const char* wire;
     const char* wire_with_status;
 };
-
-void PrintTo(const Pattern& pattern, std::ostream* out) {
-    *out << pattern.name;
-}
 
 const Pattern patterns[] = {
     {"Read",
@@ -65,30 +55,21 @@ const Pattern patterns[] = {
      "3F 000F 48 00017FFE 26 99 00000000 97 28 0206"},
 };
 
-class MessagePattern : public HostCommandMessageTest,
-                       public testing::WithParamInterface<Pattern> {};
-
-TEST_P(MessagePattern, HasTheseBytes) {
-    for (const char* wire : {GetParam().wire, GetParam().wire_with_status}) {
-        HostCommandMessage message(hcam);
-        GetParam().build(message);
-        ASSERT_EQ(message.Execute(), 1);
-        EXPECT_EQ(camera_.writes().back(), hex(wire));
-        camera_.use_reply_status();
+TEST_F(HostCommandMessageTest, PatternsHaveTheseBytes) {
+    for (const bool with_status : {false, true}) {
+        if (with_status) camera_.use_reply_status();
+        for (const Pattern& pattern : patterns) {
+            HostCommandMessage message(hcam);
+            pattern.build(message);
+            ASSERT_EQ(message.Execute(), 1);
+            EXPECT_EQ(camera_.writes().back(),
+                      hex(with_status ? pattern.wire_with_status : pattern.wire))
+                << pattern.name;
+        }
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(All, MessagePattern, testing::ValuesIn(patterns),
-                         [](const auto& test) { return test.param.name; });
-
-class Replies : public HostCommandMessageTest, public testing::WithParamInterface<bool> {
-  protected:
-    void SetUp() override {
-        if (GetParam()) camera_.use_reply_status();
-    }
-};
-
-TEST_P(Replies, AreFoundByCommandWhateverTheirOrderAndEncoding) {
+TEST_F(HostCommandMessageTest, RepliesAreFoundByCommandWhateverTheirOrderAndEncoding) {
     camera_.firmware()
         .reply(SPD_BIT_DEPTH, 1, 0x9C)
         .reply(CUR_CCD_TEMP, hex("FF38"))
@@ -97,32 +78,34 @@ TEST_P(Replies, AreFoundByCommandWhateverTheirOrderAndEncoding) {
         .reply(TEMP_RANGE, hex("0014FFCE"))
         .reply(GET_GAIN_NAME, "High sensitivity")
         .reply(GET_SYSTEM_NAME, std::string(32, 'x'));
-    HostCommandMessage message(hcam);
-    message.BeginReply();
-    for (const auto id : {SPD_BIT_DEPTH, CUR_CCD_TEMP, GET_PP_PARAM, GET_CLEARING_TIME, TEMP_RANGE,
-                          GET_GAIN_NAME, GET_SYSTEM_NAME}) {
-        message.AddRead(id);
+    for (const bool with_status : {false, true}) {
+        SCOPED_TRACE(with_status);
+        if (with_status) camera_.use_reply_status();
+        HostCommandMessage message(hcam);
+        message.BeginReply();
+        for (const auto id : {SPD_BIT_DEPTH, CUR_CCD_TEMP, GET_PP_PARAM, GET_CLEARING_TIME,
+                              TEMP_RANGE, GET_GAIN_NAME, GET_SYSTEM_NAME}) {
+            message.AddRead(id);
+        }
+        message.RequestReply();
+        ASSERT_EQ(message.Execute(), 1);
+
+        EXPECT_EQ(message.Reply<uns8>(SPD_BIT_DEPTH), 0x9C);
+        EXPECT_EQ(message.Reply<int16>(CUR_CCD_TEMP), -200);
+        EXPECT_EQ(message.Reply<uns32>(GET_PP_PARAM), 0x01020304u);
+        EXPECT_EQ(message.Reply<int64>(GET_CLEARING_TIME), 0x0102030405060708);
+        int16 temperature = 0;
+        message.GetReply(CUR_CCD_TEMP, &temperature);
+        EXPECT_EQ(temperature, -200);
+        EXPECT_THAT(message.ReplyBytes(TEMP_RANGE), ElementsAre(0x00, 0x14, 0xFF, 0xCE));
+        EXPECT_EQ(message.GetReplyData(TEMP_RANGE), message.ReplyBytes(TEMP_RANGE).data());
+        char name[32];
+        message.GetReply(GET_GAIN_NAME, name);
+        EXPECT_STREQ(name, "High sensitivity");
+        message.GetReply(GET_SYSTEM_NAME, name);
+        EXPECT_EQ(std::string(name), std::string(31, 'x'));
     }
-    message.RequestReply();
-    ASSERT_EQ(message.Execute(), 1);
-
-    EXPECT_EQ(message.Reply<uns8>(SPD_BIT_DEPTH), 0x9C);
-    EXPECT_EQ(message.Reply<int16>(CUR_CCD_TEMP), -200);
-    EXPECT_EQ(message.Reply<uns32>(GET_PP_PARAM), 0x01020304u);
-    EXPECT_EQ(message.Reply<int64>(GET_CLEARING_TIME), 0x0102030405060708);
-    int16 temperature = 0;
-    message.GetReply(CUR_CCD_TEMP, &temperature);
-    EXPECT_EQ(temperature, -200);
-    EXPECT_THAT(message.ReplyBytes(TEMP_RANGE), ElementsAre(0x00, 0x14, 0xFF, 0xCE));
-    EXPECT_EQ(message.GetReplyData(TEMP_RANGE), message.ReplyBytes(TEMP_RANGE).data());
-    char name[32];
-    message.GetReply(GET_GAIN_NAME, name);
-    EXPECT_STREQ(name, "High sensitivity");
-    message.GetReply(GET_SYSTEM_NAME, name);
-    EXPECT_EQ(std::string(name), std::string(31, 'x'));
 }
-
-INSTANTIATE_TEST_SUITE_P(StatusByte, Replies, testing::Bool());
 
 // The first entry of a repeated id stays, and the second one's bytes are part of the reply.
 TEST_F(HostCommandMessageTest, RepeatedReadGivesTheFirstReply) {
@@ -168,8 +151,7 @@ TEST_F(HostCommandMessageTest, LengthBeyondSixteenBitsIsRefused) {
     message.AddWrite(SET_TIDAL_STREAM_EXP_PARAMS, block);
     message.AddWrite(SET_TEMP, int16{1});
     message.AddReadLength();
-    EXPECT_EQ(message.Execute(), 0);
-    EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), C0_SYS_ERR_SEND_BYTE);
+    EXPECT_EQ(support::ErrorOf(message.Execute()), C0_SYS_ERR_SEND_BYTE);
     EXPECT_THAT(camera_.writes(), IsEmpty());
 }
 

@@ -1,5 +1,4 @@
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "messages/host_command_message.h"
 #include "support/core/test_camera.h"

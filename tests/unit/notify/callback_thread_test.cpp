@@ -68,10 +68,6 @@ struct CounterCase {
     std::vector<int32> left;
 };
 
-void PrintTo(const CounterCase& row, std::ostream* out) {
-    *out << "limit " << row.limit << " frames " << testing::PrintToString(row.frames);
-}
-
 class CallbackCounters : public testing::TestWithParam<std::tuple<uns32, CounterCase>> {};
 
 TEST_P(CallbackCounters, NewestFramesWin) {

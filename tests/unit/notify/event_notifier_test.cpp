@@ -2,7 +2,6 @@
 
 #include <cstring>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "support/core/test_camera.h"
 #include "support/core/trace_capture.h"
@@ -143,8 +142,7 @@ TEST_F(EventNotifierTest, CancelledReportEndsTheThread) {
     // Nothing begins any more that would never be told of.
     EXPECT_EQ(orvex_callbacks_set_frame_count(device(), 1, 1), 0);
     EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), C7_DRIVER_COM_ERROR);
-    EXPECT_EQ(heard_.listen(hcam, OX_CALLBACK_BOF), 0);
-    EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), C7_DRIVER_COM_ERROR);
+    EXPECT_EQ(support::ErrorOf(heard_.listen(hcam, OX_CALLBACK_BOF)), C7_DRIVER_COM_ERROR);
 }
 
 TEST_F(EventNotifierTest, RemovalIsHeardOnceUntilTheCameraIsBack) {
@@ -167,8 +165,7 @@ TEST_F(EventNotifierTest, UnreachableDeviceFileFailsTheStart) {
     const std::string former = device()->path;
     std::strcpy(device()->path, "/nowhere/device");
     int16 handle = -1;
-    EXPECT_EQ(dv_cam_open("Camera 0", &handle), 0);
-    EXPECT_EQ(bv::ApiGlobal::GetErrorCode(), C0_RESOURCE_ALLOCATION_FAILED);
+    EXPECT_EQ(support::ErrorOf(dv_cam_open("Camera 0", &handle)), C0_RESOURCE_ALLOCATION_FAILED);
     EXPECT_EQ(camera().state(), uint32_t{DEVICE_CLOSED}) << "nobody has a handle to close it";
     EXPECT_EQ(camera().ioctl_codes().back(), uint32_t{DV_CAM_CLOSE});
     EXPECT_EQ(device()->write_ack, nullptr);

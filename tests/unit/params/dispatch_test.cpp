@@ -1,4 +1,3 @@
-#include <gmock/gmock.h>
 
 #include "params/accessors.h"
 #include "support/core/trace_capture.h"
@@ -56,29 +55,23 @@ TEST_F(Dispatch, UsualFrameBufferIsBoundInFramesAndInBytes) {
     EXPECT_EQ(Get<uns64>(PARAM_FRAME_BUFFER_SIZE, ATTR_MAX), 0u) << "without frames";
 }
 
-TEST_F(Dispatch, ColourOfTheSensor) {
+TEST_F(Dispatch, SingleParameters) {
     camera_.reads().cap_color_mask = 0;
     EXPECT_EQ(Get<int32>(PARAM_COLOR_MODE), COLOR_RGGB);
     camera_.reads().cap_color = 0;
     camera_.reads().cap_color_mask = 1;
     EXPECT_EQ(Get<int32>(PARAM_COLOR_MODE), COLOR_NONE);
     EXPECT_EQ(camera_.writes().size(), 0u);
-}
 
-TEST_F(Dispatch, InterfaceModeOfAnUnknownInterface) {
     camera_.firmware().reply(GET_CAM_IFC_TYPE_CURRENT, 4, 999);
     EXPECT_TRUE(Fails(PARAM_CAM_INTERFACE_MODE, ATTR_CURRENT, C3_INVALID_CAPABILITIES));
     EXPECT_TRUE(trace_.failed_with(C3_INVALID_CAPABILITIES,
                                    "Invalid capabilities, unknown interface type"));
-}
 
-TEST_F(Dispatch, DefaultClearModeDependsOnWhoseListItIs) {
     EXPECT_EQ(Get<int32>(PARAM_CLEAR_MODE, ATTR_DEFAULT), 2);
     camera_.reads().nvp_caps = 0;
     EXPECT_EQ(Get<int32>(PARAM_CLEAR_MODE, ATTR_DEFAULT), CLEAR_PRE_EXPOSURE);
-}
 
-TEST_F(Dispatch, SetpointThatCannotChange) {
     camera_.reads().temp_min = camera_.reads().temp_max;
     EXPECT_EQ(Get<uns32>(PARAM_TEMP_SETPOINT, ATTR_COUNT), 1u);
     EXPECT_EQ(Get<int16>(PARAM_TEMP_SETPOINT, ATTR_INCREMENT), 0);

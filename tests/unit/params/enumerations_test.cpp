@@ -1,4 +1,3 @@
-#include <gmock/gmock.h>
 #include <string>
 
 #include "rich_camera.h"

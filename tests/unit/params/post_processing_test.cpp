@@ -1,7 +1,5 @@
 #include "params/post_processing.h"
 
-#include <gmock/gmock.h>
-
 #include "params/accessors.h"
 #include "support/core/trace_capture.h"
 

@@ -1,6 +1,3 @@
-#include <cstring>
-#include <gmock/gmock.h>
-#include <string>
 
 #include "params/accessors.h"
 #include "params/io_ports.h"
@@ -60,26 +57,21 @@ boolean16 Write(uns32 id, int64 value) {
     return bv_set_param(0, id, storage);
 }
 
-class Setters : public RichCameraTest, public testing::WithParamInterface<Setting> {
-  protected:
-    void SetUp() override { camera_.firmware().reply(TOTAL_PORTS, 1, 2); }
-};
-
 }  // namespace
 
-TEST_P(Setters, WriteAndReadBackInOneExchange) {
-    const Setting& setting = GetParam();
-    EXPECT_EQ(Write(setting.id, setting.value), 1);
-    ASSERT_FALSE(camera_.writes().empty());
-    const support::Bytes frame = camera_.writes().back();
-    EXPECT_EQ(support::Bytes(frame.begin() + 3, frame.end()), hex(setting.commands));
-    EXPECT_EQ(camera_.firmware().count(setting.setter()), 1u);
-    EXPECT_EQ(camera_.cam_info().script_valid, setting.clears ? 0 : 1);
+TEST(Setters, WriteAndReadBackInOneExchange) {
+    for (const Setting& setting : settings) {
+        SCOPED_TRACE(bv_text_param_id(setting.id));
+        RichCamera camera;
+        camera.firmware().reply(TOTAL_PORTS, 1, 2);
+        EXPECT_EQ(Write(setting.id, setting.value), 1);
+        ASSERT_FALSE(camera.writes().empty());
+        const support::Bytes frame = camera.writes().back();
+        EXPECT_EQ(support::Bytes(frame.begin() + 3, frame.end()), hex(setting.commands));
+        EXPECT_EQ(camera.firmware().count(setting.setter()), 1u);
+        EXPECT_EQ(camera.cam_info().script_valid, setting.clears ? 0 : 1);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(All, Setters, testing::ValuesIn(settings), [](const auto& setting) {
-    return std::string(bv_text_param_id(setting.param.id) + std::strlen("PARAM_"));
-});
 
 TEST_F(SetterRefusals, SendNothing) {
     struct Refusal {

@@ -1,5 +1,4 @@
 #include <cstring>
-#include <gmock/gmock.h>
 
 #include "rich_camera.h"
 

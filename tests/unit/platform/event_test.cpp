@@ -9,6 +9,7 @@
 #include <sys/mount.h>
 #include <sys/wait.h>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -32,41 +33,25 @@ int OpenObject(const std::string& object) {
     return shm_open(object.c_str(), O_RDWR, 0);
 }
 
-struct EventCase {
-    bool named;
-    EventReset reset;
-    bool signalled;
-};
-
-void PrintTo(const EventCase& row, std::ostream* out) {
-    *out << (row.named ? "named" : "unnamed")
-         << (row.reset == EventReset::manual ? " manual" : " automatic")
-         << (row.signalled ? " signalled" : "");
-}
-
-class EventStates : public testing::TestWithParam<EventCase> {};
-
-TEST_P(EventStates, SignalIsTakenByAutomaticWaitsAlone) {
-    const auto [named, reset, signalled] = GetParam();
-    Event event;
-    ASSERT_TRUE(event.Create(named ? OwnName("states").c_str() : nullptr, reset, signalled));
-    EXPECT_GE(event.Handle(), 0);
-    if (!signalled) {
+TEST(Event, SignalIsTakenByAutomaticWaitsAlone) {
+    for (const auto& [named, reset, signalled] : {std::tuple{true, EventReset::manual, false},
+                                                  {true, EventReset::automatic, false},
+                                                  {false, EventReset::automatic, true},
+                                                  {false, EventReset::manual, true}}) {
+        Event event;
+        ASSERT_TRUE(event.Create(named ? OwnName("states").c_str() : nullptr, reset, signalled));
+        EXPECT_GE(event.Handle(), 0);
+        if (!signalled) {
+            EXPECT_FALSE(event.Wait(0));
+            EXPECT_TRUE(event.Set());
+        }
+        EXPECT_TRUE(event.Wait(0));
+        EXPECT_EQ(event.Wait(0), reset == EventReset::manual);
+        event.Set();
+        event.Reset();
         EXPECT_FALSE(event.Wait(0));
-        EXPECT_TRUE(event.Set());
     }
-    EXPECT_TRUE(event.Wait(0));
-    EXPECT_EQ(event.Wait(0), reset == EventReset::manual);
-    event.Set();
-    event.Reset();
-    EXPECT_FALSE(event.Wait(0));
 }
-
-INSTANTIATE_TEST_SUITE_P(All, EventStates,
-                         testing::Values(EventCase{true, EventReset::manual, false},
-                                         EventCase{true, EventReset::automatic, false},
-                                         EventCase{false, EventReset::automatic, true},
-                                         EventCase{false, EventReset::manual, true}));
 
 TEST(Event, ObjectLiesAsDriversExpectIt) {
     Event event;
@@ -244,11 +229,8 @@ TEST(Event, AutomaticSignalLetsOneWaiterThrough) {
     Event event;
     ASSERT_TRUE(event.Create(nullptr, EventReset::automatic, false));
     ShareSignals(event);
-}
-
-TEST(LocalEvent, AutomaticSignalLetsOneWaiterThrough) {
-    LocalEvent event(EventReset::automatic, false);
-    ShareSignals(event);
+    LocalEvent local(EventReset::automatic, false);
+    ShareSignals(local);
 }
 
 TEST(Event, WaitGivesUpAfterItsLimitAndNotBefore) {

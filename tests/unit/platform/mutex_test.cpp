@@ -1,6 +1,5 @@
 #include "platform/mutex.h"
 
-#include <atomic>
 #include <gtest/gtest.h>
 #include <mutex>
 #include <system_error>

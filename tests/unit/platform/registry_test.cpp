@@ -22,33 +22,26 @@ struct ValueCase {
     std::optional<std::string> value;  // of "Current Version"
 };
 
-void PrintTo(const ValueCase& row, std::ostream* out) {
-    *out << (row.value ? "value '" + *row.value + "'" : "no value");
-}
+const ValueCase value_cases[] = {
+    {Header() + "Current Version=3.1.2.5\n", "3.1.2.5"},
+    {"\xEF\xBB\xBF  " + Header() + "  Current Version =  a = b \r\n", "a = b"},
+    {Header() + "; Current Version=1\n#Current Version=2\nrubbish\ncurrent version=3", "3"},
+    {"Current Version=0\n[x]\nCurrent Version=1\n" + Header() +
+         "Notification=n\n[y]\nCurrent Version=2\n" + Header() + "Current Version=4\n[z]\n",
+     "4"},
+    {Header() + "Current Version=\n", ""},
+    {Header() + "[y]\n", std::nullopt},
+    {Header() + "Current Version\n=5\n[", std::nullopt}};
 
-class RegistryValues : public testing::TestWithParam<ValueCase> {};
-
-TEST_P(RegistryValues, AreReadFromTheirSection) {
+TEST(Registry, ValuesAreReadFromTheirSection) {
     TempDir directory;
-    Environment place("ORVEX_REGISTRY", directory.write("r.ini", GetParam().file).string());
-    const std::optional<RegistryKey> key = RegistryKey::Open(key_name);
-    ASSERT_TRUE(key);
-    EXPECT_EQ(key->Text("Current Version", 1024), GetParam().value);
+    for (const auto& [file, value] : value_cases) {
+        Environment place("ORVEX_REGISTRY", directory.write("r.ini", file).string());
+        const std::optional<RegistryKey> key = RegistryKey::Open(key_name);
+        ASSERT_TRUE(key) << file;
+        EXPECT_EQ(key->Text("Current Version", 1024), value) << file;
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Files, RegistryValues,
-    testing::Values(
-        ValueCase{Header() + "Current Version=3.1.2.5\n", "3.1.2.5"},
-        ValueCase{"\xEF\xBB\xBF  " + Header() + "  Current Version =  a = b \r\n", "a = b"},
-        ValueCase{Header() + "; Current Version=1\n#Current Version=2\nrubbish\ncurrent version=3",
-                  "3"},
-        ValueCase{"Current Version=0\n[x]\nCurrent Version=1\n" + Header() +
-                      "Notification=n\n[y]\nCurrent Version=2\n" + Header() +
-                      "Current Version=4\n[z]\n",
-                  "4"},
-        ValueCase{Header() + "Current Version=\n", ""}, ValueCase{Header() + "[y]\n", std::nullopt},
-        ValueCase{Header() + "Current Version\n=5\n[", std::nullopt}));
 
 TEST(Registry, ValueIsCutToItsLimit) {
     TempDir directory;

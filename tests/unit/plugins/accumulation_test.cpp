@@ -2,13 +2,12 @@
 // operation that was carried out fails with a null pointer.
 #include <dlfcn.h>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <system_error>
 
 #include "plugins/accumulation_host.h"
 #include "state/api_locks.h"
 #include "state/call.h"
-#include "state/camera_tables.h"
+#include "support/core/test_camera.h"
 #include "support/environment.h"
 #include "support/modules/accumulation_module.h"
 #include "support/temp_dir.h"
@@ -22,19 +21,10 @@ namespace {
 // Three cameras, of which the first is closed, and a path on which a plug-in can be installed.
 class Accumulation : public testing::Test {
   protected:
-    Accumulation() {
-        bv::ApiGlobal::ClearErrorCode(EXT_OPEN_EXCLUSIVE);
-        orvex_initialized = 1;
-        total_cams = 3;
-        pg_cam_info = std::make_unique<cam_info_type[]>(3);
-        pg_cam_info[1].open = pg_cam_info[2].open = 1;
-    }
+    Accumulation() { cameras_.cam_info(0).open = 0; }
     ~Accumulation() override {
         ffUnloadLibrary();
         if (module_) dlclose(module_);
-        orvex_initialized = 0;
-        total_cams = 0;
-        pg_cam_info.reset();
     }
 
     // Installs a module and gives access to what it notes.
@@ -54,6 +44,7 @@ class Accumulation : public testing::Test {
     }
 
     static constexpr int16 hcam_ = 1;
+    support::TestCamera cameras_{3};
     support::TempDir directory_;
     support::Environment path_{"ORVEX_MODULE_PATH", directory_.path().string()};
     void* module_ = nullptr;

@@ -9,6 +9,7 @@
 #include "plugins/post_processing_host.h"
 #include "state/call.h"
 #include "state/camera_tables.h"
+#include "support/core/test_camera.h"
 #include "support/environment.h"
 #include "support/modules/post_processing_module.h"
 #include "support/temp_dir.h"
@@ -18,26 +19,9 @@ namespace tests {
 // Two open cameras, and a drive on which a plug-in can be installed.
 class PostProcessing : public testing::Test {
   protected:
-    PostProcessing() {
-        bv::ApiGlobal::ClearErrorCode(EXT_OPEN_EXCLUSIVE);
-        orvex_initialized = 1;
-        total_cams = 2;
-        pg_cam_info = std::make_unique<cam_info_type[]>(2);
-        pg_decode_info = std::make_unique<decode_info_type[]>(2);
-        pg_cam_cfg = std::make_unique<cam_cfg_type[]>(2);
-        pg_cam_reads = std::make_unique<cam_reads_type[]>(2);
-        pg_cam_info[0].open = 1;
-        pg_cam_info[1].open = 1;
-    }
     ~PostProcessing() override {
         bv_pop_unloadlibrary();
         if (module_) dlclose(module_);
-        orvex_initialized = 0;
-        total_cams = 0;
-        pg_cam_reads.reset();
-        pg_cam_cfg.reset();
-        pg_decode_info.reset();
-        pg_cam_info.reset();
     }
 
     // Installs a module where the plug-in belongs; its state can be changed before it is loaded.
@@ -67,6 +51,7 @@ class PostProcessing : public testing::Test {
         return code;
     }
 
+    support::TestCamera cameras_{2};
     support::TempDir drive_;
     support::Environment system_drive_{"SystemDrive", drive_.path().string()};
     void* module_ = nullptr;

@@ -1,5 +1,4 @@
 #include <array>
-#include <gmock/gmock.h>
 
 #include "unit/plugins/installed_post_processing.h"
 
@@ -44,14 +43,12 @@ TEST_F(PostProcessingFrames, ApplicationsRingRunsOnItsOwnCount) {
     EXPECT_EQ(Retrieve(1), 1);
 }
 
-TEST_F(PostProcessingFrames, NoSlotWithoutARing) {
+TEST_F(PostProcessingFrames, RingModuleAndFramesAreNeeded) {
     void* frame = nullptr;
     EXPECT_EQ(bv_pop_retrieve_user_buffer(0, &frame, 1), 0);
     EXPECT_EQ(TakeError(), C2_NOT_AVAILABLE);
     EXPECT_EQ(frame, nullptr);
-}
 
-TEST_F(PostProcessingFrames, ProcessingNeedsModuleAndFrames) {
     EXPECT_EQ(bv_pop_process(0, ring_.data(), ring_.data(), 0, 2, 1, 1), 0);
     EXPECT_EQ(TakeError(), C2_NOT_AVAILABLE);
     Load();

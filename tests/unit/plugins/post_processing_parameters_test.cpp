@@ -1,4 +1,3 @@
-#include <cstring>
 #include <gmock/gmock.h>
 
 #include "unit/log/collected_log.h"
@@ -42,6 +41,13 @@ class PostProcessingParameters : public PostProcessing {
 };
 
 TEST_F(PostProcessingParameters, RefuseUnknownAttributes) {
+    // Without a plug-in every value is 0 first.
+    for (const AttributeGetter getter : getters) {
+        uns8 value[8] = {0x5A};
+        EXPECT_EQ(getter(0, 9, value), 0);
+        EXPECT_EQ(TakeError(), C2_NOT_AVAILABLE);
+        EXPECT_EQ(value[0], 0);
+    }
     Load();
     for (const AttributeGetter getter : getters) {
         for (int16 attribute : {int16{-1}, int16{9}, int16{300}}) {

@@ -36,34 +36,31 @@ struct Wrong {
     const char* message;
 };
 
-class WrongConfigurations : public testing::TestWithParam<Wrong> {};
+const Wrong wrong_configurations[] = {
+    {"{", "is not valid JSON"},
+    {"[]", "configuration must be an object"},
+    {R"({"camera": []})", "configuration: \"camera\" is not a known setting"},
+    {R"({"cameras": 3})", "configuration: \"cameras\" must be a list of at most 21 cameras"},
+    {R"({"cameras": [{}]})", "cameras[0]: \"model\" must be ccd, cmos, plain or em"},
+    {R"({"cameras": [{"model": "em"}, {"model": "em"}]})", "cameras[1]: \"name\" is used twice"},
+    {R"({"cameras": [{"model": "em", "name": "12345678901234567890123456789012"}]})",
+     "cameras[0]: \"name\" must have 1 to 31 characters"},
+    {R"({"time_scale": -1})", "configuration: \"time_scale\" must lie between 0 and 1000"},
+    {R"({"seed": 1.5})",
+     "configuration: \"seed\" must be a whole number from 0 to 18446744073709551615"},
+    {R"({"scene": {"kind": "file"}})",
+     "configuration.scene: \"path\" is needed for a scene from a file"},
+    {R"({"faults": [{"fault": "rain"}]})",
+     "configuration.faults: \"fault\" must name a known fault"}};
 
-TEST_P(WrongConfigurations, SayWhatIsWrongAndWhere) {
-    std::vector<CameraOptions> cameras;
-    std::string message;
-    EXPECT_FALSE(softcam::ParseConfiguration(GetParam().text, cameras, message));
-    EXPECT_EQ(message, GetParam().message);
+TEST(Configuration, SaysWhatIsWrongAndWhere) {
+    for (const auto& [text, expected] : wrong_configurations) {
+        std::vector<CameraOptions> cameras;
+        std::string message;
+        EXPECT_FALSE(softcam::ParseConfiguration(text, cameras, message));
+        EXPECT_EQ(message, expected);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    All, WrongConfigurations,
-    testing::Values(
-        Wrong{"{", "is not valid JSON"}, Wrong{"[]", "configuration must be an object"},
-        Wrong{R"({"camera": []})", "configuration: \"camera\" is not a known setting"},
-        Wrong{R"({"cameras": 3})",
-              "configuration: \"cameras\" must be a list of at most 21 cameras"},
-        Wrong{R"({"cameras": [{}]})", "cameras[0]: \"model\" must be ccd, cmos, plain or em"},
-        Wrong{R"({"cameras": [{"model": "em"}, {"model": "em"}]})",
-              "cameras[1]: \"name\" is used twice"},
-        Wrong{R"({"cameras": [{"model": "em", "name": "12345678901234567890123456789012"}]})",
-              "cameras[0]: \"name\" must have 1 to 31 characters"},
-        Wrong{R"({"time_scale": -1})", "configuration: \"time_scale\" must lie between 0 and 1000"},
-        Wrong{R"({"seed": 1.5})",
-              "configuration: \"seed\" must be a whole number from 0 to 18446744073709551615"},
-        Wrong{R"({"scene": {"kind": "file"}})",
-              "configuration.scene: \"path\" is needed for a scene from a file"},
-        Wrong{R"({"faults": [{"fault": "rain"}]})",
-              "configuration.faults: \"fault\" must name a known fault"}));
 
 class ConfiguredModule : public ModuleTest {};
 

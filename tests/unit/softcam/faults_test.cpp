@@ -4,8 +4,6 @@
 
 namespace {
 
-using client::Bytes;
-
 class FaultTest : public ModuleTest {
   protected:
     void SetUp() override {
@@ -14,20 +12,6 @@ class FaultTest : public ModuleTest {
                                   "cameras": [{"model": "cmos"}, {"model": "em"}]})"));
     }
 };
-
-TEST_F(FaultTest, RepliesAreCutGarbledAndRefused) {
-    client::Connection& camera = Camera();
-    camera.Console("fault short_reply 1");
-    camera.Ask(PAR_SIZE, 2);
-    EXPECT_EQ(camera.Ask(PAR_SIZE, 2), Bytes{8});
-    camera.Console("fault garbled_reply");
-    EXPECT_EQ(camera.Ask(PAR_SIZE, 2), (Bytes{8 ^ 0xA5, 0xA5}));
-    camera.Console("fault refused_command");
-    EXPECT_TRUE(camera.Ask(PAR_SIZE, 2).empty());
-    client::Connection& with_status = Camera(1);
-    with_status.Console("fault refused_command");
-    EXPECT_EQ(with_status.Ask(PAR_SIZE, 3), Bytes{3});
-}
 
 TEST_F(FaultTest, SuspendAndBusResetAreReported) {
     client::Connection& camera = Camera();

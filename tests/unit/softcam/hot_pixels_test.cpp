@@ -12,18 +12,10 @@ constexpr uint32_t x = 100, y = 200, side = 256;
 
 // Places, in binned pixels of the region, whose counts stand far above the dark scene.
 std::set<std::pair<uint32_t, uint32_t>> Bright(client::Connection& camera, uint32_t bin) {
-    const auto pixels =
-        client::Pixels(camera.RunProgram(CLASS_SIMPLIFIED_CCL,
-                                         client::Simplified({{OP_FRAME_COUNT, 1},
-                                                             {OP_SUB_ROI_COUNT, 1},
-                                                             {OP_EXPOSURETIME, 2000},
-                                                             {OP_BIN_X, bin},
-                                                             {OP_BIN_Y, bin},
-                                                             {OP_IMGCOORD_TOPL_X, x},
-                                                             {OP_IMGCOORD_TOPL_Y, y},
-                                                             {OP_IMGCOORD_BOTR_X, x + side - 1},
-                                                             {OP_IMGCOORD_BOTR_Y, y + side - 1}}),
-                                         side / bin * side / bin * 2));
+    const auto b = static_cast<uint16_t>(bin);
+    const client::Run run{.regions = {{x, x + side - 1, b, y, y + side - 1, b}}, .exposure = 2000};
+    const auto pixels = client::Pixels(
+        camera.RunProgram(CLASS_SIMPLIFIED_CCL, run.Program(), side / bin * side / bin * 2));
     std::set<std::pair<uint32_t, uint32_t>> places;
     for (uint32_t i = 0; i < pixels.size(); ++i)
         if (pixels[i] > 1000) places.emplace(i / (side / bin), i % (side / bin));
@@ -45,9 +37,7 @@ TEST_F(HotPixels, GlowWhereTheSeedSaysAtEveryBinning) {
         EXPECT_GT(expected.size(), 200u);
         EXPECT_EQ(Bright(camera, bin), expected) << "binning " << bin;
     }
-}
-
-TEST_F(HotPixels, AreDarkInIdealMode) {
+    cameras_.clear();
     ASSERT_TRUE(Configure(R"({"time_scale": 0, "scene": {"kind": "flat", "level": 0}, "seed": 3,
                               "noise": false, "hot_pixels": 20000, "cameras": [{"model": "cmos"}]})"));
     EXPECT_TRUE(Bright(Camera(), 1).empty());

@@ -101,10 +101,7 @@ TEST(Interpreter, EndsWithAReason) {
                     ProgramEnd::budget_spent)
                   .size(),
               499 * 7u + 6u);
-}
-
-// A program without end is good as long as it makes frames.
-TEST(Interpreter, EachFrameRenewsTheBudget) {
+    // A program without end is good as long as it makes frames.
     Record record;
     record.left = 5000;
     EXPECT_EQ(softcam::RunProgram(

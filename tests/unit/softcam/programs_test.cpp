@@ -1,6 +1,8 @@
 // Hand-written programs against the scene they must show. That whole sequences of the library do,
 // whatever is asked for, is a property of its own.
 
+#include "support/scene_image.h"
+
 #include "module_fixture.h"
 
 namespace {
@@ -10,28 +12,8 @@ using client::Full;
 using client::Pixels;
 using client::Simplified;
 
-// The ramp scene, written down again.
-uint32_t Ramp(uint32_t x, uint32_t y) {
-    return (3 * x + 5 * y + 7 * (x / 16) * (y / 16)) % 4096;
-}
-
-std::vector<uint16_t> Expected(const rgn_type& region) {
-    std::vector<uint16_t> pixels;
-    for (uint32_t row = 0; row < (region.p2 - region.p1 + 1u) / region.pbin; ++row) {
-        for (uint32_t column = 0; column < (region.s2 - region.s1 + 1u) / region.sbin; ++column) {
-            uint32_t sum = 0;
-            for (uint32_t y = 0; y < region.pbin; ++y)
-                for (uint32_t x = 0; x < region.sbin; ++x)
-                    sum += Ramp(region.s1 + column * region.sbin + x,
-                                region.p1 + row * region.pbin + y);
-            pixels.push_back(static_cast<uint16_t>(std::min<uint32_t>(sum, 0xFFFF)));
-        }
-    }
-    return pixels;
-}
-
 uint32_t FrameBytes(const rgn_type& region) {
-    return static_cast<uint32_t>(Expected(region).size() * 2);
+    return static_cast<uint32_t>(support::RampRegion(region).size() * 2);
 }
 
 const char* const ideal =
@@ -75,7 +57,7 @@ TEST_F(Programs, SeveralRegionsComeWrappedInMetadata) {
             EXPECT_EQ(client::Little(at + 23, 2), extension);
             EXPECT_EQ(at[32], 255);
             at += 32 + extension;
-            EXPECT_EQ(Pixels({at, FrameBytes(region)}), Expected(region));
+            EXPECT_EQ(Pixels({at, FrameBytes(region)}), support::RampRegion(region));
             at += FrameBytes(region);
         }
     }

@@ -2,7 +2,6 @@
 
 #include <array>
 #include <functional>
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <string>
 #include <thread>

@@ -1,7 +1,6 @@
 #include "state/call.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "unit/log/collected_log.h"
 

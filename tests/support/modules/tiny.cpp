@@ -1,5 +1,3 @@
-#pragma once
-
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
@@ -7,8 +5,7 @@
 
 #include "orvex/orvex_ddi.h"
 
-// Source of the tiny driver modules of support/modules: each defines what it is before it includes
-// this file.
+// A tiny driver module, in the variants that its definitions make:
 //
 //     ORVEX_TINY_NO_VERSION, _NO_INIT, _NO_UNINIT   that entry point is missing
 //     ORVEX_TINY_INIT_RESULT, ORVEX_TINY_UNINIT_RESULT   what they return; 1 unless defined

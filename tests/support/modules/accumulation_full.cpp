@@ -1,2 +1,0 @@
-#define ACCUMULATION_MODULE_SOURCE
-#include "support/modules/accumulation_module.h"

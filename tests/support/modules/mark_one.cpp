@@ -1,4 +1,0 @@
-// One of two modules that are told apart by what they answer.
-extern "C" __attribute__((visibility("default"))) int module_mark() {
-    return 1;
-}

@@ -1,2 +1,0 @@
-#define POST_PROCESSING_MODULE_SOURCE
-#include "support/modules/post_processing_module.h"

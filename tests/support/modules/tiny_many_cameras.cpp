@@ -1,2 +1,0 @@
-#define ORVEX_TINY_CAMERAS 20
-#include "support/tiny_module.h"

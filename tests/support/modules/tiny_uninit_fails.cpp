@@ -1,2 +1,0 @@
-#define ORVEX_TINY_UNINIT_RESULT 0
-#include "support/tiny_module.h"
