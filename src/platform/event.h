@@ -22,9 +22,9 @@ class Event {
     bool Create(const char* name, EventReset reset, bool signalled);
     void Close();
 
-    bool IsOpen() const { return event_.state != nullptr; }
+    bool IsOpen() const { return orvex_event_is_open(&event_) == 1; }
     // False for an event whose name was taken by an object that this user can't remove.
-    bool IsNamed() const { return event_.creator != 0; }
+    bool IsNamed() const { return orvex_event_is_named(&event_) == 1; }
     // What is passed to a driver; -1 when there is none.
     int64_t Handle() const { return IsOpen() ? event_.handle : -1; }
 
