@@ -44,7 +44,7 @@ void ErrorCheckingMutex::Hold() {
 }
 
 void ErrorCheckingMutex::unlock() {
-    if (!IsHeldByThisThread()) return;
+    if (!holder_.load(std::memory_order_relaxed)) return;
     holder_.store(nullptr, std::memory_order_relaxed);
     mutex_.unlock();
 }

@@ -27,8 +27,7 @@ class ErrorCheckingMutex {
     void lock();
     // False when it could not be had within the limit, or is held by the calling thread.
     bool TryLockFor(uint32_t limit_ms);
-    // Nothing for a thread that doesn't hold it, as the only one of a child that was forked in a
-    // call.
+    // By its holder; nothing in a child that was forked while this thread held it.
     void unlock();
     bool IsHeldByThisThread() const;
     // In a forked child: free, whoever held it in the parent.
