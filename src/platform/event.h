@@ -8,8 +8,8 @@ namespace platform {
 
 enum class EventReset { manual, automatic };
 
-// A named or unnamed event in shared memory, in the form that orvex_event.h shares with driver
-// modules. Owns the object; destruction unlinks the name.
+// A named or unnamed event, in the form that orvex_event.h shares with driver modules. Owns the
+// object; destruction removes the name.
 class Event {
   public:
     Event() = default;
@@ -42,7 +42,7 @@ class Event {
 // Removes the named events that processes of this user left behind when they died.
 void SweepEvents();
 
-// An automatic or manual event that only threads of this process share; it spends no descriptor.
+// An automatic or manual event that only threads of this process share; it spends no handle.
 class LocalEvent {
   public:
     LocalEvent(EventReset reset, bool signalled) : reset_(reset), signalled_(signalled ? 1u : 0u) {}

@@ -150,6 +150,8 @@ void KeepLibraryForGood() {
     if (const char* const name = LoadedName()) dlopen(name, RTLD_NOW | RTLD_NOLOAD | RTLD_NODELETE);
 }
 
+void KeepLibraryForWorker() {}
+
 void ReleaseLibrary() {
     if (kept_library) dlclose(kept_library);
     kept_library = nullptr;
