@@ -39,3 +39,15 @@ function(orvex_sources variable)
     list(SORT found)
     set(${variable} ${found} PARENT_SCOPE)
 endfunction()
+
+# orvex_platform_sources(<variable> <folder>...): the same without what is for other systems, which
+# stands in folders of that name.
+function(orvex_platform_sources variable)
+    orvex_sources(found ${ARGN})
+    if(WIN32)
+        list(FILTER found EXCLUDE REGEX "/posix/[^/]*$")
+    else()
+        list(FILTER found EXCLUDE REGEX "/windows/[^/]*$")
+    endif()
+    set(${variable} ${found} PARENT_SCOPE)
+endfunction()

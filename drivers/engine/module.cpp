@@ -7,7 +7,6 @@
 #include <exception>
 #include <mutex>
 #include <new>
-#include <pthread.h>
 #include <string>
 #include <string_view>
 
@@ -15,6 +14,7 @@
 
 #include "engine/device.h"
 #include "engine/device_directory.h"
+#include "engine/platform.h"
 
 namespace engine {
 namespace {
@@ -33,7 +33,7 @@ class Module {
         const size_t count = std::min<size_t>(sensors.size(), ORVEX_DDI_MAX_DEVICES);
         for (size_t i = 0; i < count; ++i) {
             devices_.push_back(std::make_unique<Device>(
-                std::move(sensors[i]), directory_.Path() + "/cam" + std::to_string(i)));
+                std::move(sensors[i]), directory_.File("cam" + std::to_string(i))));
             ddi.devices[i] = devices_.back()->Record();
         }
         ddi.camCount = static_cast<int16_t>(count);
@@ -74,9 +74,7 @@ constinit Storage storage;
 // A forked child has a copy of the parent's cameras, whose threads are not there, and leaves it
 // alone: with none of its own it starts from nothing.
 void ForgetInForkedChildren() {
-    static const int registered =
-        pthread_atfork(nullptr, nullptr, [] { new (&storage.module) Module; });
-    static_cast<void>(registered);
+    InForkedChildren([] { new (&storage.module) Module; });
 }
 
 }  // namespace
