@@ -266,7 +266,7 @@ const Refusal refusals[] = {
     {"snap Left --format gif", 2, "take tif, fits, png or raw"},
     {"snap Left --mode edge", 2, "Left has no mode 'edge'; it has timed, strobed"},
     {"snap Left --expose-out any-row", 2, "has no expose-out signal"},
-    {"snap Stuck --frames 5 --timeout 0.3", 1, "0.3 s; the last was frame 2"},
+    {"snap Stuck --frames 5 --timeout 2", 1, "2 s; the last was frame 2"},
     {"snap Warm --wait-temp --timeout 0.2", 1, "not at its set-point of -40.00 C"},
     {"snap Left --frames 1 --roi 0,0,8,8 --out /proc/nothing/here", 1, "nothing"},
     {"info Left >/dev/full", 1, ""},

@@ -90,12 +90,15 @@ std::string ProcessOf(const std::string& line) {
 }
 
 TEST_F(Process, ChildrenStartFromNothing) {
-    for (const char* what : {"exit", "call", "restart", "callback"}) {
+    for (const std::string what : {"exit", "call", "restart", "callback"}) {
         SCOPED_TRACE(what);
+#ifdef __SANITIZE_THREAD__
+        // It ends a child whose thread the system names as it did one of the parent's.
+        if (what == "restart") continue;
+#endif
         // A thread sanitizer ends children that start threads, unless it is told not to.
-        ExpectWell(
-            RunInChild(std::string("fork ") + what,
-                       no_leaks + "TSAN_OPTIONS=die_after_fork=0 " + Cameras("1") + Traced()));
+        ExpectWell(RunInChild(
+            "fork " + what, no_leaks + "TSAN_OPTIONS=die_after_fork=0 " + Cameras("1") + Traced()));
         // Nobody writes for another, and who writes begins and ends with a banner of its own.
         std::map<std::string, std::string> banners;
         size_t outside = 0;
@@ -109,7 +112,7 @@ TEST_F(Process, ChildrenStartFromNothing) {
                 ++outside;
         }
         EXPECT_EQ(outside, 0u);
-        EXPECT_EQ(banners.size(), std::string(what) == "restart" ? 4u : 1u);
+        EXPECT_EQ(banners.size(), what == "restart" ? 4u : 1u);
         EXPECT_THAT(banners, testing::Each(testing::Pair(testing::_, "started stopped ")));
         std::filesystem::remove(log_);
     }
