@@ -121,15 +121,18 @@ TEST(Interpreter, NeverLeavesTheProgram) {
     }
 }
 
+// One electron more in each row, in its first pixel.
+void NumberRow(int32_t row, std::span<uint32_t> pixels) {
+    pixels[0] = static_cast<uint32_t>(row) + 1;
+}
+
 // A sensor that counts its storage among its rows: the half away from the register sees light.
 TEST(ChargeArray, HalfOfTheRowsAreStorageWhenThePreMaskIsSmall) {
     const softcam::Geometry geometry{.columns = 2, .rows = 7, .premask = 1, .postmask = 1};
     const softcam::SensorLayout layout = softcam::LayoutOf(geometry, true);
     EXPECT_EQ(layout.lit_rows, 3u);
     softcam::ChargeArray charge(layout);
-    const auto expose = [&] {
-        charge.Charge(false, [](uint32_t row, std::span<uint32_t> pixels) { pixels[0] = row + 1; });
-    };
+    const auto expose = [&] { charge.Charge(false, NumberRow); };
     expose();
     for (int frame = 0; frame < 2; ++frame) {
         charge.Shift(4);
@@ -150,7 +153,7 @@ TEST(ChargeArray, HalfOfTheRowsAreStorageWhenThePreMaskIsSmall) {
 TEST(ChargeArray, DiscardedRowsReachTheRegisterAndDrainedOnesDoNot) {
     const softcam::Geometry geometry{.columns = 1, .rows = 4};
     softcam::ChargeArray charge(softcam::LayoutOf(geometry, false));
-    charge.Charge(false, [](uint32_t row, std::span<uint32_t> pixels) { pixels[0] = row + 1; });
+    charge.Charge(false, NumberRow);
     charge.Drain(1);
     charge.Shift(2);
     EXPECT_EQ(charge.ShiftSerial(), 2u + 3u);
@@ -166,7 +169,7 @@ TEST(ChargeArray, ShiftsLeaveAShareToTheNextCharge) {
     softcam::Noise noise(5);
     const softcam::Geometry geometry{.columns = 52, .rows = 202};
     softcam::ChargeArray charge(softcam::LayoutOf(geometry, false), loss, &noise);
-    charge.Charge(false, [](uint32_t row, std::span<uint32_t> pixels) {
+    charge.Charge(false, [](int32_t row, std::span<uint32_t> pixels) {
         if (row == 199) pixels[49] = bright;
     });
     std::array<std::array<uint32_t, 52>, 202> read{};
