@@ -43,6 +43,8 @@ std::vector<Output> prepare_outputs(const SnapOptions& options) {
     for (const Format& format : formats()) {
         if (options.formats.empty() && !ending && !format.bare) chosen.push_back(&format);
     }
+    // A program that was built without the libraries of the others has but this one.
+    if (chosen.empty()) chosen = {&find_format("raw")};
     const std::filesystem::path given(options.out);
     const std::string base = ending ? (given.parent_path() / given.stem()).string() : options.out;
     std::vector<Output> outputs;
