@@ -158,7 +158,7 @@ TEST(PluginRing, LibraryEndsInTheMiddleOfARun) {
 TEST(PluginRing, IsTheApplicationsWhenThePluginIsSwitchedInTheRun) {
     const PluginCamera camera("1");
     camera.SwitchOn(threshold);
-    for (const uns32 then_on : {0, 1}) {
+    for (const uns32 then_on : {0u, 1u}) {
         const std::vector<uns16> ring = camera.StartContinuous(64, PluginCamera::region, 5);
         camera.SetModule(0, 0, then_on);
         uns16* frame = nullptr;
