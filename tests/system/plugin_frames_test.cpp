@@ -128,7 +128,8 @@ TEST(PluginAverage, SequenceShowsTheMeanOfTheLastFrames) {
     EXPECT_THAT(numbers(camera.RunSequence(2)), ElementsAre(1, 2));
 }
 
-constexpr rgn_type whole_sensor{.s1 = 0, .s2 = 2047, .sbin = 1, .p1 = 0, .p2 = 2047, .pbin = 1};
+// Frames of 2 MB, whose memory goes back to the system at once.
+constexpr rgn_type large_region{.s1 = 0, .s2 = 1023, .sbin = 1, .p1 = 0, .p2 = 1023, .pbin = 1};
 
 // The camera must have let go of the private ring before its memory goes, or it writes where
 // nothing is any more; so must a callback that is in the plug-in with a frame of it.
@@ -147,7 +148,7 @@ TEST(PluginRing, LibraryEndsInTheMiddleOfARun) {
         camera.Require(ox_cam_register_callback_ex2(camera.handle(), OX_CALLBACK_EOF,
                                                     reinterpret_cast<void*>(take)),
                        "register");
-        const std::vector<uns16> ring = camera.StartContinuous(4, whole_sensor, 1);
+        const std::vector<uns16> ring = camera.StartContinuous(4, large_region, 1);
         ASSERT_TRUE(support::Eventually([] { return begun > 0; }));
         EXPECT_EQ(ox_orvex_uninit(), 1);
     }
@@ -174,7 +175,7 @@ TEST(PluginRing, IsTheApplicationsWhenThePluginIsSwitchedInTheRun) {
 TEST(PluginRing, RunIsStartedTwice) {
     const PluginCamera camera;
     camera.SwitchOn(no_threshold);
-    std::vector<uns16> ring = camera.StartContinuous(4, whole_sensor, 1);
+    std::vector<uns16> ring = camera.StartContinuous(4, large_region, 1);
     camera.AwaitFirstFrame();
     const auto bytes = static_cast<uns32>(ring.size() * sizeof(uns16));
     camera.Require(ox_exp_start_cont(camera.handle(), ring.data(), bytes), "start again");
