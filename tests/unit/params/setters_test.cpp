@@ -7,7 +7,6 @@
 
 using support::hex;
 
-class SetterRefusals : public RichCameraTest {};
 class Choices : public RichCameraTest {};
 
 namespace {
@@ -73,7 +72,7 @@ TEST(Setters, WriteAndReadBackInOneExchange) {
     }
 }
 
-TEST_F(SetterRefusals, SendNothing) {
+TEST_F(Choices, ThatAreRefusedSendNothing) {
     struct Refusal {
         uns32 id;
         int64 value;

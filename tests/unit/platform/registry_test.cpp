@@ -43,7 +43,7 @@ TEST(Registry, ValuesAreReadFromTheirSection) {
     }
 }
 
-TEST(Registry, ValueIsCutToItsLimit) {
+TEST(Registry, ValueIsCutToItsLimitAndUnusableFilesHaveNoKey) {
     TempDir directory;
     Environment place("ORVEX_REGISTRY",
                       directory.write("r.ini", Header() + "V=" + std::string(3000, 'x')).string());
@@ -51,14 +51,10 @@ TEST(Registry, ValueIsCutToItsLimit) {
     ASSERT_TRUE(key);
     EXPECT_EQ(key->Text("V", 1024)->size(), 1023u);
     EXPECT_EQ(key->Text("V", 0)->size(), 0u);
-}
-
-TEST(Registry, UnusableFilesHaveNoKey) {
-    TempDir directory;
     for (const std::string& content :
          {std::string(), std::string("[SOFTWARE\\Other]\nV=1\n"),
           std::string("[") + key_name + "\nV=1\n", std::string("]\n["), std::string(5000, '\0')}) {
-        Environment place("ORVEX_REGISTRY", directory.write("r.ini", content).string());
+        Environment unusable("ORVEX_REGISTRY", directory.write("r.ini", content).string());
         EXPECT_FALSE(RegistryKey::Open(key_name)) << content;
     }
 }
