@@ -33,6 +33,7 @@ class BackgroundFrames {
     bool Remembers() const { return frames_ > 1; }
     // Valid until the next call.
     const Image& Without(const Image& image);
+    const Image& Without(Image&& image) = delete;  // may be what comes back
 
   private:
     size_t frames_;

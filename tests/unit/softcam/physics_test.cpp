@@ -318,8 +318,10 @@ TEST(Centroids, FindsSpotsWhereTheyAre) {
 TEST(Centroids, TheAverageOfTheFramesBeforeIsTakenOff) {
     softcam::BackgroundFrames background(4);
     std::vector<uint16_t> left;
-    for (const uint16_t pixel : std::vector<uint16_t>{90, 0, 0, 90, 90, 90})
-        left.push_back(background.Without(Row({pixel})).pixels[0]);
+    for (const uint16_t pixel : std::vector<uint16_t>{90, 0, 0, 90, 90, 90}) {
+        const softcam::Image row = Row({pixel});
+        left.push_back(background.Without(row).pixels[0]);
+    }
     EXPECT_EQ(left, (std::vector<uint16_t>{90, 0, 0, 60, 60, 30}));
 }
 
