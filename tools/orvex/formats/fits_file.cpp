@@ -114,7 +114,7 @@ class FitsFile : public FrameFile {
         char* units[] = {no_unit, seconds, no_unit};
         fits_create_tbl(file_, BINARY_TBL, 0, 3, names, forms, units, "FRAMES", &status_);
         for (size_t i = 0; i < frames.size(); ++i) {
-            const auto row = static_cast<LONGLONG>(i + 1);
+            const LONGLONG row = static_cast<LONGLONG>(i) + 1;
             auto frame = static_cast<int>(frames[i].number);
             double begin = frames[i].begin_s.value_or(std::numeric_limits<double>::quiet_NaN());
             std::string date =
