@@ -48,12 +48,11 @@ std::vector<Output> prepare_outputs(const SnapOptions& options) {
     const std::filesystem::path given(options.out);
     const std::string base = ending ? (given.parent_path() / given.stem()).string() : options.out;
     std::vector<Output> outputs;
-    for (const Format* one : chosen) {
-        const Format& format = *one;
-        const bool as_given = &format == ending;
-        const std::string path = as_given ? options.out : base + format.endings.front();
-        outputs.push_back({&format, OutputFile(path, options.force)});
-        if (format.bare)
+    for (const Format* format : chosen) {
+        const bool as_given = ending && format == ending;
+        const std::string path = as_given ? options.out : base + format->endings.front();
+        outputs.push_back({format, OutputFile(path, options.force)});
+        if (format->bare)
             outputs.push_back({nullptr, OutputFile(side_file_path(path), options.force)});
     }
     return outputs;
