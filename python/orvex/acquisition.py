@@ -265,8 +265,9 @@ class Run:
         """A frame that a plug-in keeps outside of the ring; None in the ring."""
         if place is None or 0 <= place - self.buffer.ctypes.data < self.buffer.nbytes:
             return None
-        return numpy.frombuffer((ctypes.c_uint8 * self.slots.shape[1]).from_address(place),
-                                numpy.uint8)
+        memory = (ctypes.c_uint8 * self.slots.shape[1]).from_address(place)
+        frame: Bytes = numpy.ctypeslib.as_array(memory)
+        return frame
 
     def give_back(self) -> None:
         """Lets the camera have the frame that was taken."""

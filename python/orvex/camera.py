@@ -208,8 +208,6 @@ class Camera:
         size = interface.TYPES["uns32"]()
         call("the set-up was refused", "ox_exp_setup_seq", self.handle, frames,
              len(set_up.regions), set_up.regions, set_up.mode, set_up.exposure, ctypes.byref(size))
-        if size.value < frames * set_up.pixel_bytes:
-            raise ValueError("a sequence ends at 4 GiB")
         patience = set_up.patience(self)
         with self._running(set_up, size.value // frames, frames, "ox_exp_start_seq") as run:
             while True:

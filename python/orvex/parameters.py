@@ -193,8 +193,22 @@ class Parameter:
             # What a C type can't hold must not turn into another number.
             if not isinstance(given.value, float) and given.value != number:
                 raise ValueError(f"{new!r} is no {self.type} for {self._short}")
-        call(f"cannot set {self._short} to {new!r}", "ox_set_param", self._connection.handle,
-             self.id, ctypes.byref(given))
+        what = f"cannot set {self._short} to {new!r}"
+        try:
+            call(what, "ox_set_param", self._connection.handle, self.id, ctypes.byref(given))
+        except Error as error:
+            raise Error(what + self._possible(), error.code) from None
+
+    def _possible(self) -> str:
+        """What could be set, as a part of a sentence; empty where that is not known."""
+        try:
+            if not self.writable:
+                return ", which is read-only"
+            if self.type == "ENUM":
+                return ", which is one of " + ", ".join(map(str, self.entries))
+            return f", which is read-write from {self.min} to {self.max}"
+        except (Error, TypeError):
+            return ""
 
     @property
     def amount(self) -> float:
