@@ -50,17 +50,19 @@ def main(picture="photon_transfer.png"):
     linear = (signal > 0) & (points[:, 0] < 0.8 * 2 ** bits)
     slope = numpy.polyfit(signal[linear], variance[linear] - floor, 1, w=1 / variance[linear])[0]
     gain = 1 / slope  # electrons a count
-    print(f"gain {gain:.3f} e-/count, read noise {gain * floor ** 0.5:.2f} e-, bias {bias:.1f} counts")
+    noise = gain * floor ** 0.5
+    print(f"gain {gain:.3f} e-/count, read noise {noise:.2f} e-, bias {bias:.1f} counts")
     print("the camera says", ", ".join(f"{name} {value:g}" for name, value in told.items()))
 
     figure, axes = plot.subplots(figsize=(7, 5), layout="constrained")
     axes.loglog(signal, variance ** 0.5, "o", label="pairs of frames")
     x = numpy.geomspace(max(signal.min() / 3, 0.1), signal.max())
-    axes.loglog(x, (floor + x / gain) ** 0.5, label=f"{gain:.2f} e-/count, "
-                f"{gain * floor ** 0.5:.2f} e- read noise")
+    axes.loglog(x, (floor + x / gain) ** 0.5,
+                label=f"{gain:.2f} e-/count, {noise:.2f} e- read noise")
     axes.loglog(x, (x / gain) ** 0.5, "--", linewidth=1, label="photons alone")
     axes.axvline(2 ** bits - bias, color="gray", linewidth=1, label=f"{bits} bits")
-    axes.set(ylim=(floor ** 0.5 / 1.5, None), xlabel="mean above bias [counts]", ylabel="noise [counts]", title=camera.name)
+    axes.set(ylim=(floor ** 0.5 / 1.5, None), xlabel="mean above bias [counts]",
+             ylabel="noise [counts]", title=camera.name)
     axes.grid(which="both", alpha=0.3)
     axes.legend()
     figure.savefig(picture, dpi=120)

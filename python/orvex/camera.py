@@ -37,10 +37,10 @@ class Camera:
     has such a resolution. ``roi`` is ``(x, y, width, height)`` in unbinned pixels, a list of such
     where the camera takes several (which switches its metadata on), None for the whole sensor.
     ``binning`` is a number or ``(columns, rows)``. ``trigger`` and ``expose_out`` are modes by the
-    camera's text (``parameter("EXPOSURE_MODE").members``), by the name of the constant, or a number;
-    without a trigger exposures follow one another. A frame that does not come within ``timeout``
-    seconds raises TimeoutError; by default these are exposure, readout and 5 s, for ever with a
-    trigger, and 0 is for ever. What cannot be meant raises ValueError before the camera is asked.
+    camera's text (``parameter("EXPOSURE_MODE").members``), by the name of the constant, or a
+    number; without a trigger exposures follow one another. A frame that does not come within
+    ``timeout`` seconds raises TimeoutError; by default these are exposure, readout and 5 s, for
+    ever with a trigger, and 0 is for ever. What cannot be meant raises ValueError before the camera is asked.
     Ctrl-C, and every other error, stops the camera.
     """
 
@@ -48,6 +48,7 @@ class Camera:
     _connection: Connection
     _events: Events
     _run: Run | None
+    _known: list[str]
 
     def __init__(self, name: str | int = 0) -> None:
         known = cameras()
@@ -56,7 +57,8 @@ class Camera:
                 raise ValueError(f"there are {len(known)} cameras, and no number {name}")
             name = known[name]
         connection = Connection(name)
-        self.__dict__.update(name=name, _connection=connection, _events=Events(), _run=None)
+        self.__dict__.update(name=name, _connection=connection, _events=Events(), _run=None,
+                             _known=list(interface.LISTS["ORVEX_PARAMS"]))
         weakref.finalize(self, connection.close)
 
     @property
@@ -107,7 +109,10 @@ class Camera:
         self[_attribute(name)] = value
 
     def _names(self) -> list[str]:
-        return [parameter.name.removeprefix("PARAM_") for parameter in self.parameters()]
+        # Whether there are some has to be asked of the camera, which would end a run.
+        if self._connection.buffer is None:
+            self.__dict__["_known"] = [parameter.name for parameter in self.parameters()]
+        return [name.removeprefix("PARAM_") for name in self._known]
 
     def __dir__(self) -> list[str]:
         return [*super().__dir__(), *(name.lower() for name in self._names())]

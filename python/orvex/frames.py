@@ -117,13 +117,14 @@ def recompose(data: Bytes, box: Roi, binning: tuple[int, int] = (1, 1)) -> Image
     with _decoded(data) as frame:
         if frame.roiCount:
             (x, y, width, height), _ = outline(frame.impliedRoi)
-            left, top = x // binning[0] - box[0] // binning[0], y // binning[1] - box[1] // binning[1]
+            left = x // binning[0] - box[0] // binning[0]
+            top = y // binning[1] - box[1] // binning[1]
             if (left < 0 or left + width // binning[0] > image.shape[1]
                     or top < 0 or top + height // binning[1] > image.shape[0]):
                 raise ValueError(f"the regions reach from {(x, y)} over {width} x {height} pixels, "
                                  f"out of {box}")
-            call("cannot recompose the frame", "ox_md_frame_recompose", image.ctypes.data, left, top,
-                 image.shape[1], image.shape[0], ctypes.byref(frame))
+            call("cannot recompose the frame", "ox_md_frame_recompose", image.ctypes.data, left,
+                 top, image.shape[1], image.shape[0], ctypes.byref(frame))
     return image
 
 

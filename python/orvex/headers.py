@@ -38,7 +38,8 @@ def read(folder: pathlib.Path) -> dict[str, Any]:
         "TYPES": {name: base.removesuffix("_t")
                   for base, name in re.findall(r"typedef (\w+) (\w+);", text)},
         "RECORDS": {name: {"packed": body in packed, "fields": _fields(body, constants)}
-                    for body, name in re.findall(r"typedef struct \w+ \{(.*?)\} (\w+);", text, re.S)},
+                    for body, name
+                    in re.findall(r"typedef struct \w+ \{(.*?)\} (\w+);", text, re.S)},
         "FUNCTIONS": {name: (result, [_type(argument) for argument in arguments.split(",")
                                       if argument.strip() != "void"])
                       for result, name, arguments
@@ -68,7 +69,7 @@ def write(folder: pathlib.Path, output: pathlib.Path, library: str | None = None
 
 
 if __name__ == "__main__":
-    _parser = argparse.ArgumentParser(description="Writes the interface of the library as a module.")
+    _parser = argparse.ArgumentParser(description="Writes the library's interface as a module.")
     _parser.add_argument("folder", type=pathlib.Path, help="with the headers")
     _parser.add_argument("output", type=pathlib.Path, help="the module")
     _parser.add_argument("--library", help="place of the library, seen from the package")

@@ -82,10 +82,13 @@ class Parameter:
         return self.name.removeprefix("PARAM_")
 
     def __repr__(self) -> str:
-        facts = self._short
+        facts = f"{self._short} {_TYPES[self.id >> 24]}"
+        if self._connection.buffer is not None:
+            return f"<{facts}, not asked in a run>"
         try:
-            facts += f" {self.type}" if self.available else " (not available)"
-            if self._connection.buffer is None and self.available:
+            if not self.available:
+                facts += ", not available"
+            else:
                 facts += f" = {self.value!r}"
                 if self.unit:
                     facts += f" ({self.amount:g} {self.unit})"

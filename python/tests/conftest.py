@@ -1,4 +1,4 @@
-"""Cameras for all tests: without noise, faster than real ones, frames with their numbers in them."""
+"""Cameras for all tests: without noise, ten times as fast as real ones, frames with numbers."""
 
 import json
 import os

@@ -106,7 +106,7 @@ def test_the_examples_of_the_readme(tmp_path):
     first, *others = re.findall(r"```python\n(.*?)```", README.read_text(), re.S)
     assert len(first.splitlines()) <= 10
     lines = python("\n".join([f"import os; os.chdir({str(tmp_path)!r})", first, *others]))
-    assert lines[0].startswith("['SoftCMOS-2048'") and (tmp_path / "image.npy").stat().st_size > 1000
+    assert lines[0].startswith("['SoftCMOS-2048'") and (tmp_path / "image.npy").is_file()
     assert "(10, 256, 256)" in lines and "REFUSED C3_RGN_INVALID" in lines
 
 
@@ -114,8 +114,9 @@ def test_an_installed_package_needs_no_headers(tmp_path):
     package = tmp_path / "orvex"
     shutil.copytree(SOURCE, package)
     library = os.path.relpath(os.environ["ORVEX_LIBRARY"], package)
-    subprocess.run([sys.executable, package / "headers.py", SOURCE.parents[1] / "include" / "orvex",
-                    package / "_interface.py", "--library", library], check=True)
+    headers = SOURCE.parents[1] / "include" / "orvex"
+    subprocess.run([sys.executable, package / "headers.py", headers, package / "_interface.py",
+                    "--library", library], check=True)
     (package / "headers.py").write_text("")
     script = """if True:
         import orvex
@@ -135,7 +136,7 @@ def test_a_camera_closes_when_nothing_refers_to_it():
         gc.collect()
     kept = orvex.Camera("Fast")
     orvex.stop()
-    with orvex.Camera("SoftCMOS-2048") as other:
+    with orvex.Camera("Fast") as other:
         refused(orvex.C0_INVALID_HANDLE, lambda: kept.temp)  # and not the temperature of the other
         kept.close()
         assert "closed" in repr(kept) and "open" in repr(other) and other.snap(1).any()
