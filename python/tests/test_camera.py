@@ -160,6 +160,7 @@ def test_a_forked_child_starts_anew():
             except orvex.Error as error:
                 assert error.code == orvex.C2_ORVEX_NOT_INITED
                 with orvex.Camera(0) as own:
+                    assert own.ser_size and camera.handle == -1  # though theirs was the same
                     camera.close()
                     sys.exit(own.snap(1).size == 0)
             sys.exit(3)
