@@ -6,20 +6,28 @@
     with orvex.Camera("SoftCCD-1024") as camera:
         image = camera.snap(exposure_ms=20, roi=(100, 100, 640, 480), binning=2)
 
-The library is the file that ORVEX_LIBRARY names, else the one in build/dev beside this package,
-else the system's. The constants of the headers are here by their names: ``orvex.C2_NOT_AVAILABLE``.
+The library is the file that ORVEX_LIBRARY names, else the one that was installed with this package,
+or built beside it, else the system's. The constants of the headers are here by their names:
+``orvex.C2_NOT_AVAILABLE``.
 """
 
-from . import headers
-from .camera import Camera, Frame
+from . import interface as _interface
+from .camera import Camera
+from .events import FrameInfo
+from .frames import Frame, Metadata, Region, decode, recompose
 from .library import Error, cameras, stop
 from .parameters import EnumValue, Parameter
 
-__all__ = ["Camera", "EnumValue", "Error", "Frame", "Parameter", "cameras", "stop"]
+__all__ = ["Camera", "EnumValue", "Error", "Frame", "FrameInfo", "Metadata", "Parameter", "Region",
+           "cameras", "decode", "recompose", "stop"]
 
 
-def __getattr__(name):
+def __getattr__(name: str) -> int:
     try:
-        return headers.CONSTANTS[name]
+        return _interface.CONSTANTS[name]
     except KeyError:
         raise AttributeError(f"orvex has no {name!r}") from None
+
+
+def __dir__() -> list[str]:
+    return [*__all__, *_interface.CONSTANTS]

@@ -1,77 +1,77 @@
-"""What the public headers say, read at import: constants, types, records and functions.
+"""Reads the public headers: constants, lists, units, records and functions.
 
-Parameter ids, error codes, enumerations and records are written down once, in include/orvex; this
-module reads the list macros, records and prototypes there.
+All of these are written down once, in include/orvex. A source tree reads them when the package is
+imported; an installed package has them as the module ``_interface``, which this file writes:
+
+    python3 headers.py FOLDER OUTPUT [--library PATH]
+
+with the folder of the headers, and the place of the library as seen from the installed package.
 """
 
-import ctypes
-import os
+from __future__ import annotations
+
+import argparse
 import pathlib
+import pprint
 import re
+from typing import Any
 
-_FILES = ("orvex_types.h", "orvex_errors.h", "orvex_params.h", "orvex.h")
-
-
-def _folder():
-    here = pathlib.Path(__file__).resolve()
-    candidates = [here.parents[2] / "include", "/usr/local/include", "/usr/include"]
-    if "ORVEX_INCLUDE" in os.environ:
-        candidates.insert(0, os.environ["ORVEX_INCLUDE"])
-    for candidate in candidates:
-        folder = pathlib.Path(candidate) / "orvex"
-        if all((folder / name).is_file() for name in _FILES):
-            return folder
-    raise ImportError("the headers of orvex are in none of "
-                      + ", ".join(map(str, candidates)) + "; ORVEX_INCLUDE names their folder")
+_FILES = ("orvex_types.h", "orvex_errors.h", "orvex_params.h", "orvex_units.h", "orvex.h")
 
 
-def _read():
-    text = "\n".join((_folder() / name).read_text() for name in _FILES)
-    text = re.sub(r"/\*.*?\*/", "", text, flags=re.S)
-    return text.replace("\\\n", " ")
+def read(folder: pathlib.Path) -> dict[str, Any]:
+    """What the headers in a folder say, as plain data; FileNotFoundError when one is missing."""
+    text = "\n".join((folder / name).read_text() for name in _FILES)
+    rows = re.findall(r"X\((PARAM_\w+), 0x\w+\) */\* (.*?) \*/", text)
+    text = re.sub(r"/\*.*?\*/", "", text, flags=re.S).replace("\\\n", " ")
+    macros = dict(re.findall(r"#define (ORVEX_\w+)\(X\)(.*)", text))
+    units = re.findall(r'X\((\w+), (\d+), "(.*?)"\)', macros.pop("ORVEX_UNITS"))
+    lists = {name: {entry: int(value, 0) for entry, value in re.findall(r"X\((\w+), (\w+)", body)}
+             for name, body in macros.items()}
+    constants = {name: int(value) for name, value in re.findall(r"#define ([A-Z_]+) (\d+)\n", text)}
+    packed = "".join(re.findall(r"#pragma pack\(push, 1\)(.*?)#pragma pack\(pop\)", text, re.S))
+    return {
+        "LISTS": lists,
+        "CONSTANTS": constants,
+        "DESCRIPTIONS": dict(rows),
+        "UNITS": {name: (int(steps), unit) for name, steps, unit in units},
+        "TYPES": {name: base.removesuffix("_t")
+                  for base, name in re.findall(r"typedef (\w+) (\w+);", text)},
+        "RECORDS": {name: {"packed": body in packed, "fields": _fields(body, constants)}
+                    for body, name
+                    in re.findall(r"typedef struct \w+ \{(.*?)\} (\w+);", text, re.S)},
+        "FUNCTIONS": {name: (result, [_type(argument) for argument in arguments.split(",")
+                                      if argument.strip() != "void"])
+                      for result, name, arguments
+                      in re.findall(r"ORVEX_API (\w+) (\w+)\((.*?)\);", text, re.S)},
+    }
 
 
-_TEXT = _read()
-
-#: Entries of each list macro in their order: ``LISTS["ORVEX_PARAMS"]["PARAM_TEMP"]`` is an id.
-LISTS = {
-    name: {entry: int(value, 0) for entry, value in re.findall(r"X\((\w+),\s*(\w+)", rows)}
-    for name, rows in re.findall(r"#define (ORVEX_\w+)\(X\)(.*)", _TEXT)
-}
-
-#: All constants by name.
-CONSTANTS = {name: value for rows in LISTS.values() for name, value in rows.items()}
-CONSTANTS |= {name: int(value) for name, value in re.findall(r"#define ([A-Z_]+) (\d+)\n", _TEXT)}
-
-#: The ctypes type of each value type, ``TYPES["uns16"]``.
-TYPES = {
-    name: getattr(ctypes, "c_" + base.removesuffix("_t"))
-    for base, name in re.findall(r"typedef (\w+) (\w+);", _TEXT)
-}
+def _fields(body: str, constants: dict[str, int]) -> list[tuple[str, str, int]]:
+    """Name, type and length of each field; 0 for what is no array."""
+    return [(name, _type(kind + name), int(constants.get(length, length or 0)))
+            for kind, name, length in re.findall(r"([\w ]+?[* ]+)(\w+)(?:\[(\w+)\])?;", body)]
 
 
-def _type(text):
-    words = text.replace("const", "").replace("struct", "").strip()
-    return ctypes.c_void_p if words.endswith("*") else TYPES[words]
+def _type(declaration: str) -> str:
+    """The type in front of a name; every pointer is a ``"*"``."""
+    words = declaration.replace("const ", "").split()
+    return "*" if "*" in declaration else words[0]
 
 
-def _record(name, body):
-    fields = []
-    for kind, field, length in re.findall(r"([\w ]+?\**) *(\w+)(?:\[(\d+)\])?;", body):
-        fields.append((field, _type(kind) * int(length) if length else _type(kind)))
-    return type(name, (ctypes.Structure,), {"_fields_": fields})
+def write(folder: pathlib.Path, output: pathlib.Path, library: str | None = None) -> None:
+    """Writes what the headers say as a Python module."""
+    data = read(folder) | {"LIBRARY": library}
+    lines = ['"""Made from the public headers by headers.py."""']
+    lines += [f"{name} = {pprint.pformat(value, width=100, sort_dicts=False)}"
+              for name, value in data.items()]
+    output.write_text("\n\n".join(lines) + "\n")
 
 
-for _name in ("rgn_type", "FRAME_INFO_TAG", "FRAME_INFO", "tidal_stream_type"):
-    _body = re.search(r"typedef struct " + _name + r" \{(.*?)\}", _TEXT, re.S).group(1)
-    TYPES[_name] = _record(_name, _body)
-
-
-def declare(library):
-    """Gives the functions of a loaded library their arguments and results."""
-    for result, name, arguments in re.findall(r"ORVEX_API (\w+) (\w+)\((.*?)\);", _TEXT, re.S):
-        function = getattr(library, name)
-        function.restype = TYPES[result]
-        # What stands before the name of an argument is its type.
-        kinds = [re.sub(r"\w+$", "", " ".join(a.split())) for a in arguments.split(",")]
-        function.argtypes = [_type(kind) for kind in kinds if kind]
+if __name__ == "__main__":
+    _parser = argparse.ArgumentParser(description="Writes the library's interface as a module.")
+    _parser.add_argument("folder", type=pathlib.Path, help="with the headers")
+    _parser.add_argument("output", type=pathlib.Path, help="the module")
+    _parser.add_argument("--library", help="place of the library, seen from the package")
+    _arguments = _parser.parse_args()
+    write(_arguments.folder, _arguments.output, _arguments.library)

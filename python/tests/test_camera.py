@@ -1,7 +1,9 @@
+import gc
 import json
 import os
 import pathlib
 import re
+import shutil
 import subprocess
 import sys
 
@@ -9,6 +11,7 @@ import orvex
 import pytest
 
 README = pathlib.Path(__file__).parents[1] / "README.md"
+SOURCE = pathlib.Path(__file__).parents[1] / "orvex"
 
 
 def refused(code, action):
@@ -18,16 +21,16 @@ def refused(code, action):
 
 
 def test_cameras_open_by_name_and_number():
-    assert orvex.cameras() == ["SoftCMOS-2048", "Fast", "Full", "Plain", "Stuck", "Halted"]
+    assert orvex.cameras() == ["SoftCMOS-2048", "Fast", "Full", "Plain", "Hand", "Stuck", "Halted"]
     with orvex.Camera(1) as camera:
         assert camera.name == "Fast"
         refused(orvex.C0_CAM_ALREADY_OPEN, lambda: orvex.Camera("Fast"))
     refused(orvex.C0_INVALID_HANDLE, lambda: camera["TEMP"])
     camera.close()
     with pytest.raises(ValueError):
-        orvex.Camera(6)
+        orvex.Camera(7)
     orvex.stop()
-    assert len(orvex.cameras()) == 6
+    assert len(orvex.cameras()) == 7
 
 
 @pytest.mark.parametrize("camera", ["Fast", "Full", "Plain"], indirect=True)
@@ -39,10 +42,12 @@ def test_parameters_are_those_of_the_program(camera):
     assert mine.keys() == told.keys()
     for name, row in told.items():
         assert mine[name].id == int(row["id"], 16) and mine[name].type == row["type"], name
+        assert mine[name].unit == row.get("unit", ""), name
         for key in {"min", "max", "increment"} & row.keys():
             # The program tells numbers in their units.
-            told_number = row[key] / row["scale"] if "scale" in row else row[key]
-            assert getattr(mine[name], key) == pytest.approx(told_number), name
+            mine_number = getattr(mine[name], key)
+            mine_number = mine_number / mine[name].steps if mine[name].steps > 1 else mine_number
+            assert mine_number == pytest.approx(row[key]), name
         listed = [{"value": entry, "text": entry.text} for entry in mine[name].entries]
         assert listed == row.get("list", []), name
 
@@ -54,9 +59,16 @@ def test_values_have_the_types_of_python(camera):
     camera.clear_mode = "pre-sequence"
     assert camera.clear_mode == orvex.CLEAR_PRE_SEQUENCE
     assert camera.clear_mode.text == "Pre-Sequence"
+    assert camera.parameter("CLEAR_MODE").members["Pre-Sequence"] == camera.clear_mode
+    temperature = camera.parameter("TEMP_SETPOINT")
+    temperature.amount = -10.5
+    assert (temperature.value, temperature.amount, temperature.unit) == (-1050, -10.5, "C")
+    assert repr(temperature) == "<TEMP_SETPOINT INT16 = -1050 (-10.5 C)>"
     camera.tidal_stream_exp_params = [10, 20, 30]
     assert camera.tidal_stream_exp_params == [10, 20, 30]
-    assert "TEMP" in camera and "PREMASK" in camera and "IO_STATE" not in camera
+    for names in (camera, camera._ipython_key_completions_(), map(str.upper, dir(camera))):
+        assert "TEMP" in (names := names if names is camera else list(names))
+        assert "PREMASK" in names and "IO_STATE" not in names
 
 
 def test_names_that_are_none(camera):
@@ -77,17 +89,64 @@ def test_values_that_no_parameter_takes(camera, name, value):
 
 def test_what_the_library_refuses(camera):
     refused(orvex.C2_FAILED_TO_SET_VALUE, lambda: setattr(camera, "ser_size", 10))
+    with pytest.raises(orvex.Error, match="to -30000, which is read-write from -?\\d+ to \\d+:"):
+        camera.temp_setpoint = -30000
     refused(orvex.C3_RGN_INVALID, lambda: camera.snap(roi=(2040, 0, 16, 16)))
     assert not camera.parameter("SER_SIZE").writable and camera.parameter("CLEAR_MODE").writable
 
 
-def test_the_example_of_the_readme():
-    example = re.search(r"```python\n(.*?)```", README.read_text(), re.S).group(1)
-    run = subprocess.run([sys.executable, "-c", example], capture_output=True, text=True)
+def python(script, **environment):
+    run = subprocess.run([sys.executable, "-c", script], capture_output=True, text=True,
+                         timeout=100, env=os.environ | environment)
     assert run.returncode == 0, run.stderr
-    lines = run.stdout.splitlines()
-    assert lines[3].startswith("(240, 320) ") and lines[4] == "(10, 256, 256)"
-    assert lines[-1].startswith("True the set-up was refused: Invalid region (C3_RGN_INVALID)")
+    return run.stdout.splitlines()
+
+
+def test_the_examples_of_the_readme(tmp_path):
+    first, *others = re.findall(r"```python\n(.*?)```", README.read_text(), re.S)
+    assert len(first.splitlines()) <= 10
+    lines = python("\n".join([f"import os; os.chdir({str(tmp_path)!r})", first, *others]))
+    assert lines[0].startswith("['SoftCMOS-2048'") and (tmp_path / "image.npy").is_file()
+    assert "(10, 256, 256)" in lines and "REFUSED C3_RGN_INVALID" in lines
+
+
+def test_an_installed_package_needs_no_headers(tmp_path):
+    package = tmp_path / "orvex"
+    shutil.copytree(SOURCE, package)
+    library = os.path.relpath(os.environ["ORVEX_LIBRARY"], package)
+    headers = SOURCE.parents[1] / "include" / "orvex"
+    subprocess.run([sys.executable, package / "headers.py", headers, package / "_interface.py",
+                    "--library", library], check=True)
+    (package / "headers.py").write_text("")
+    script = """if True:
+        import orvex
+        assert orvex.Camera(0).snap(1, (0, 0, 32, 16)).shape == (16, 32)
+        print(orvex.__file__, orvex.interface.UNITS["PARAM_TEMP"])"""
+    assert python(script, PYTHONPATH=str(tmp_path), ORVEX_LIBRARY="") == [
+        f"{package}/__init__.py (100, 'C')"]
+
+
+def test_a_camera_closes_when_nothing_refers_to_it():
+    for _ in range(3):
+        camera = orvex.Camera("Fast")  # refused while the last one is open
+        stream = camera.stream(1, (0, 0, 64, 64))
+        heard = [next(stream)]
+        camera.on_frame(heard.append)
+        del camera, stream
+        gc.collect()
+    kept = orvex.Camera("Fast")
+    orvex.stop()
+    with orvex.Camera("Fast") as other:
+        refused(orvex.C0_INVALID_HANDLE, lambda: kept.temp)  # and not the temperature of the other
+        kept.close()
+        assert "closed" in repr(kept) and "open" in repr(other) and other.snap(1).any()
+
+
+def test_waiting_for_a_temperature(camera):
+    assert camera.wait_for_temperature(20, near=100) == pytest.approx(camera.temp / 100, abs=1)
+    assert camera.temp_setpoint == 2000
+    with pytest.raises(TimeoutError, match="set-point of -10.00 C"):
+        camera.wait_for_temperature(-10, timeout=0, near=0.001)
 
 
 def test_a_forked_child_starts_anew():
@@ -101,10 +160,11 @@ def test_a_forked_child_starts_anew():
             except orvex.Error as error:
                 assert error.code == orvex.C2_ORVEX_NOT_INITED
                 with orvex.Camera(0) as own:
+                    assert own.ser_size and camera.handle == -1  # though theirs was the same
+                    camera.close()
                     sys.exit(own.snap(1).size == 0)
             sys.exit(3)
         assert os.waitpid(child, 0)[1] == 0
         assert camera.snap(1).size > 0
         """
-    run = subprocess.run([sys.executable, "-c", script], capture_output=True, text=True, timeout=100)
-    assert run.returncode == 0, run.stderr
+    python(script)

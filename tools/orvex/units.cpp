@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <iterator>
 
+#include "orvex/orvex_units.h"
+
 namespace orvex {
 
 namespace {
@@ -14,36 +16,9 @@ struct Row {
     Unit unit;
 };
 
-constexpr Row rows[] = {
-    {PARAM_ADC_OFFSET, {"counts"}},
-    {PARAM_BIT_DEPTH, {"bits"}},
-    {PARAM_TEMP, {"C", 100}},
-    {PARAM_TEMP_SETPOINT, {"C", 100}},
-    {PARAM_READOUT_TIME, {"us"}},
-    {PARAM_DD_TIMEOUT, {"ms"}},
-    {PARAM_PREMASK, {"rows"}},
-    {PARAM_POSTMASK, {"rows"}},
-    {PARAM_PRESCAN, {"columns"}},
-    {PARAM_POSTSCAN, {"columns"}},
-    {PARAM_PIX_SER_SIZE, {"nm"}},
-    {PARAM_PIX_PAR_SIZE, {"nm"}},
-    {PARAM_PIX_PAR_DIST, {"nm"}},
-    {PARAM_PIX_SER_DIST, {"nm"}},
-    {PARAM_PREAMP_DELAY, {"ms"}},
-    {PARAM_PIX_TIME, {"ns"}},
-    {PARAM_SHTR_CLOSE_DELAY, {"ms"}},
-    {PARAM_SHTR_OPEN_DELAY, {"ms"}},
-    {PARAM_IO_BITDEPTH, {"bits"}},
-    {PARAM_ACTUAL_GAIN, {"e-/count", 100}},
-    {PARAM_READ_NOISE, {"e-", 100}},
-    {PARAM_CENTROIDS_RADIUS, {"pixels"}},
-    {PARAM_FWELL_CAPACITY, {"e-"}},
-    {PARAM_CENTROIDS_THRESHOLD, {"counts"}},
-    {PARAM_FRAME_BUFFER_SIZE, {"bytes"}},
-    {PARAM_CLEARING_TIME, {"ns"}},
-    {PARAM_POST_TRIGGER_DELAY, {"ns"}},
-    {PARAM_PRE_TRIGGER_DELAY, {"ns"}},
-};
+#define ORVEX_UNIT_ROW(parameter, steps, name) {parameter, {name, steps}},
+constexpr Row rows[] = {ORVEX_UNITS(ORVEX_UNIT_ROW)};
+#undef ORVEX_UNIT_ROW
 
 }  // namespace
 
