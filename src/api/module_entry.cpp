@@ -47,16 +47,19 @@ void systemTimerUninit() {
     call.debug("System timer uninitialized.");
 }
 
-int32 DllMain(void* hinstDll, uns32 fdwReason, void* lpvReserved) {
-    if (fdwReason == DLL_THREAD_ATTACH || fdwReason == DLL_THREAD_DETACH) return 1;
-    if (fdwReason == DLL_PROCESS_DETACH) bv::Log::loaderLockMode = true;
+int32 LibraryHook(void* library, platform::LibraryEvent event, void* reserved) {
+    const bool attaches = event == platform::LibraryEvent::process_attach;
+    const bool detaches = event == platform::LibraryEvent::process_detach;
+    if (!attaches && !detaches) return 1;
+    if (detaches) bv::Log::loaderLockMode = true;
     {
-        bv::Call call("DllMain", bv::arg("hinstDll", hinstDll), bv::arg("fdwReason", fdwReason),
-                      bv::arg("lpvReserved", lpvReserved));
-        if (fdwReason == DLL_PROCESS_DETACH) systemTimerUninit();
-        if (fdwReason == DLL_PROCESS_ATTACH) systemTimerInit();
+        bv::Call call("DllMain", bv::arg("hinstDll", library),
+                      bv::arg("fdwReason", static_cast<uns32>(event)),
+                      bv::arg("lpvReserved", reserved));
+        if (detaches) systemTimerUninit();
+        if (attaches) systemTimerInit();
         call.returns(bv::words("TRUE"));
     }
-    if (fdwReason == DLL_PROCESS_ATTACH) bv::Log::loaderLockMode = false;
+    if (attaches) bv::Log::loaderLockMode = false;
     return 1;
 }

@@ -6,6 +6,7 @@
 #include "log/log.h"
 #include "log/setup.h"
 #include "platform/fork.h"
+#include "platform/library_life.h"
 #include "state/api_global.h"
 #include "state/api_locks.h"
 #include "state/camera_tables.h"
@@ -17,15 +18,6 @@
 
 namespace {
 
-// Attach and detach of the library, between which it can be called.
-class ModuleLife {
-  public:
-    ModuleLife() { DllMain(nullptr, DLL_PROCESS_ATTACH, nullptr); }
-    ~ModuleLife() { DllMain(nullptr, DLL_PROCESS_DETACH, nullptr); }
-    ModuleLife(const ModuleLife&) = delete;
-    ModuleLife& operator=(const ModuleLife&) = delete;
-};
-
 const bv::LoaderLockGuard end_of_loader_phase(1, 1);
 const bv::LoaderLockGuard begin_of_loader_phase(0, 1);
 bv::ProcessLogOwner process_log_owner;
@@ -36,7 +28,8 @@ bv::ApiEntryLayer api_entry_layer;
 
 namespace {
 
-const ModuleLife module_life;
+// Between its two ends the library can be called.
+const platform::LibraryLife library_life(LibraryHook);
 
 constinit std::atomic<bool> forked{false};
 

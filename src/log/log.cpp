@@ -7,6 +7,8 @@
 #include <system_error>
 
 #include "platform/append_file.h"
+#include "platform/library_life.h"
+#include "platform/module.h"
 #include "platform/system.h"
 
 namespace bv {
@@ -33,11 +35,12 @@ int64_t NanosecondsSince(int64_t counter) {
 }
 
 // For a lock that is held so briefly that sleeping until it is free, and being woken by who held
-// it, would cost both more than trying a few times.
-void TakeBriefLock(std::unique_lock<std::mutex>& lock) {
+// it, would cost both more than trying a few times. False when a dead thread holds it.
+bool TakeBriefLock(std::unique_lock<std::mutex>& lock) {
     for (int i = 0; i < lock_attempts; ++i)
-        if (lock.try_lock()) return;
-    lock.lock();
+        if (lock.try_lock()) return true;
+    lock = platform::LockUnlessDead(*lock.mutex());
+    return lock.owns_lock();
 }
 
 bool SameListener(const std::weak_ptr<Log::IListener>& a, const std::weak_ptr<Log::IListener>& b) {
@@ -77,13 +80,16 @@ Log::~Log() {
 }
 
 void Log::End() {
+    if (platform::OtherThreadsAreDead()) {
+        if (worker_.joinable()) worker_.detach();
+        return;
+    }
     {
         std::lock_guard lock(queueMutex_);
         stopRequested_ = true;
         inHand_ = 0;
     }
-    // Also while the library is being unloaded: unlike on systems that end all threads first, the
-    // worker is alive here and waits for this.
+    // Also while the library is being unloaded: the worker is alive then, or was never there.
     queueNotEmpty_.notify_all();
     if (worker_.joinable()) worker_.join();
 }
@@ -100,7 +106,7 @@ bool Log::AddListener(const std::weak_ptr<IListener>& listener) {
 }
 
 bool Log::RemoveListener(const std::weak_ptr<IListener>& listener) {
-    std::lock_guard lock(listenersMutex_);
+    const auto lock = platform::LockUnlessDead(listenersMutex_);
     if (listener.expired()) return false;
     auto found = std::find_if(listeners_.begin(), listeners_.end(),
                               [&](const auto& known) { return SameListener(known, listener); });
@@ -112,6 +118,8 @@ bool Log::RemoveListener(const std::weak_ptr<IListener>& listener) {
 
 void Log::StartWorker() {
     if (loaderLockMode) return;
+    // Without a lock of the log, as the loader may have to be waited for.
+    platform::KeepLibraryForWorker();
     std::lock_guard lock(workerMutex_);
     if (workerStarted_) return;
     try {
@@ -180,7 +188,7 @@ std::unique_ptr<Log::Entry> Log::TakeSpare() {
 }
 
 void Log::Dispatch(const Entry& entry) {
-    std::lock_guard lock(listenersMutex_);
+    const auto lock = platform::LockUnlessDead(listenersMutex_);
     for (size_t i = 0; i < listeners_.size();) {
         if (auto listener = listeners_[i].lock()) {
             listener->OnLogEntry(entry);
@@ -213,7 +221,7 @@ void Log::WriteText(const char* group, int32_t level, const std::string& message
         else
             entry = std::make_unique<Entry>(group, level, indent, message);
         std::unique_lock lock(queueMutex_, std::defer_lock);
-        TakeBriefLock(lock);
+        if (!TakeBriefLock(lock)) return;
         queue_.push_back(std::move(entry));
     } catch (const std::bad_alloc&) {
         return;  // a trace must not disturb what it traces
@@ -227,7 +235,8 @@ uint64_t Log::Flush() {
     Queue dropped;
     size_t dropped_in_hand = 0;
     {
-        std::unique_lock lock(queueMutex_);
+        std::unique_lock lock = platform::LockUnlessDead(queueMutex_);
+        if (!lock) return inHand_.exchange(0);
         if (loaderLockMode) {
             DrainOnThisThread(lock);
         } else {
@@ -241,7 +250,8 @@ uint64_t Log::Flush() {
 
 void Log::DrainOnThisThread(std::unique_lock<std::mutex>& lock) {
     // Records that the worker holds come before those in the queue.
-    for (int round = 0; writing_ && round < in_flight_rounds; ++round) {
+    const int rounds = platform::OtherThreadsAreDead() ? 0 : in_flight_rounds;
+    for (int round = 0; writing_ && round < rounds; ++round) {
         lock.unlock();
         platform::SleepMs(1);
         lock.lock();

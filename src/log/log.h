@@ -72,7 +72,8 @@ class Log {
         __attribute__((format(printf, 4, 5)));
     void WriteV(const char* group, int32_t level, const char* format, va_list arguments);
     void WriteText(const char* group, int32_t level, const std::string& message);
-    // Ends the worker for good; records left in the queue stay there.
+    // Ends the worker for good; records left in the queue stay there. When the process has ended it
+    // already, it is only let go.
     void End();
     // In a forked child, which has neither the worker nor a right to the file: passes no record any
     // more and can't be told to. Takes no lock.
@@ -91,7 +92,9 @@ class Log {
 
     // Set while the system is loading or unloading this library. No log starts or wakes its worker
     // then, and a worker that runs takes nothing from the queue: records wait for the end of the
-    // phase, or for Flush(), which writes them on the calling thread.
+    // phase, or for Flush(), which writes them on the calling thread. When the system has ended all
+    // other threads, no lock is waited for: a queue that one of them held stays as it is, and what
+    // else is locked was not being changed.
     static std::atomic<bool> loaderLockMode;
 
   private:

@@ -1,9 +1,9 @@
 #include "log/setup.h"
 
-#include <cstdlib>
 #include <new>
 
 #include "log/never_destroyed.h"
+#include "platform/environment.h"
 #include "platform/fork.h"
 #include "platform/module.h"
 #include "platform/system.h"
@@ -50,11 +50,11 @@ LogSetupFile::LogSetupFile(const char* file, const char* level) : LogSetup(nullp
 }
 
 std::unique_ptr<LogSetup> CreateProcessLogSetup() {
-    const char* level = std::getenv("ORVEX_CORE_LOG_LEVEL");
-    if (level && !*level) level = nullptr;
-    const char* file = secure_getenv("ORVEX_CORE_LOG_FILE");
-    const std::string path = platform::FullPath(file ? file : "");
-    return std::unique_ptr<LogSetup>(new (std::nothrow) LogSetupFile(path.c_str(), level));
+    const std::string level = platform::EnvironmentVariable("ORVEX_CORE_LOG_LEVEL").value_or("");
+    const std::string file =
+        platform::TrustedEnvironmentVariable("ORVEX_CORE_LOG_FILE").value_or("");
+    const std::string path = platform::FullPath(file);
+    return std::unique_ptr<LogSetup>(new (std::nothrow) LogSetupFile(path.c_str(), level.c_str()));
 }
 
 ProcessLogOwner::ProcessLogOwner()

@@ -2,6 +2,7 @@
 
 #include <cstdio>
 
+#include "platform/library_life.h"
 #include "platform/system.h"
 
 namespace bv {
@@ -87,13 +88,14 @@ LoggerFile::~LoggerFile() {
 }
 
 void LoggerFile::OnLogEntry(const Log::Entry& entry) {
-    std::lock_guard lock(fileMutex_);
+    const auto lock = platform::LockUnlessDead(fileMutex_);
+    if (!lock) return file_.Append(entry.text + '\n');  // the worker died with line_ in its hands
     line_.assign(entry.text).push_back('\n');
     file_.Append(line_);
 }
 
 void LoggerFile::Append(const std::string& text) {
-    std::lock_guard lock(fileMutex_);
+    const auto lock = platform::LockUnlessDead(fileMutex_);
     if (file_.IsOpen()) file_.Append(text);
 }
 

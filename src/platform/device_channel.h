@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <span>
 
 #include "platform/device_file.h"
@@ -29,5 +30,8 @@ class DeviceChannel {
     virtual bool IsUntouched(size_t count) = 0;
     virtual bool HasMore() = 0;
 };
+
+// The channel to the device that a path names, in the system's own way; null when it refuses.
+std::shared_ptr<DeviceChannel> OpenDeviceChannel(const char* path);
 
 }  // namespace platform

@@ -30,8 +30,8 @@ constexpr uint32_t operation_in_progress = 997;
 
 class DeviceChannel;
 
-// The device file of one camera: what orvex_device.path names, a Unix socket or a character device,
-// or, where the module offers that, its own functions. Submitting is safe from any thread, beside
+// The device file of one camera: what orvex_device.path names or, where the module offers that, its
+// own functions. Submitting is safe from any thread, beside
 // taking from the port.
 class DeviceFile {
   public:

@@ -8,8 +8,8 @@ namespace platform {
 
 enum class EventReset { manual, automatic };
 
-// A named or unnamed event in shared memory, in the form that orvex_event.h shares with driver
-// modules. Owns the object; destruction unlinks the name.
+// A named or unnamed event, in the form that orvex_event.h shares with driver modules. Owns the
+// object; destruction removes the name.
 class Event {
   public:
     Event() = default;
@@ -22,9 +22,9 @@ class Event {
     bool Create(const char* name, EventReset reset, bool signalled);
     void Close();
 
-    bool IsOpen() const { return event_.state != nullptr; }
+    bool IsOpen() const { return orvex_event_is_open(&event_) == 1; }
     // False for an event whose name was taken by an object that this user can't remove.
-    bool IsNamed() const { return event_.creator != 0; }
+    bool IsNamed() const { return orvex_event_is_named(&event_) == 1; }
     // What is passed to a driver; -1 when there is none.
     int64_t Handle() const { return IsOpen() ? event_.handle : -1; }
 
@@ -42,7 +42,7 @@ class Event {
 // Removes the named events that processes of this user left behind when they died.
 void SweepEvents();
 
-// An automatic or manual event that only threads of this process share; it spends no descriptor.
+// An automatic or manual event that only threads of this process share; it spends no handle.
 class LocalEvent {
   public:
     LocalEvent(EventReset reset, bool signalled) : reset_(reset), signalled_(signalled ? 1u : 0u) {}

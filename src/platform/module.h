@@ -37,5 +37,8 @@ void KeepLibrary();
 void ReleaseLibrary();
 // For a thread that nobody waits for.
 void KeepLibraryForGood();
+// For a thread that the unloading library waits for: nothing, unless the system lets no thread end
+// meanwhile; the library is kept for good then.
+void KeepLibraryForWorker();
 
 }  // namespace platform

@@ -2,9 +2,18 @@
 
 #include <atomic>
 #include <cstdint>
-#include <pthread.h>
+
+#ifdef _WIN32
+#include "platform/windows/timed_mutex.h"
+#else
+#include <mutex>
+#endif
 
 namespace platform {
+
+#ifndef _WIN32
+using TimedMutex = std::timed_mutex;
+#endif
 
 // A non-recursive mutex that notices when its own thread locks it again: lock() then throws
 // std::system_error (resource deadlock would occur) instead of hanging. Ready before any code runs
@@ -18,13 +27,16 @@ class ErrorCheckingMutex {
     void lock();
     // False when it could not be had within the limit, or is held by the calling thread.
     bool TryLockFor(uint32_t limit_ms);
+    // By its holder; nothing in a child that was forked while this thread held it.
     void unlock();
     bool IsHeldByThisThread() const;
     // In a forked child: free, whoever held it in the parent.
     void Renew();
 
   private:
-    pthread_mutex_t mutex_ = PTHREAD_ERRORCHECK_MUTEX_INITIALIZER_NP;
+    void Hold();
+
+    TimedMutex mutex_;
     std::atomic<const void*> holder_{nullptr};
 };
 

@@ -1,9 +1,9 @@
 #include "plugins/post_processing_host.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <string>
 
+#include "platform/environment.h"
 #include "plugins/plugin_contract.h"
 #include "state/call.h"
 #include "state/camera_rows.h"
@@ -21,8 +21,7 @@ constinit bv::post_processing_plugin plugin;
 
 // The suite installs itself on the system's drive.
 std::string PluginPath() {
-    const char* drive = secure_getenv("SystemDrive");
-    std::string path = drive ? drive : "";
+    std::string path = platform::TrustedEnvironmentVariable("SystemDrive").value_or("");
     path += "\\Program Files\\Brelvane\\Kelmo64\\BV_PoP.dll";
     if (path.size() > path_length_max) path.resize(path_length_max);
     return path;

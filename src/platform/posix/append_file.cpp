@@ -59,13 +59,13 @@ NoWriteSignals::~NoWriteSignals() {
 bool AppendFile::Open(const char* path) {
     constexpr mode_t for_everybody = 0666;
     Close();
-    descriptor_ = open(path, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY, for_everybody);
+    handle_ = open(path, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY, for_everybody);
     return IsOpen();
 }
 
 void AppendFile::Close() {
-    if (IsOpen()) close(descriptor_);
-    descriptor_ = -1;
+    if (IsOpen()) close(static_cast<int>(handle_));
+    handle_ = no_handle;
 }
 
 void AppendFile::Append(std::string_view lines) {
@@ -77,7 +77,7 @@ void AppendFile::Append(std::string_view lines) {
     }
     const size_t whole = lines.size();
     while (!lines.empty()) {
-        const ssize_t written = write(descriptor_, lines.data(), lines.size());
+        const ssize_t written = write(static_cast<int>(handle_), lines.data(), lines.size());
         if (written < 0 && errno == EINTR) continue;
         if (written <= 0) break;
         lines.remove_prefix(static_cast<size_t>(written));

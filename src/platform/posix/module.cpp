@@ -5,11 +5,12 @@
 #include <cctype>
 #include <climits>
 #include <cstdio>
-#include <cstdlib>
 #include <dlfcn.h>
 #include <filesystem>
 #include <string_view>
 #include <unistd.h>
+
+#include "platform/environment.h"
 
 namespace platform {
 
@@ -49,8 +50,8 @@ bool IsThere(const std::string& path) {
 
 // The file of a bare name; the name itself, for the system to look for, when there is none.
 std::string FindFile(const std::string& name) {
-    const char* variable = secure_getenv("ORVEX_MODULE_PATH");
-    std::string_view left = variable ? variable : "";
+    const std::string directories = TrustedEnvironmentVariable("ORVEX_MODULE_PATH").value_or("");
+    std::string_view left = directories;
     while (!left.empty()) {
         const size_t end = std::min(left.find(':'), left.size());
         const std::string_view directory = left.substr(0, end);
@@ -148,6 +149,8 @@ void KeepLibrary() {
 void KeepLibraryForGood() {
     if (const char* const name = LoadedName()) dlopen(name, RTLD_NOW | RTLD_NOLOAD | RTLD_NODELETE);
 }
+
+void KeepLibraryForWorker() {}
 
 void ReleaseLibrary() {
     if (kept_library) dlclose(kept_library);

@@ -4,12 +4,12 @@
 #include <array>
 #include <cctype>
 #include <cstdint>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <string_view>
 
+#include "platform/environment.h"
 #include "platform/module.h"
 
 namespace platform {
@@ -67,9 +67,8 @@ bool WalkSection(std::string_view text, std::string_view section,
 }
 
 std::string FindFile() {
-    const char* variable = secure_getenv("ORVEX_REGISTRY");
-    const std::array<std::string, 3> places = {FullPath(variable ? variable : ""),
-                                               "/etc/orvex/registry.ini",
+    const std::string named = TrustedEnvironmentVariable("ORVEX_REGISTRY").value_or("");
+    const std::array<std::string, 3> places = {FullPath(named), "/etc/orvex/registry.ini",
                                                LibraryDirectory() + std::string("/orvex.ini")};
     for (const std::string& place : places) {
         std::error_code error;

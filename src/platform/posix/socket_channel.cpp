@@ -13,6 +13,11 @@ static_assert(std::endian::native == std::endian::little);
 
 namespace platform {
 
+std::shared_ptr<DeviceChannel> OpenDeviceChannel(const char* path) {
+    auto channel = std::make_shared<SocketChannel>();
+    return channel->Open(path) ? channel : nullptr;
+}
+
 bool SocketChannel::Open(const char* path) {
     file_ = OpenDevicePath(path, is_socket_);
     file_open_ = static_cast<bool>(file_);

@@ -17,6 +17,7 @@
 
 namespace {
 
+using platform::LibraryEvent;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -127,9 +128,9 @@ class ModuleHook : public testing::Test {
 
 TEST_F(ModuleHook, LoaderLockModeLastsFromDetachToAttach) {
     EXPECT_FALSE(bv::Log::loaderLockMode);
-    EXPECT_EQ(DllMain(nullptr, DLL_PROCESS_DETACH, nullptr), 1);
+    EXPECT_EQ(LibraryHook(nullptr, LibraryEvent::process_detach, nullptr), 1);
     EXPECT_TRUE(bv::Log::loaderLockMode);
-    EXPECT_EQ(DllMain(nullptr, DLL_PROCESS_ATTACH, nullptr), 1);
+    EXPECT_EQ(LibraryHook(nullptr, LibraryEvent::process_attach, nullptr), 1);
     EXPECT_FALSE(bv::Log::loaderLockMode);
 }
 

@@ -3,6 +3,9 @@
 #include <future>
 #include <gmock/gmock.h>
 #include <thread>
+#include <utility>
+
+#include "platform/library_life.h"
 
 #include "unit/log/collected_log.h"
 
@@ -32,9 +35,29 @@ class Gate : public Log::IListener {
     std::promise<void> open_;
 };
 
+// What a thread that the system ends leaves behind: its first record never comes back.
+class EndsFirstThread : public tests::Collector {
+  public:
+    void OnLogEntry(const Log::Entry& entry) override {
+        if (std::exchange(ended_, true)) return tests::Collector::OnLogEntry(entry);
+        reached_.set_value();
+        for (;;) std::this_thread::sleep_for(std::chrono::hours(1));
+    }
+    bool WaitForEnd() {
+        return reached_.get_future().wait_for(tests::wait_limit) == std::future_status::ready;
+    }
+
+  private:
+    bool ended_ = false;
+    std::promise<void> reached_;
+};
+
 class LogTest : public testing::Test {
   protected:
-    ~LogTest() override { Log::loaderLockMode = false; }
+    ~LogTest() override {
+        Log::loaderLockMode = false;
+        platform::SetEndOfLibrary(platform::LibraryEnd::unloaded);
+    }
 
     // A log of all levels, and what one listener got of it.
     Log log_{bv::log_debug};
@@ -119,6 +142,22 @@ TEST_F(LogTest, FlushKeepsTheOrderBesideAWorker) {
     gate->Open();
     EXPECT_EQ(flushed.get(), 0u);
     EXPECT_THAT(collector_->Messages(), ElementsAre("held by the worker", "queued"));
+}
+
+TEST_F(LogTest, WaitsForNoThreadThatEndedWithTheProcess) {
+    Log& log = *new Log(bv::log_debug);  // its worker keeps it
+    auto listener = std::make_shared<EndsFirstThread>();
+    log.AddListener(listener);
+    log.Write("COR", 0, "lost with the worker");
+    ASSERT_TRUE(listener->WaitForEnd());
+    log.Write("COR", 0, "queued before");
+    platform::SetEndOfLibrary(platform::LibraryEnd::process_ends);
+    Log::loaderLockMode = true;
+    log.Write("COR", 0, "queued behind");
+    EXPECT_EQ(log.Flush(), 0u);
+    EXPECT_THAT(listener->Messages(), ElementsAre("queued before", "queued behind"));
+    EXPECT_TRUE(log.RemoveListener(listener));
+    log.End();
 }
 
 }  // namespace

@@ -154,12 +154,15 @@ TEST(Event, MappedHandleOutlivesTheOwner) {
     orvex_event mapped;
     ASSERT_TRUE(orvex_event_open_handle(&mapped, event.Handle()));
     EXPECT_EQ(mapped.handle, -1);
+    EXPECT_FALSE(orvex_event_is_signalled(&mapped));
     EXPECT_TRUE(orvex_event_set(&mapped));
+    EXPECT_TRUE(orvex_event_is_signalled(&mapped));
     EXPECT_TRUE(event.Wait(0));
     event.Close();
     EXPECT_EQ(event.Handle(), -1);
     EXPECT_TRUE(orvex_event_wait(&mapped, 0));
     orvex_event_close(&mapped);
+    EXPECT_FALSE(orvex_event_is_signalled(&mapped));
     EXPECT_FALSE(orvex_event_wait(&mapped, 0));
     EXPECT_FALSE(orvex_event_set(&mapped));
 }
@@ -174,7 +177,7 @@ TEST(Event, ForeignHandlesAreRefused) {
     EXPECT_FALSE(orvex_event_open_handle(&event, int64_t{1} << 40));
     EXPECT_FALSE(orvex_event_open_handle(&event, ends[0]));
     EXPECT_FALSE(orvex_event_open_handle(&event, fileno(too_short)));
-    EXPECT_EQ(event.state, nullptr);
+    EXPECT_FALSE(orvex_event_is_open(&event));
     fclose(too_short);
     close(ends[0]);
     close(ends[1]);

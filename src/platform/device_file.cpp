@@ -2,8 +2,8 @@
 
 #include <cerrno>
 
+#include "platform/device_channel.h"
 #include "platform/direct_channel.h"
-#include "platform/posix/socket_channel.h"
 
 namespace platform {
 
@@ -13,10 +13,7 @@ bool DeviceFile::Open(const char* path, dv_file_opener opener) {
         auto direct = std::make_shared<DirectChannel>();
         if (direct->Open(opener, path)) channel_ = std::move(direct);
     }
-    if (!channel_) {
-        auto socket = std::make_shared<SocketChannel>();
-        if (socket->Open(path)) channel_ = std::move(socket);
-    }
+    if (!channel_) channel_ = OpenDeviceChannel(path);
     return IsOpen();
 }
 
