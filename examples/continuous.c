@@ -3,18 +3,16 @@
  *
  *     continuous [FRAMES [FRAMES_OF_THE_RING]]
  */
-#define _POSIX_C_SOURCE 200809L
-#include <errno.h>
+#define _DEFAULT_SOURCE /* for orvex_event.h */
 #include <orvex/orvex.h>
-#include <semaphore.h>
+#include <orvex/orvex_event.h>
 #include <signal.h>
 #include <stdio.h>
 #include <stdlib.h>
-#include <time.h>
 
-enum { side = 64, patience_s = 10 };
+enum { side = 64, patience_ms = 10000 }; /* much longer than a frame can take */
 
-static sem_t news; /* posted for each frame, and once for Ctrl-C */
+static orvex_event news; /* of frames and of Ctrl-C */
 static volatile sig_atomic_t interrupted = 0;
 
 static void check(int success, const char* what) {
@@ -28,23 +26,13 @@ static void check(int success, const char* what) {
 /* Runs on a thread of the library: tells the program and returns. */
 static void on_end_of_frame(const FRAME_INFO* info, void* context) {
     (void)info;
-    sem_post(context);
+    orvex_event_set(context);
 }
 
 static void on_interrupt(int number) {
     (void)number;
     interrupted = 1;
-    sem_post(&news);
-}
-
-/* False when no frame came for much longer than a frame can take. */
-static int wait_for_news(void) {
-    struct timespec limit;
-    clock_gettime(CLOCK_REALTIME, &limit);
-    limit.tv_sec += patience_s;
-    while (sem_timedwait(&news, &limit) != 0)
-        if (errno != EINTR) return 0;
-    return 1;
+    orvex_event_set(&news);
 }
 
 static double mean(const uns16* pixels) {
@@ -73,13 +61,13 @@ int main(int argc, char** argv) {
     const uns32 wanted = argc > 1 ? (uns32)strtoul(argv[1], NULL, 10) : 100;
     const uns32 ring_frames = argc > 2 ? (uns32)strtoul(argv[2], NULL, 10) : 200;
     const rgn_type region = {16, 16 + side - 1, 1, 32, 32 + side - 1, 1};
-    struct sigaction on_ctrl_c = {.sa_handler = on_interrupt};
     char name[CAM_NAME_LEN];
     int16 hcam;
     uns32 frame_bytes, taken = 0;
 
     setvbuf(stdout, NULL, _IOLBF, 0); /* one line at a time, whoever reads */
-    check(sem_init(&news, 0, 0) == 0 && sigaction(SIGINT, &on_ctrl_c, NULL) == 0, "prepare");
+    check(orvex_event_create(&news, NULL, 1, 0) && signal(SIGINT, on_interrupt) != SIG_ERR,
+          "prepare");
     check(ox_orvex_init(), "start the library");
     check(ox_cam_get_name(0, name), "find a camera");
     check(ox_cam_open(name, &hcam, EXT_OPEN_EXCLUSIVE), "open the camera");
@@ -94,7 +82,7 @@ int main(int argc, char** argv) {
 
     int silent = 0, refused = 0;
     while (taken < wanted && !interrupted && !silent && !refused) {
-        silent = !wait_for_news();
+        silent = !orvex_event_wait(&news, patience_ms);
         refused = !silent && !take_frames(hcam, wanted, &taken) ? ox_error_code() : 0;
     }
 
@@ -104,7 +92,7 @@ int main(int argc, char** argv) {
     check(ox_cam_close(hcam), "close the camera");
     check(ox_orvex_uninit(), "stop the library");
     free(ring);
-    sem_destroy(&news);
+    orvex_event_close(&news);
     printf("%u frames%s%s\n", taken, interrupted ? ", interrupted" : "",
            silent ? ", then no more came" : "");
     if (refused) printf("ended by error %d\n", refused);

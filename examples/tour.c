@@ -1,7 +1,7 @@
 /* The pieces of docs/guide.md that are no programs of their own, run one after the other. */
-#define _POSIX_C_SOURCE 200809L
+#define _DEFAULT_SOURCE /* for orvex_event.h */
 #include <orvex/orvex.h>
-#include <semaphore.h>
+#include <orvex/orvex_event.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -158,20 +158,20 @@ static void list_post_processing(int16 hcam) {
 
 static void on_removal(const FRAME_INFO* info, void* context) {
     (void)info;
-    sem_post(context);
+    orvex_event_set(context);
 }
 
 static void lose_camera(int16 hcam, char* name) {
     char unplug[] = "unplug";
     uns16 columns;
     int16 temperature;
-    sem_t removed;
+    orvex_event removed;
     void (*callback)(const FRAME_INFO*, void*) = on_removal;
-    check(sem_init(&removed, 0, 0) == 0, "prepare");
+    check(orvex_event_create(&removed, NULL, 1, 0), "prepare");
     check(ox_cam_register_callback_ex3(hcam, OX_CALLBACK_CAM_REMOVED, *(void**)&callback, &removed),
           "hear of a removal");
     oz_cam_send_debug(hcam, unplug, 0, NULL); /* an order to the software camera */
-    check(sem_wait(&removed) == 0, "wait");
+    check(orvex_event_wait(&removed, ORVEX_EVENT_NO_LIMIT), "wait");
     if (!ox_get_param(hcam, PARAM_TEMP, ATTR_CURRENT, &temperature))
         printf("temperature: error %d\n", ox_error_code());
     if (ox_get_param(hcam, PARAM_SER_SIZE, ATTR_CURRENT, &columns))
@@ -179,7 +179,7 @@ static void lose_camera(int16 hcam, char* name) {
     check(ox_cam_close(hcam), "close a camera that is gone");
     check(ox_cam_open(name, &hcam, EXT_OPEN_EXCLUSIVE), "open it when it is back");
     check(ox_cam_close(hcam), "close the camera");
-    sem_destroy(&removed);
+    orvex_event_close(&removed);
 }
 
 int main(void) {

@@ -4,8 +4,9 @@
 
 namespace engine {
 
-// The private directory of the device files. It is locked for as long as its process lives; what
-// processes that ended on the way have left is removed when another is made.
+// The private directory of the device files. Where they are files that others can open, it is
+// locked for as long as its process lives; what processes that ended on the way have left is
+// removed when another is made.
 class DeviceDirectory {
   public:
     DeviceDirectory() = default;
@@ -16,7 +17,8 @@ class DeviceDirectory {
     bool Make(std::string& message);
     // Also what is in it.
     void Remove();
-    const std::string& Path() const { return path_; }
+    // The path of a file in it.
+    std::string File(const std::string& name) const;
 
   private:
     std::string path_;

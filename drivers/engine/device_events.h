@@ -22,7 +22,7 @@ class EventView {
     }
     void Set() {
         // A signal that stands already has woken whoever waited; no system call for it.
-        if (event_.state != nullptr && __atomic_load_n(event_.state, __ATOMIC_ACQUIRE) == 0)
+        if (orvex_event_is_open(&event_) && !orvex_event_is_signalled(&event_))
             orvex_event_set(&event_);
     }
     void Reset() { orvex_event_reset(&event_); }

@@ -7,7 +7,6 @@
 #include <exception>
 #include <mutex>
 #include <new>
-#include <pthread.h>
 #include <string>
 #include <string_view>
 
@@ -15,6 +14,7 @@
 
 #include "engine/device.h"
 #include "engine/device_directory.h"
+#include "engine/platform.h"
 
 namespace engine {
 namespace {
@@ -33,7 +33,7 @@ class Module {
         const size_t count = std::min<size_t>(sensors.size(), ORVEX_DDI_MAX_DEVICES);
         for (size_t i = 0; i < count; ++i) {
             devices_.push_back(std::make_unique<Device>(
-                std::move(sensors[i]), directory_.Path() + "/cam" + std::to_string(i)));
+                std::move(sensors[i]), directory_.File("cam" + std::to_string(i))));
             ddi.devices[i] = devices_.back()->Record();
         }
         ddi.camCount = static_cast<int16_t>(count);
@@ -61,28 +61,28 @@ class Module {
     DeviceDirectory directory_;
 };
 
-// There before anything else, and never destroyed: what ends the cameras is uninit, or the end of
-// the process, during which they are used.
-union Storage {
-    constexpr Storage() : module() {}
-    constexpr ~Storage() {}
+// Never destroyed: what ends the cameras is uninit, or the end of the process, during which they
+// are used.
+Module& TheModule() {
+    static union Storage {
+        Storage() : module() {}
+        ~Storage() {}
 
-    Module module;
-};
-constinit Storage storage;
+        Module module;
+    } storage;
+    return storage.module;
+}
 
 // A forked child has a copy of the parent's cameras, whose threads are not there, and leaves it
 // alone: with none of its own it starts from nothing.
 void ForgetInForkedChildren() {
-    static const int registered =
-        pthread_atfork(nullptr, nullptr, [] { new (&storage.module) Module; });
-    static_cast<void>(registered);
+    InForkedChildren([] { new (&TheModule()) Module; });
 }
 
 }  // namespace
 
 bool HasCameras() {
-    return storage.module.has_cameras;
+    return TheModule().has_cameras;
 }
 
 int64_t CurrentTimeStamp() {
@@ -104,28 +104,28 @@ ORVEX_EXPORT uint16_t orvex_ddi_version(void) {
 ORVEX_EXPORT uint32_t orvex_ddi_init(orvex_ddi* ddi) {
     if (ddi == nullptr) return 0;
     engine::ForgetInForkedChildren();
-    const std::lock_guard hold(engine::storage.module.lock);
+    const std::lock_guard hold(engine::TheModule().lock);
     engine::CurrentTimeStamp();
     // Nothing may be thrown through a C interface.
     try {
-        return engine::storage.module.Init(*ddi) ? 1 : 0;
+        return engine::TheModule().Init(*ddi) ? 1 : 0;
     } catch (const std::exception& problem) {
         std::fprintf(stderr, "orvexDDI: %s\n", problem.what());
-        engine::storage.module.Clear();
+        engine::TheModule().Clear();
         return 0;
     }
 }
 
 ORVEX_EXPORT uint32_t orvex_ddi_uninit(orvex_ddi* /*ddi*/) {
-    const std::lock_guard hold(engine::storage.module.lock);
-    engine::storage.module.Clear();
+    const std::lock_guard hold(engine::TheModule().lock);
+    engine::TheModule().Clear();
     return 1;
 }
 
 ORVEX_EXPORT uint16_t orvex_ddi_open_file(const char* path, const dv_file_host* host,
                                           dv_file_driver* driver) {
     if (path == nullptr || host == nullptr || driver == nullptr) return 0;
-    const std::lock_guard hold(engine::storage.module.lock);
-    return engine::storage.module.OpenFile(path, *host, *driver) ? 1 : 0;
+    const std::lock_guard hold(engine::TheModule().lock);
+    return engine::TheModule().OpenFile(path, *host, *driver) ? 1 : 0;
 }
 }

@@ -1,16 +1,15 @@
 // The cameras of this module: those of the configuration file that the environment names.
 
-#include <cstdlib>
-
 #include "engine/module.h"
+#include "engine/platform.h"
 #include "softcam/camera.h"
 
 namespace engine {
 
 bool FindSensors(std::vector<std::unique_ptr<Sensor>>& sensors, std::string& message) {
     std::vector<softcam::CameraOptions> cameras;
-    const char* path = secure_getenv("ORVEX_SOFTCAM");
-    if (path == nullptr || *path == '\0')
+    const std::string path = EnvironmentVariable("ORVEX_SOFTCAM");
+    if (path.empty())
         cameras = softcam::DefaultCameras();
     else if (!softcam::ReadConfiguration(path, cameras, message))
         return false;

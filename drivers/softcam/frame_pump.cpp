@@ -1,8 +1,9 @@
 #include "softcam/frame_pump.h"
 
 #include <algorithm>
-#include <sys/prctl.h>
 #include <utility>
+
+#include "engine/platform.h"
 
 namespace softcam {
 namespace {
@@ -49,8 +50,8 @@ void FramePump::Stop() {
 }
 
 void FramePump::Run() {
-    // Frames are due to the microsecond; the default slack would add 50.
-    prctl(PR_SET_TIMERSLACK, 1UL);
+    // Frames are due to the microsecond.
+    const engine::SharpSleep sharp;
     std::unique_lock hold(lock_);
     for (;;) {
         changed_.wait(hold, [this] { return quit_ || job_ != nullptr; });

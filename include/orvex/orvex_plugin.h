@@ -13,7 +13,9 @@
 #include "orvex_types.h"
 
 /** Makes a function visible outside of the plug-in. */
-#if defined(__GNUC__)
+#if defined(_WIN32)
+#define ORVEX_PLUGIN_API __declspec(dllexport)
+#elif defined(__GNUC__)
 #define ORVEX_PLUGIN_API __attribute__((visibility("default")))
 #else
 #define ORVEX_PLUGIN_API

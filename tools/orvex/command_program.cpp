@@ -1,12 +1,12 @@
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <nlohmann/json.hpp>
-#include <unistd.h>
 
 #include "orvex/commands.h"
+#include "orvex/files.h"
+#include "orvex/run_again.h"
 #include "orvex/set_up_options.h"
 
 // program: the camera program of a set-up. The library tells it in its trace, and reads the name
@@ -35,26 +35,10 @@ const char* own_trace() {
     return std::getenv(own_trace_variable);
 }
 
-[[noreturn]] void run_again() {
-    std::string path = (std::filesystem::temp_directory_path() / "orvex-XXXXXX").string();
-    const int file = mkstemp(path.data());
-    if (file < 0) throw std::runtime_error("cannot create '" + path + "'");
-    close(file);
-    setenv(own_trace_variable, path.c_str(), 1);
-    setenv(trace_variable, path.c_str(), 1);
-    setenv("ORVEX_CORE_LOG_LEVEL", "D", 1);
-
-    std::vector<std::string> arguments;
-    std::ifstream command_line("/proc/self/cmdline", std::ios::binary);
-    for (std::string argument; std::getline(command_line, argument, '\0');) {
-        arguments.push_back(argument);
-    }
-    std::vector<char*> pointers;
-    pointers.reserve(arguments.size() + 1);
-    for (std::string& argument : arguments) pointers.push_back(argument.data());
-    pointers.push_back(nullptr);
-    execv("/proc/self/exe", pointers.data());
-    std::filesystem::remove(path);
+[[noreturn]] void run_traced() {
+    const std::string path = create_temporary_file();
+    run_again({{own_trace_variable, path}, {trace_variable, path}, {"ORVEX_CORE_LOG_LEVEL", "D"}});
+    remove_file(path);
     throw std::runtime_error("cannot run the program again");
 }
 
@@ -104,14 +88,11 @@ uns32 set_up_once(const ProgramOptions& options) {
 
 struct RemoveFile {
     std::string path;
-    ~RemoveFile() {
-        std::error_code ignored;
-        std::filesystem::remove(path, ignored);
-    }
+    ~RemoveFile() { remove_file(path); }
 };
 
 void show_program(const ProgramOptions& options) {
-    if (!own_trace()) run_again();
+    if (!own_trace()) run_traced();
     const RemoveFile trace{own_trace()};
     // Shutting the library down drains its trace into the file.
     const uns32 bytes = set_up_once(options);

@@ -49,7 +49,7 @@ const Format& find_format(const std::string& name) {
 }
 
 const Format* format_of(const std::string& path) {
-    const std::string ending = std::filesystem::path(path).extension();
+    const std::string ending = std::filesystem::path(path).extension().string();
     for (const Format& format : formats()) {
         const auto& endings = format.endings;
         if (std::find(endings.begin(), endings.end(), ending) != endings.end()) return &format;

@@ -25,6 +25,9 @@ void hold_end_signals();
 // the program at once.
 bool interrupted_within(std::chrono::milliseconds limit);
 
+// The number of the one that interrupted_within() told of; 0 before.
+int end_signal();
+
 // Sleeps; throws Interrupted when a signal comes meanwhile or came before.
 void sleep_or_stop(std::chrono::milliseconds time);
 

@@ -4,20 +4,10 @@
 #include <array>
 #include <cmath>
 #include <cstdio>
-#include <sys/ioctl.h>
-#include <unistd.h>
+
+#include "orvex/terminal.h"
 
 namespace orvex {
-
-namespace {
-
-size_t terminal_width() {
-    winsize size{};
-    const bool known = ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 1;
-    return known ? size.ws_col - 1u : 79;
-}
-
-}  // namespace
 
 std::string rate_text(double bytes_per_second) {
     std::array<char, 32> text{};
@@ -32,7 +22,7 @@ std::string bar_text(double share, unsigned width) {
     return '[' + std::string(filled, '#') + std::string(width - filled, '.') + ']';
 }
 
-LiveLine::LiveLine() : terminal_(isatty(STDERR_FILENO) != 0), since_(Clock::now()) {}
+LiveLine::LiveLine() : terminal_(on_terminal()), since_(Clock::now()) {}
 
 LiveLine::~LiveLine() {
     if (terminal_) std::fputs("\r\033[K", stderr);

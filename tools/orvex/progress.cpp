@@ -1,14 +1,15 @@
 #include "orvex/progress.h"
 
 #include <cstdio>
-#include <unistd.h>
+
+#include "orvex/terminal.h"
 
 namespace orvex {
 
 Progress::Progress(std::string label, uint64_t total)
     : label_(std::move(label)),
       total_(total),
-      terminal_(isatty(STDERR_FILENO) != 0),
+      terminal_(on_terminal()),
       start_(std::chrono::steady_clock::now()),
       last_(start_) {}
 

@@ -2,9 +2,9 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <unistd.h>
 
 #include "orvex/interrupt.h"
+#include "orvex/terminal.h"
 #include "orvex/units.h"
 
 namespace orvex {
@@ -24,7 +24,7 @@ void wait_for_temperature(const Camera& camera, Seconds limit) {
     if (!camera.available(PARAM_TEMP) || !camera.available(PARAM_TEMP_SETPOINT)) {
         throw std::invalid_argument(camera.name() + " has no temperature to wait for");
     }
-    const bool terminal = isatty(STDERR_FILENO) != 0;
+    const bool terminal = on_terminal();
     const Clock::time_point start = Clock::now();
     for (;;) {
         const int now = camera.get<int16>(PARAM_TEMP);

@@ -1,6 +1,5 @@
 #include "engine/device_directory.h"
 
-#include <cstdlib>
 #include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
@@ -8,6 +7,8 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include "engine/platform.h"
 
 namespace engine {
 namespace {
@@ -24,8 +25,8 @@ using Directory = std::unique_ptr<DIR, CloseDirectory>;
 // A directory for files of this user; a socket's path holds 107 bytes.
 std::string Parent() {
     constexpr size_t longest = 70;
-    const char* parent = secure_getenv("TMPDIR");
-    return parent != nullptr && *parent == '/' && std::strlen(parent) <= longest ? parent : "/tmp";
+    std::string parent = EnvironmentVariable("TMPDIR");
+    return parent.starts_with('/') && parent.size() <= longest ? parent : "/tmp";
 }
 
 void RemoveFiles(int directory) {
@@ -95,6 +96,10 @@ void DeviceDirectory::Remove() {
     lock_ = -1;
     // The module is never destroyed, so the memory goes here.
     std::string().swap(path_);
+}
+
+std::string DeviceDirectory::File(const std::string& name) const {
+    return path_ + '/' + name;
 }
 
 }  // namespace engine
