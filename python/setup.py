@@ -1,8 +1,8 @@
 """Builds the package with what the headers say in it; the rest is in pyproject.toml."""
 
-import importlib.util
 import pathlib
 import re
+import runpy
 
 from setuptools import setup
 from setuptools.command.build_py import build_py
@@ -17,10 +17,8 @@ def write_interface(folder):
     if (HERE / INTERFACE).is_file():
         return
     # The package itself can't be imported where there is no library.
-    spec = importlib.util.spec_from_file_location("headers", HERE / "orvex" / "headers.py")
-    headers = importlib.util.module_from_spec(spec)
-    spec.loader.exec_module(headers)
-    headers.write(TREE / "include" / "orvex", pathlib.Path(folder) / INTERFACE)
+    headers = runpy.run_path(str(HERE / "orvex" / "headers.py"))
+    headers["write"](TREE / "include" / "orvex", pathlib.Path(folder) / INTERFACE)
 
 
 class BuildWithInterface(build_py):
