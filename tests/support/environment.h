@@ -5,6 +5,9 @@
 
 namespace support {
 
+// Sets an environment variable, or removes it.
+void set_variable(const std::string& name, const std::optional<std::string>& value);
+
 // An environment variable for the life of this object; the former value comes back.
 //
 //     Environment modules("ORVEX_MODULE_PATH", directory.path().string());

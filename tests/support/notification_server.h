@@ -3,12 +3,13 @@
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
-#include <filesystem>
+#include <memory>
 #include <mutex>
+#include <string>
 #include <thread>
 #include <vector>
 
-#include "orvex/orvex_ddi.h"
+#include "support/device_file_end.h"
 
 namespace support {
 
@@ -17,8 +18,7 @@ namespace support {
 // is pending waits for the next one.
 class NotificationServer {
   public:
-    // Listens on a socket at `path`.
-    explicit NotificationServer(const std::filesystem::path& path);
+    explicit NotificationServer(std::unique_ptr<DeviceFileEnd> end);
     ~NotificationServer();
     NotificationServer(const NotificationServer&) = delete;
     NotificationServer& operator=(const NotificationServer&) = delete;
@@ -28,6 +28,7 @@ class NotificationServer {
     // Gives one request back with NOTIFICATION_FLUSH: the next one when none is pending.
     void flush_one();
 
+    std::string path() const { return end_->path(); }
     bool connected() const;
     size_t pending() const;
     std::vector<uint32_t> masks() const;  // of the pending requests, oldest first
@@ -49,9 +50,7 @@ class NotificationServer {
 
     mutable std::mutex mutex_;
     mutable std::condition_variable changed_;
-    int listener_ = -1;
-    int connection_ = -1;
-    int wake_ = -1;
+    std::unique_ptr<DeviceFileEnd> end_;
     bool stop_ = false;
     std::deque<Request> pending_;
     std::deque<dv_notification_report> waiting_;

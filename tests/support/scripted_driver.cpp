@@ -88,9 +88,8 @@ ScriptedCamera& ScriptedCamera::transport(uint32_t driver_type) {
 
 ScriptedCamera& ScriptedCamera::kernel_mode() {
     descriptor_.delivery = 1;
-    const std::filesystem::path path = directory_ / "device";
-    notifications_ = std::make_unique<NotificationServer>(path);
-    std::snprintf(record_.path, sizeof record_.path, "%s", path.c_str());
+    notifications_ = std::make_unique<NotificationServer>(DeviceFileEnd::make(directory_.path()));
+    std::snprintf(record_.path, sizeof record_.path, "%s", notifications_->path().c_str());
     return *this;
 }
 
@@ -353,7 +352,7 @@ void ScriptedDriver::publish() {
         return static_cast<ScriptedDriver*>(driver)->uninit(ddi);
     };
     module_directory_ = std::make_unique<TempDir>();
-    module_directory_->link_module("scripted_ddi", "orvexDDI.so");
+    module_directory_->link_module("scripted_ddi", "orvexDDI");
     environment_.push_back(std::make_unique<Environment>(
         ScriptedModule::variable, std::to_string(reinterpret_cast<uintptr_t>(&module_))));
     environment_.push_back(

@@ -1,15 +1,15 @@
 #include "support/temp_dir.h"
 
-#include <cstdlib>
 #include <fstream>
-#include <stdexcept>
+#include <random>
 
 namespace support {
 
 TempDir::TempDir() {
-    std::string name = (std::filesystem::temp_directory_path() / "orvex-test-XXXXXX").string();
-    if (!mkdtemp(name.data())) throw std::runtime_error("no temporary directory: " + name);
-    path_ = name;
+    std::random_device random;
+    do {
+        path_ = std::filesystem::temp_directory_path() / ("orvex-test-" + std::to_string(random()));
+    } while (!std::filesystem::create_directory(path_));
 }
 
 TempDir::~TempDir() {
@@ -24,10 +24,12 @@ std::filesystem::path TempDir::write(std::string_view name, std::string_view con
 }
 
 std::filesystem::path TempDir::link_module(std::string_view module, std::string_view name) const {
-    std::filesystem::path file = path_ / name;
+    const std::filesystem::path file = path_ / (std::string(name) + ORVEX_MODULE_SUFFIX);
     std::filesystem::path target(ORVEX_TEST_MODULES);
-    target /= std::string(module) + ".so";
-    std::filesystem::create_symlink(target, file);
+    target /= std::string(module) + ORVEX_MODULE_SUFFIX;
+    std::error_code refused;  // by a system that makes no links
+    std::filesystem::create_symlink(target, file, refused);
+    if (refused) std::filesystem::copy_file(target, file);
     return file;
 }
 

@@ -21,7 +21,7 @@ class TempDir {
     std::filesystem::path operator/(std::string_view name) const { return path_ / name; }
     // Writes a file and gives its path.
     std::filesystem::path write(std::string_view name, std::string_view content) const;
-    // A module of lib/test ("scripted_ddi") under another name ("orvexDDI.so").
+    // A module of lib/test ("scripted_ddi") under another name ("orvexDDI").
     std::filesystem::path link_module(std::string_view module, std::string_view name) const;
 
   private:

@@ -181,7 +181,7 @@ TEST_F(Process, MayChangeItsDirectory) {
     const std::filesystem::path relative =
         std::filesystem::relative(folder_.path(), ORVEX_BUILD_DIR);
     folder_.write("registry.ini", "[SOFTWARE\\Brelvane\\ORVEX]\nCurrent Version=9.9.9.9\n");
-    folder_.link_module("tiny_no_cameras", "orvexDDI.so");
+    folder_.link_module("tiny_no_cameras", "orvexDDI");
     // Deeper than the directory of the host, from where a path up and down leads elsewhere.
     std::filesystem::path deep = folder_.path();
     for (const auto& part : std::filesystem::path(ORVEX_BUILD_DIR)) deep /= "in" / part.filename();

@@ -1,6 +1,6 @@
 #include "platform/windows/timed_mutex.h"
 
-#include <windows.h>
+#include "platform/windows/api.h"
 
 namespace platform {
 

@@ -25,7 +25,7 @@ using testing::HasSubstr;
 class LoadedModule {
   public:
     explicit LoadedModule(const char* module) {
-        if (module) directory_.link_module(module, "orvexDDI.so");
+        if (module) directory_.link_module(module, "orvexDDI");
     }
     std::string calls() const {
         std::ifstream file(directory_ / "calls");

@@ -1,8 +1,8 @@
-#include <cstdlib>
 #include <ctime>
 #include <gtest/gtest.h>
 
 #include "log/log.h"
+#include "support/environment.h"
 
 using bv::Log;
 
@@ -11,7 +11,7 @@ namespace {
 class Line : public testing::Test {
   protected:
     Line() {
-        setenv("TZ", "UTC0", 1);
+        support::set_variable("TZ", "UTC0");
         tzset();
     }
 
@@ -49,7 +49,7 @@ TEST_F(Line, HasAllItsParts) {
 
 TEST_F(Line, DateIsLocal) {
     EXPECT_EQ(bv::FormatDate(moment), "2023-11-14");
-    setenv("TZ", "XYZ-2", 1);
+    support::set_variable("TZ", "XYZ-2");
     tzset();
     EXPECT_EQ(bv::FormatDate(moment), "2023-11-15");
 }

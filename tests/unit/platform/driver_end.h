@@ -1,13 +1,11 @@
 #pragma once
 
+#include <cstdint>
 #include <deque>
 #include <filesystem>
-#include <gtest/gtest.h>
-#include <poll.h>
+#include <memory>
+#include <string>
 #include <string_view>
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
 #include <vector>
 
 #include "orvex/orvex_ddi.h"
@@ -25,6 +23,11 @@ class DriverEnd {
     virtual dv_file_request Receive() = 0;
     virtual bool LibraryHasGone() = 0;
     virtual void Send(const dv_file_completion& completion) = 0;
+    // What the system does with requests that are cancelled or forgotten.
+    enum class Unsent { none, kept_back, cancelled_by_system };
+    virtual Unsent OfUnsent() const { return Unsent::none; }
+    // How many requests are more than it takes at once.
+    virtual uint32_t Flood() const { return 50'000; }
 
     std::vector<uint64_t> ReceiveIds(size_t count) {
         std::vector<uint64_t> ids;
@@ -41,55 +44,12 @@ class DriverEnd {
     }
 };
 
-// Behind a socket.
-class SocketDriver : public DriverEnd {
-  public:
-    explicit SocketDriver(const std::filesystem::path& path) {
-        // A long path is bound by way of its directory.
-        const std::filesystem::path former = std::filesystem::current_path();
-        std::filesystem::current_path(path.parent_path());
-        sockaddr_un address{};
-        address.sun_family = AF_UNIX;
-        path.filename().string().copy(address.sun_path, sizeof address.sun_path - 1);
-        listener_ = socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
-        EXPECT_EQ(bind(listener_, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-        EXPECT_EQ(listen(listener_, 4), 0);
-        std::filesystem::current_path(former);
-    }
-    ~SocketDriver() override { SocketDriver::Die(); }
-
-    void Accept() override { connection_ = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC); }
-    void Die() override {
-        for (int* descriptor : {&connection_, &listener_}) {
-            if (*descriptor >= 0) close(*descriptor);
-            *descriptor = -1;
-        }
-    }
-    dv_file_request Receive() override {
-        dv_file_request request{};
-        pollfd ready{connection_, POLLIN, 0};
-        if (poll(&ready, 1, 10000) != 1) return {};
-        const ssize_t size = recv(connection_, &request, sizeof request, 0);
-        if (size == 0) gone_ = true;
-        EXPECT_TRUE(size <= 0 || size == 72);
-        return size == 72 ? request : dv_file_request{};
-    }
-    bool LibraryHasGone() override {
-        Receive();
-        return gone_;
-    }
-    void Send(const dv_file_completion& completion) override {
-        SendRaw(&completion, sizeof completion);
-    }
-    void SendRaw(const void* data, size_t size) {
-        EXPECT_EQ(send(connection_, data, size, MSG_NOSIGNAL), static_cast<ssize_t>(size));
-    }
-
-  private:
-    int listener_ = -1;
-    int connection_ = -1;
-    bool gone_ = false;
+// Behind what this system has for device files, with the path by which the library reaches it.
+struct SystemDriver {
+    std::unique_ptr<DriverEnd> driver;
+    std::string path;
 };
+SystemDriver MakeSystemDriver(const std::filesystem::path& directory);
 
 // In the library's own process, called in place of being sent messages. One at a time.
 class CalledDriver : public DriverEnd {

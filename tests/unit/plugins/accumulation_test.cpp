@@ -1,9 +1,9 @@
 // The host of the frame-accumulation plug-in. Its results are the reverse of what they tell: an
 // operation that was carried out fails with a null pointer.
-#include <dlfcn.h>
 #include <gmock/gmock.h>
 #include <system_error>
 
+#include "platform/module.h"
 #include "plugins/accumulation_host.h"
 #include "state/api_locks.h"
 #include "state/call.h"
@@ -24,16 +24,16 @@ class Accumulation : public testing::Test {
     Accumulation() { cameras_.cam_info(0).open = 0; }
     ~Accumulation() override {
         ffUnloadLibrary();
-        if (module_) dlclose(module_);
+        platform::ReleaseModule(module_);
     }
 
     // Installs a module and gives access to what it notes.
     State& Install(const char* module) {
-        const std::string file = directory_.link_module(module, "ff.so").string();
-        module_ = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
-        if (!module_) throw std::runtime_error(dlerror());
+        const std::string file = directory_.link_module(module, "ff").string();
+        module_ = platform::LoadModule(file.c_str());
+        if (!module_) throw std::runtime_error(platform::ModuleErrorText());
         const auto get = reinterpret_cast<accumulation_module::module_state*>(
-            dlsym(module_, "module_state_of_test"));
+            platform::FindSymbol(module_, "module_state_of_test"));
         // The module may have stayed in the process since an earlier test.
         return *get() = {};
     }

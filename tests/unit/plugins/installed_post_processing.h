@@ -1,11 +1,11 @@
 #pragma once
 
-#include <dlfcn.h>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <stdexcept>
 #include <string>
 
+#include "platform/module.h"
 #include "plugins/post_processing_host.h"
 #include "state/call.h"
 #include "state/camera_tables.h"
@@ -21,18 +21,18 @@ class PostProcessing : public testing::Test {
   protected:
     ~PostProcessing() override {
         bv_pop_unloadlibrary();
-        if (module_) dlclose(module_);
+        platform::ReleaseModule(module_);
     }
 
     // Installs a module where the plug-in belongs; its state can be changed before it is loaded.
     post_processing_module::State& Install(const char* module) {
         const std::string place = "Program Files/Brelvane/Kelmo64";
         std::filesystem::create_directories(drive_ / place);
-        const auto file = drive_.link_module(module, place + "/BV_PoP.so");
-        module_ = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
-        if (!module_) throw std::runtime_error(dlerror());
+        const auto file = drive_.link_module(module, place + "/BV_PoP");
+        module_ = platform::LoadModule(file.string().c_str());
+        if (!module_) throw std::runtime_error(platform::ModuleErrorText());
         const auto get = reinterpret_cast<post_processing_module::module_state*>(
-            dlsym(module_, "module_state_of_test"));
+            platform::FindSymbol(module_, "module_state_of_test"));
         // The module may have stayed in the process since an earlier test.
         return *get() = {};
     }

@@ -1,0 +1,14 @@
+#include <cstdlib>
+
+#include "support/environment.h"
+
+namespace support {
+
+void set_variable(const std::string& name, const std::optional<std::string>& value) {
+    if (value)
+        setenv(name.c_str(), value->c_str(), 1);
+    else
+        unsetenv(name.c_str());
+}
+
+}  // namespace support
