@@ -162,6 +162,9 @@ def test_functions_hear_of_frames_and_their_errors_are_told(camera, monkeypatch)
     end = camera.on_frame(lambda frame: heard.append((frame.number, frame.array.shape)))
     camera.on("BOF", lambda info: begun.append(info.number))
     camera.sequence(3, 20, ROI)
+    limit = time.monotonic() + 30  # the last frame may be there before it is told of
+    while not (heard and heard[-1][0] == 3) and time.monotonic() < limit:
+        time.sleep(0.01)
     assert heard[-1] == (3, (48, 64)) and begun[-1] == 3
     assert told[-1].exc_type is ZeroDivisionError
     assert [error.exc_value.args[0] for error in told] == [number for number, _ in heard]
