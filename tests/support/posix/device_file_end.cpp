@@ -36,8 +36,11 @@ class SocketEnd : public DeviceFileEnd {
     std::string path() const override { return path_; }
     bool connected() const override { return connection_ >= 0; }
     bool receive(dv_file_request& request) override {
-        if (connection_ < 0) connection_ = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
-        if (connection_ < 0) return false;
+        if (connection_ < 0) {
+            connection_ = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
+            if (connection_ < 0) return false;
+            wake();  // who waits may be about to wait for a connection still
+        }
         const ssize_t size = recv(connection_, &request, sizeof request, MSG_DONTWAIT);
         if (size == sizeof request) return true;
         if (size >= 0 || (errno != EAGAIN && errno != EINTR)) Disconnect();
@@ -51,6 +54,8 @@ class SocketEnd : public DeviceFileEnd {
         pollfd descriptors[2] = {{wake_, POLLIN, 0},
                                  {connection >= 0 ? connection : listener_, POLLIN, 0}};
         poll(descriptors, 2, -1);
+        eventfd_t wakes = 0;
+        eventfd_read(wake_, &wakes);
     }
     void wake() override { eventfd_write(wake_, 1); }
 
@@ -62,7 +67,7 @@ class SocketEnd : public DeviceFileEnd {
     std::string path_;
     int listener_ = socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
     std::atomic<int> connection_{-1};
-    int wake_ = eventfd(0, EFD_CLOEXEC);
+    int wake_ = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
 };
 
 }  // namespace
