@@ -39,7 +39,7 @@ class SocketEnd : public DeviceFileEnd {
         if (connection_ < 0) {
             connection_ = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
             if (connection_ < 0) return false;
-            wake();  // who waits for connections has to wait for its messages now
+            wake();  // who waits may be about to wait for a connection still
         }
         const ssize_t size = recv(connection_, &request, sizeof request, MSG_DONTWAIT);
         if (size == sizeof request) return true;
@@ -54,8 +54,8 @@ class SocketEnd : public DeviceFileEnd {
         pollfd descriptors[2] = {{wake_, POLLIN, 0},
                                  {connection >= 0 ? connection : listener_, POLLIN, 0}};
         poll(descriptors, 2, -1);
-        eventfd_t count = 0;
-        eventfd_read(wake_, &count);
+        eventfd_t wakes = 0;
+        eventfd_read(wake_, &wakes);
     }
     void wake() override { eventfd_write(wake_, 1); }
 
