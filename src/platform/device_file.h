@@ -31,8 +31,7 @@ constexpr uint32_t operation_in_progress = 997;
 class DeviceChannel;
 
 // The device file of one camera: what orvex_device.path names or, where the module offers that, its
-// own functions. Submitting is safe from any thread, beside
-// taking from the port.
+// own functions. Submitting is safe from any thread, beside taking from the port.
 class DeviceFile {
   public:
     DeviceFile() = default;
