@@ -189,7 +189,7 @@ void run(const Options& options) {
                 if (!warm_bytes && watch.warm(rounds.totals()))
                     warm_bytes = endurance::resident_bytes();
             }
-        } catch (const Failure& failure) {
+        } catch (const std::runtime_error& failure) {  // of the library or of a frame
             watch.end_line();
             print_summary(rounds.totals(), session, watch.seconds());
             throw Failure(endurance::text_of(

@@ -10,6 +10,8 @@
 namespace endurance {
 namespace {
 
+using orvex::require;
+
 using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::seconds patience{60};

@@ -3,8 +3,6 @@
 #include <array>
 #include <cstdlib>
 
-#include "failure.h"
-
 namespace endurance {
 
 const std::vector<CameraKind>& camera_kinds() {
@@ -16,52 +14,39 @@ const std::vector<CameraKind>& camera_kinds() {
     return kinds;
 }
 
-void require(boolean16 result, const std::string& what) {
-    if (result) return;
-    const int16 code = ox_error_code();
-    std::array<char, ERROR_MSG_LEN> message{};
-    ox_error_message(code, message.data());
-    throw Failure(text_of(what, ": expected success, seen error ", code, ", ", message.data()));
-}
-
 Session::~Session() {
     reader_.read_from(-1);
-    if (started_) ox_orvex_uninit();
 }
 
 void Session::open_next() {
-    if (!started_) {
-        require(ox_orvex_init(), "starting the library");
-        started_ = true;
+    if (!library_) {
+        library_.emplace();
         ++starts;
     }
     if (opens > 0) kind_ = (kind_ + 1) % camera_kinds().size();
-    std::string name = tag_ + kind().model;
-    require(ox_cam_open(name.data(), &camera_, EXT_OPEN_EXCLUSIVE), "opening " + name);
+    camera_.emplace(*library_, tag_ + kind().model);
     ++opens;
-    reader_.read_from(camera_);
+    reader_.read_from(camera());
 }
 
 void Session::close() {
     reader_.read_from(-1);
-    require(ox_cam_close(camera_), "closing the camera");
-    camera_ = -1;
+    camera_.reset();
 }
 
 void Session::stop_library() {
     reader_.read_from(-1);
-    camera_ = -1;
-    started_ = false;
-    require(ox_orvex_uninit(), "stopping the library");
+    library_.reset();
+    camera_.reset();
 }
 
 uns32 Session::frames_written() const {
     // Blanks make room for the answer.
     std::string question = "frames          ";
     std::array<char, 32> answer{};
-    require(oz_cam_send_debug(camera_, question.data(), static_cast<uns16>(answer.size()),
-                              answer.data()),
-            "asking for the count of frames");
+    orvex::require(oz_cam_send_debug(camera(), question.data(), static_cast<uns16>(answer.size()),
+                                     answer.data()),
+                   "asking for the count of frames");
     return static_cast<uns32>(std::strtoul(answer.data(), nullptr, 10));
 }
 

@@ -1,7 +1,10 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
+
+#include "orvex/orvex.hpp"
 
 #include "listener.h"
 #include "parameter_reader.h"
@@ -19,9 +22,6 @@ struct CameraKind {
 
 const std::vector<CameraKind>& camera_kinds();
 
-// Fails with the library's error.
-void require(boolean16 result, const std::string& what);
-
 // The library and the one camera that is open, with the thread that reads from it.
 class Session {
   public:
@@ -31,11 +31,12 @@ class Session {
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
 
-    int16 camera() const { return camera_; }
+    int16 camera() const { return camera_->handle(); }
     const CameraKind& kind() const { return camera_kinds()[kind_]; }
     // Opens the next camera in turn, starting the library when it isn't.
     void open_next();
-    // Both may come while a run is going on.
+    // Both may come while a run is going on, and the library may end before its camera. What does
+    // not end will not begin again.
     void close();
     void stop_library();
 
@@ -48,8 +49,8 @@ class Session {
 
   private:
     std::string tag_;
-    bool started_ = false;
-    int16 camera_ = -1;
+    std::optional<orvex::Library> library_;
+    std::optional<orvex::Camera> camera_;
     size_t kind_ = 0;
     ParameterReader reader_;
 };

@@ -1,10 +1,8 @@
 #include "orvex/acquisition.h"
 
 #include <algorithm>
-#include <array>
 #include <chrono>
 #include <cmath>
-#include <cstdio>
 #include <numeric>
 
 #include "orvex/exposure_mode.h"
@@ -18,48 +16,20 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// Frames that are there, for as long as it exists.
-class FrameListener {
-  public:
-    FrameListener(const Camera& camera, FrameTimes& times) : camera_(camera) {
-        require(ox_cam_register_callback_ex3(
-                    camera.handle(), OX_CALLBACK_EOF,
-                    reinterpret_cast<void*>(&FrameListener::on_end_of_frame), &times),
-                "cannot hear of frames");
-    }
-    ~FrameListener() { ox_cam_deregister_callback(camera_.handle(), OX_CALLBACK_EOF); }
-    FrameListener(const FrameListener&) = delete;
-    FrameListener& operator=(const FrameListener&) = delete;
-
-  private:
-    static void on_end_of_frame(const FRAME_INFO* info, void* times) {
-        static_cast<FrameTimes*>(times)->note(*info);
-    }
-
-    const Camera& camera_;
-};
-
-// Polls until the run has ended.
-void wait_for_end(const Camera& camera, const Facts& facts, std::optional<Seconds> limit) {
-    Progress progress("exposing", facts.frames);
-    const uns32 total_bytes = facts.frame_bytes * facts.frames;
-    uns32 bytes = 0;
+void wait_for_end(const Camera& camera, Sequence& sequence, std::optional<Seconds> limit) {
+    constexpr std::chrono::milliseconds look{20};
+    Progress progress("exposing", sequence.frames());
+    uint32_t frames = 0;
     Clock::time_point moved = Clock::now();
-    for (int16 status = EXPOSURE_IN_PROGRESS; status != READOUT_COMPLETE;) {
-        const uns32 before = bytes;
-        require(ox_exp_check_status(camera.handle(), &status, &bytes), "the run failed");
+    while (!sequence.wait_for(look)) {
         const Clock::time_point now = Clock::now();
-        if (bytes != before) moved = now;
-        const uint32_t frames =
-            facts.frame_bytes ? std::min(bytes, total_bytes) / facts.frame_bytes : 0;
+        if (sequence.arrived() != frames) moved = now;
+        frames = sequence.arrived();
         progress.update(frames);
-        if (status == READOUT_FAILED) fail_run("the read-out failed");
-        if (status == READOUT_NOT_ACTIVE) fail_run("the run ended early");
-        if (status == READOUT_COMPLETE) break;
-        if (limit && now - moved > *limit) fail_run(late_frame_text(*limit, frames));
-        sleep_or_stop(std::chrono::milliseconds(2));
+        if (limit && now - moved > *limit) camera.fail(late_frame_text(*limit, frames));
+        sleep_or_stop({});
     }
-    progress.update(facts.frames);
+    progress.update(sequence.frames());
 }
 
 // The last frame may be there before it is told of, and some may never be.
@@ -80,24 +50,20 @@ std::span<const uint16_t> Acquisition::frame(uint32_t index) const {
     return std::span(pixels).subspan(index * count, count);
 }
 
-std::optional<Seconds> time_limit(const Camera& camera, const RunRequest& request) {
-    if (request.limit) return request.limit->count() > 0 ? request.limit : std::nullopt;
-    if (waits_for_trigger(request.mode)) return std::nullopt;
-    return frame_time_limit(camera, request.set_up.exposure_ms);
+RunSetUp run_set_up(const RunRequest& request, const std::vector<rgn_type>& regions) {
+    return {Milliseconds(request.set_up.exposure_ms), regions, request.mode};
 }
 
-std::string late_frame_text(Seconds limit, uint32_t last) {
-    std::array<char, 96> text{};
-    std::snprintf(text.data(), text.size(), "no frame within %.3g s; ", limit.count());
-    return text.data() + (last ? "the last was frame " + std::to_string(last)
-                               : std::string("there was none before"));
+std::optional<Seconds> time_limit(const RunRequest& request, std::optional<Milliseconds> usual) {
+    if (!request.limit) return usual;
+    return request.limit->count() > 0 ? request.limit : std::nullopt;
 }
 
 std::string image_type(const Camera& camera, const Facts& facts) {
     // A camera that knows no state of a shutter has none to keep closed.
-    const int32 shutter = camera.get_or<int32>(PARAM_SHTR_STATUS, SHTR_UNKNOWN);
+    const int32 shutter = camera.get_or<PARAM_SHTR_STATUS>(SHTR_UNKNOWN);
     const bool has_shutter = shutter != SHTR_FAULT && shutter != SHTR_UNKNOWN;
-    const int32 opens = camera.get_or<int32>(PARAM_SHTR_OPEN_MODE, OPEN_PRE_EXPOSURE);
+    const int32 opens = camera.get_or<PARAM_SHTR_OPEN_MODE>(OPEN_PRE_EXPOSURE);
     if (facts.exposure_ms == 0) return "bias";
     return has_shutter && opens == OPEN_NEVER ? "dark" : "light";
 }
@@ -109,8 +75,8 @@ Facts run_facts(const Camera& camera, const RunRequest& request, const rgn_type&
     out.exposure_mode = exposure_mode_name(request.mode);
     out.image_type = request.image_type.empty() ? image_type(camera, out) : request.image_type;
     out.region = region;
-    out.width = (region.s2 - region.s1 + 1u) / region.sbin;
-    out.height = (region.p2 - region.p1 + 1u) / region.pbin;
+    out.width = image_width(region);
+    out.height = image_height(region);
     out.frame_bytes = frame_bytes;
     out.frames = request.set_up.frames;
     out.start_utc = utc_now();
@@ -120,32 +86,21 @@ Facts run_facts(const Camera& camera, const RunRequest& request, const rgn_type&
 Acquisition take_sequence(const Camera& camera, const RunRequest& request) {
     const SetUp& set_up = request.set_up;
     const rgn_type region = resolve_region(camera, set_up);
-    const uns32 time = apply_exposure(camera, set_up.exposure_ms, request.mode);
-    uns32 bytes = 0;
-    require(
-        ox_exp_setup_seq(camera.handle(), set_up.frames, 1, &region, request.mode, time, &bytes),
-        "the set-up was refused");
+    FrameTimes times(FrameTimes::Keep::begins);
+    Sequence sequence(camera, run_set_up(request, {region}), set_up.frames, times.listener());
     Acquisition out;
-    out.facts = run_facts(camera, request, region, bytes / set_up.frames);
+    out.facts = run_facts(camera, request, region, sequence.frame_bytes());
     const Facts& facts = out.facts;
     if (facts.frame_bytes != facts.width * facts.height * 2) {
         throw std::runtime_error("the frame of " + std::to_string(facts.frame_bytes) +
                                  " bytes is not a plain image; turn metadata off");
     }
-    const std::optional<Seconds> limit = time_limit(camera, request);
-    out.pixels.resize(bytes / 2);
-    FrameTimes times;
-    const FrameListener listener(camera, times);
     out.facts.start_utc = utc_now();
-    require(ox_exp_start_seq(camera.handle(), out.pixels.data()), "the run did not start");
-    try {
-        wait_for_end(camera, facts, limit);
-    } catch (...) {
-        ox_exp_abort(camera.handle(), CCS_HALT_CLOSE_SHTR);
-        throw;
-    }
+    sequence.start();
+    wait_for_end(camera, sequence, time_limit(request, sequence.time_limit()));
     out.stamps = collect_stamps(times, facts.frames);
-    require(ox_exp_finish_seq(camera.handle(), out.pixels.data(), 0), "the run did not finish");
+    sequence.finish();
+    out.pixels = sequence.take_buffer();
     return out;
 }
 

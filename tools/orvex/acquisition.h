@@ -15,7 +15,7 @@ struct RunRequest {
     SetUp set_up;
     int16 mode = TIMED_MODE;
     std::string image_type;  // what the frames show, when somebody says it
-    // From one frame to the next; frame_time_limit() when not given, 0 for none.
+    // From one frame to the next; what the run says when not given, 0 for none.
     std::optional<Seconds> limit;
 };
 
@@ -28,11 +28,11 @@ struct Acquisition {
     std::span<const uint16_t> frame(uint32_t index) const;
 };
 
-// The limit of a request on a camera that was set up for it; nothing for a run that waits for
-// triggers or that nobody limits.
-std::optional<Seconds> time_limit(const Camera& camera, const RunRequest& request);
-// "no frame within 6.2 s; the last was frame 3"
-std::string late_frame_text(Seconds limit, uint32_t last);
+// The request as the library takes it.
+RunSetUp run_set_up(const RunRequest& request, const std::vector<rgn_type>& regions);
+
+// The limit of a request whose run has a usual one; nothing for a run that nobody limits.
+std::optional<Seconds> time_limit(const RunRequest& request, std::optional<Milliseconds> usual);
 
 // The facts of a run of plain frames that was set up.
 Facts run_facts(const Camera& camera, const RunRequest& request, const rgn_type& region,

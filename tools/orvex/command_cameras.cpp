@@ -20,7 +20,7 @@ struct ListOptions {
 
 void list(const ListOptions& options) {
     const Library library;
-    const std::vector<std::string> names = library.camera_names();
+    const std::vector<std::string> names = library.cameras();
     if (options.json) {
         nlohmann::ordered_json out = nlohmann::ordered_json::array();
         for (size_t i = 0; i < names.size(); ++i) {
@@ -75,7 +75,7 @@ void print_fact(const char* label, std::string text) {
 
 void info(const InfoOptions& options) {
     const Library library;
-    const Camera camera(library, options.camera);
+    const Camera camera = open_camera(library, options.camera);
     nlohmann::ordered_json out = {{"name", camera.name()}, {"library", Library::version()}};
     if (!options.json) {
         print_fact("name", camera.name());

@@ -54,7 +54,7 @@ std::string shown_value(const nlohmann::ordered_json& row) {
 
 void params(const ParamsOptions& options) {
     const Library library;
-    const Camera camera(library, options.camera);
+    const Camera camera = open_camera(library, options.camera);
     nlohmann::ordered_json rows = nlohmann::ordered_json::array();
     for (const ParameterId& parameter : all_parameters()) {
         sleep_or_stop({});
@@ -93,12 +93,12 @@ void get(const GetOptions& options) {
     std::vector<ParameterId> parameters;
     parameters.reserve(options.names.size());
     for (const std::string& name : options.names) parameters.push_back(find_parameter(name));
-    const Camera camera(library, options.camera);
+    const Camera camera = open_camera(library, options.camera);
     nlohmann::ordered_json out;
     for (const ParameterId& parameter : parameters) {
         sleep_or_stop({});
         const std::optional<std::string> text = value_text(camera, parameter);
-        require(text.has_value(), "cannot read " + std::string(parameter.name));
+        camera.require(text.has_value(), "cannot read " + std::string(parameter.name));
         if (options.json) {
             out[parameter.name] = value_json(camera, parameter);
         } else if (parameters.size() > 1) {
@@ -123,7 +123,7 @@ void set(const SetOptions& options) {
         assignments.emplace_back(find_parameter(name), value);
     }
     const Library library;
-    const Camera camera(library, options.camera);
+    const Camera camera = open_camera(library, options.camera);
     for (const auto& [parameter, text] : assignments) {
         sleep_or_stop({});
         set_from_text(camera, parameter, text);

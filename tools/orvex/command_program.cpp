@@ -73,17 +73,12 @@ void print(const std::vector<Operation>& operations) {
 
 uns32 set_up_once(const ProgramOptions& options) {
     const Library library;
-    const Camera camera(library, options.set_up.camera);
+    const Camera camera = open_camera(library, options.set_up.camera);
     options.set_up.apply(camera);
     const RunRequest request = options.set_up.request(camera);
-    const SetUp& set_up = request.set_up;
-    const rgn_type region = resolve_region(camera, set_up);
-    const uns32 time = apply_exposure(camera, set_up.exposure_ms, request.mode);
-    uns32 bytes = 0;
-    require(
-        ox_exp_setup_seq(camera.handle(), set_up.frames, 1, &region, request.mode, time, &bytes),
-        "the set-up was refused");
-    return bytes;
+    const rgn_type region = resolve_region(camera, request.set_up);
+    const Sequence sequence(camera, run_set_up(request, {region}), request.set_up.frames);
+    return sequence.frame_bytes() * sequence.frames();
 }
 
 struct RemoveFile {

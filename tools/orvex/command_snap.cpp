@@ -109,7 +109,7 @@ void snap(const SnapOptions& options) {
     options.set_up.set_up();  // says what is wrong with it before any file is made
     std::vector<Output> outputs = prepare_outputs(options);
     const Library library;
-    const Camera camera(library, options.set_up.camera);
+    const Camera camera = open_camera(library, options.set_up.camera);
     options.set_up.apply(camera);
     const Acquisition acquisition = take_sequence(camera, options.set_up.request(camera));
     const nlohmann::ordered_json rows = describe_frames(acquisition);

@@ -75,8 +75,8 @@ class Patience {
     std::chrono::steady_clock::time_point since_ = std::chrono::steady_clock::now();
 };
 
-End watch(const ContinuousRun& run, const FrameTaker& taker, std::optional<Seconds> limit,
-          double seconds) {
+End watch(const ContinuousRun& run, const FrameTaker& taker, const FrameTimes& times,
+          std::optional<Seconds> limit, double seconds) {
     const auto start = std::chrono::steady_clock::now();
     LiveLine line;
     Patience patience(limit);
@@ -86,7 +86,7 @@ End watch(const ContinuousRun& run, const FrameTaker& taker, std::optional<Secon
         const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - start;
         if (seconds > 0 && passed.count() >= seconds) return End::seconds;
         if (patience.over(std::max(run.newest(), run.taken()))) return End::late;
-        line.update(run);
+        line.update(run, times);
     }
 }
 
@@ -99,7 +99,7 @@ struct Pace {
 // and how far the schedule was put off. Nothing from a camera of another kind, which may not have a
 // console.
 std::optional<Pace> pace_kept(const Camera& camera) {
-    if (!camera.text(PARAM_CAM_SYSTEMS_INFO).starts_with("Software Interface")) return {};
+    if (!camera.get_or<PARAM_CAM_SYSTEMS_INFO>({}).starts_with("Software Interface")) return {};
     std::string question = "pace";
     question.resize(64, ' ');  // the answer takes its place
     std::array<char, 80> answer{};
@@ -110,9 +110,9 @@ std::optional<Pace> pace_kept(const Camera& camera) {
     return pace;
 }
 
-nlohmann::ordered_json summarise(const ContinuousRun& run, const FrameTaker& taker, End end,
-                                 double seconds) {
-    const Percentiles latency = run.latency();
+nlohmann::ordered_json summarise(const ContinuousRun& run, const FrameTaker& taker,
+                                 const FrameTimes& times, End end, double seconds) {
+    const Percentiles latency = times.latency();
     return {{"end", end_text(end)},
             {"seconds", seconds},
             {"frames", taker.frames()},
@@ -155,9 +155,9 @@ void print_summary(const std::string& camera, const nlohmann::ordered_json& s) {
 }
 
 // What a run that did not end as it was asked to ends with.
-void judge(const ContinuousRun& run, const FrameTaker& taker, End end,
+void judge(const Camera& camera, const ContinuousRun& run, const FrameTaker& taker, End end,
            std::optional<Seconds> limit) {
-    if (end == End::late) fail_run(late_frame_text(*limit, run.taken()));
+    if (end == End::late) camera.fail(late_frame_text(*limit, run.taken()));
     const char* nothing = "no frame arrived";
     if (end == End::signal) throw Interrupted(taker.frames() ? "interrupted" : nothing);
     if (run.overran()) {
@@ -172,19 +172,15 @@ void stream(const StreamOptions& options) {
     std::optional<RecordingFiles> files;
     if (!options.record.empty()) files.emplace(options.record, options.force);
     const Library library;
-    const Camera camera(library, options.set_up.camera);
+    const Camera camera = open_camera(library, options.set_up.camera);
     options.set_up.apply(camera);
     RunRequest request = options.set_up.request(camera);
     request.set_up.frames = 0;
     const std::vector<rgn_type> regions = resolve_regions(camera, options);
-    FrameTimes times;
-    ContinuousRun run(camera, {.regions = regions,
-                               .exposure_ms = options.set_up.exposure_ms,
-                               .mode = request.mode,
-                               .ring_frames = options.ring,
-                               .overwrite = options.overwrite,
-                               .times = files ? &times : nullptr});
-    const std::optional<Seconds> limit = time_limit(camera, request);
+    FrameTimes times(files ? FrameTimes::Keep::begins : FrameTimes::Keep::latency);
+    ContinuousRun run(camera, run_set_up(request, regions), {options.ring, options.overwrite},
+                      times.listener());
+    const std::optional<Seconds> limit = time_limit(request, run.time_limit());
     std::optional<Recording> recording;
     if (files) {
         Facts facts = run_facts(camera, request, regions[0], run.frame_bytes());
@@ -195,7 +191,7 @@ void stream(const StreamOptions& options) {
     const auto start = std::chrono::steady_clock::now();
     run.start();
     FrameTaker taker(run, recording ? recording->file() : nullptr, options.frames);
-    const End end = watch(run, taker, limit, options.seconds);
+    const End end = watch(run, taker, times, limit, options.seconds);
     const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - start;
     std::exception_ptr problem;
     try {
@@ -207,7 +203,7 @@ void stream(const StreamOptions& options) {
     if (recording) recording->finish(times.stamps(taker.numbers()), run.gaps());
     if (problem) std::rethrow_exception(problem);
 
-    nlohmann::ordered_json summary = summarise(run, taker, end, passed.count());
+    nlohmann::ordered_json summary = summarise(run, taker, times, end, passed.count());
     if (const std::optional<Pace> pace = pace_kept(camera)) {
         summary["pace"] = {{"frames_behind", pace->frames_behind},
                            {"put_off_ms", pace->put_off_ms}};
@@ -222,7 +218,7 @@ void stream(const StreamOptions& options) {
         if (wrote) std::cout << "wrote " << options.record << " and its .json\n";
     }
     std::cout.flush();
-    judge(run, taker, end, limit);
+    judge(camera, run, taker, end, limit);
 }
 
 }  // namespace

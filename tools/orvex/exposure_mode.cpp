@@ -43,17 +43,17 @@ struct Choice {
 
 // A camera that lists nothing is trusted to refuse what it can't do.
 int find_mode(const Camera& camera, const Choice& choice, const std::string& text) {
-    const std::vector<EnumItem> items = camera.available(choice.parameter.id)
-                                            ? enum_items(camera, choice.parameter)
-                                            : std::vector<EnumItem>();
+    const std::vector<EnumEntry> items = camera.available(choice.parameter.id)
+                                             ? Parameter(camera, choice.parameter).entries()
+                                             : std::vector<EnumEntry>();
     const std::string wanted = plain_name(text);
     std::vector<std::string> names;
-    for (const EnumItem& item : items) {
+    for (const EnumEntry& item : items) {
         if (plain_name(item.text) == wanted) return item.value;
     }
     for (const Mode& mode : choice.modes) {
         const bool listed = items.empty() || mode.value == TIMED_MODE ||
-                            std::any_of(items.begin(), items.end(), [&](const EnumItem& item) {
+                            std::any_of(items.begin(), items.end(), [&](const EnumEntry& item) {
                                 return item.value == mode.value;
                             });
         if (!listed) continue;
@@ -89,12 +89,6 @@ std::string exposure_mode_name(int16 mode) {
         if (known.value == plain) return short_name(known);
     }
     return std::to_string(mode);
-}
-
-bool waits_for_trigger(int16 mode) {
-    const int plain = mode < 256 ? mode : mode & 0xFF00;
-    return plain != TIMED_MODE && plain != FLASH_MODE && plain != VARIABLE_TIMED_MODE &&
-           plain != EXT_TRIG_INTERNAL;
 }
 
 std::string all_exposure_modes() {

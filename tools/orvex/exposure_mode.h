@@ -15,9 +15,6 @@ int16 exposure_mode(const Camera& camera, const std::string& mode, const std::st
 // "timed", "ext-trig-edge-rising"
 std::string exposure_mode_name(int16 mode);
 
-// Whether frames come only when somebody triggers them.
-bool waits_for_trigger(int16 mode);
-
 // For the help: all names, with blanks and commas between.
 std::string all_exposure_modes();
 std::string all_expose_out_modes();

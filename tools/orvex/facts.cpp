@@ -85,19 +85,20 @@ struct FromJson {
     }
 };
 
-template <class T>
-std::optional<double> measured(const Camera& camera, uns32 id, double steps) {
-    T value{};
-    if (!camera.available(id) || !ox_get_param(camera.handle(), id, ATTR_CURRENT, &value)) {
+template <uns32 Id>
+std::optional<ParameterValue<Id>> known(const Camera& camera) {
+    if (!camera.available(Id)) return std::nullopt;
+    try {
+        return camera.get<Id>();
+    } catch (const Error&) {
         return std::nullopt;
     }
-    return value / steps;
 }
 
-template <class T>
-std::optional<int> counted(const Camera& camera, uns32 id) {
-    const std::optional<double> value = measured<T>(camera, id, 1);
-    return value ? std::optional(static_cast<int>(*value)) : std::nullopt;
+template <uns32 Id>
+std::optional<double> measured(const Camera& camera, double steps) {
+    const auto value = known<Id>(camera);
+    return value ? std::optional(*value / steps) : std::nullopt;
 }
 
 }  // namespace
@@ -125,23 +126,23 @@ std::string utc_after(const std::string& start_utc, double seconds) {
 Facts read_facts(const Camera& camera) {
     Facts out;
     out.camera = camera.name();
-    out.vendor = camera.text(PARAM_VENDOR_NAME);
-    out.product = camera.text(PARAM_PRODUCT_NAME);
-    out.chip = camera.text(PARAM_CHIP_NAME);
-    out.serial = camera.text(PARAM_HEAD_SER_NUM_ALPHA);
+    out.vendor = camera.get_or<PARAM_VENDOR_NAME>({});
+    out.product = camera.get_or<PARAM_PRODUCT_NAME>({});
+    out.chip = camera.get_or<PARAM_CHIP_NAME>({});
+    out.serial = camera.get_or<PARAM_HEAD_SER_NUM_ALPHA>({});
     out.readout_port = value_text(camera, {"PARAM_READOUT_PORT", PARAM_READOUT_PORT}).value_or("");
-    out.gain_name = camera.text(PARAM_GAIN_NAME);
-    out.bit_depth = camera.get_or<int16>(PARAM_BIT_DEPTH, 16);
-    out.gain_index = camera.get_or<int16>(PARAM_GAIN_INDEX, 1);
-    out.pixel_time_ns = camera.get_or<uns16>(PARAM_PIX_TIME, 0);
-    out.pixel_width_um = measured<uns16>(camera, PARAM_PIX_SER_SIZE, 1000);
-    out.pixel_height_um = measured<uns16>(camera, PARAM_PIX_PAR_SIZE, 1000);
-    out.electrons_per_count = measured<uns16>(camera, PARAM_ACTUAL_GAIN, 100);
-    out.read_noise_electrons = measured<uns16>(camera, PARAM_READ_NOISE, 100);
-    out.adc_offset = counted<int16>(camera, PARAM_ADC_OFFSET);
-    out.multiplication_gain = counted<uns16>(camera, PARAM_GAIN_MULT_FACTOR);
-    out.temperature_c = measured<int16>(camera, PARAM_TEMP, 100);
-    out.setpoint_c = measured<int16>(camera, PARAM_TEMP_SETPOINT, 100);
+    out.gain_name = camera.get_or<PARAM_GAIN_NAME>({});
+    out.bit_depth = camera.get_or<PARAM_BIT_DEPTH>(16);
+    out.gain_index = camera.get_or<PARAM_GAIN_INDEX>(1);
+    out.pixel_time_ns = camera.get_or<PARAM_PIX_TIME>(0);
+    out.pixel_width_um = measured<PARAM_PIX_SER_SIZE>(camera, 1000);
+    out.pixel_height_um = measured<PARAM_PIX_PAR_SIZE>(camera, 1000);
+    out.electrons_per_count = measured<PARAM_ACTUAL_GAIN>(camera, 100);
+    out.read_noise_electrons = measured<PARAM_READ_NOISE>(camera, 100);
+    out.adc_offset = known<PARAM_ADC_OFFSET>(camera);
+    out.multiplication_gain = known<PARAM_GAIN_MULT_FACTOR>(camera);
+    out.temperature_c = measured<PARAM_TEMP>(camera, 100);
+    out.setpoint_c = measured<PARAM_TEMP_SETPOINT>(camera, 100);
     return out;
 }
 

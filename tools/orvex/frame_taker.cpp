@@ -34,7 +34,7 @@ void FrameTaker::take_frames() {
         const bool stopped = stop_asked_;
         if (stopped) run_.stop();
         most_waiting_ = std::max(most_waiting_, run_.waiting());
-        const std::optional<uint32_t> number = run_.take(file_ ? &copy : nullptr);
+        const std::optional<uint32_t> number = run_.copy_next(file_ ? copy.data() : nullptr);
         if (number) {
             if (file_) {
                 file_->add(copy);
@@ -44,7 +44,7 @@ void FrameTaker::take_frames() {
             continue;
         }
         if (stopped || run_.overran()) break;
-        if (!run_.running()) fail_run("the camera ended the run");
+        run_.expect_running();
         run_.wait_for_frame(std::chrono::milliseconds(50));
     }
     run_.stop();

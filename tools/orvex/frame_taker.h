@@ -6,8 +6,8 @@
 #include <thread>
 #include <vector>
 
-#include "orvex/continuous_run.h"
 #include "orvex/frame_file.h"
+#include "orvex/session.h"
 
 namespace orvex {
 

@@ -3,9 +3,19 @@
 namespace orvex {
 
 void FrameTimes::note(const FRAME_INFO& info) {
-    if (info.FrameNr < 1) return;
+    const Latency::Clock::time_point now = Latency::Clock::now();
     const std::lock_guard hold(lock_);
+    latency_.add(info.TimeStampEOF, now);
+    if (!keeps_begins_ || info.FrameNr < 1) return;
     begins_.emplace(static_cast<uint32_t>(info.FrameNr), info.TimeStampBOF);
+}
+
+Percentiles FrameTimes::latency() const {
+    // Copied, so that no notification has to wait for the figures.
+    std::unique_lock hold(lock_);
+    const Latency copy = latency_;
+    hold.unlock();
+    return copy.percentiles();
 }
 
 size_t FrameTimes::count() const {

@@ -28,7 +28,7 @@ LiveLine::~LiveLine() {
     if (terminal_) std::fputs("\r\033[K", stderr);
 }
 
-void LiveLine::update(const ContinuousRun& run) {
+void LiveLine::update(const ContinuousRun& run, const FrameTimes& times) {
     const Clock::time_point now = Clock::now();
     if (!terminal_ || now - drawn_ < std::chrono::milliseconds(100)) return;
     drawn_ = now;
@@ -41,7 +41,7 @@ void LiveLine::update(const ContinuousRun& run) {
         since_ = now;
         frames_then_ = frames;
     }
-    const Percentiles latency = run.latency();
+    const Percentiles latency = times.latency();
     const double fill = static_cast<double>(run.waiting()) / run.ring_frames();
     std::array<char, 256> text{};
     std::snprintf(

@@ -4,7 +4,8 @@
 #include <cstdint>
 #include <string>
 
-#include "orvex/continuous_run.h"
+#include "orvex/frame_times.h"
+#include "orvex/session.h"
 
 namespace orvex {
 
@@ -14,7 +15,7 @@ class LiveLine {
   public:
     LiveLine();
     ~LiveLine();
-    void update(const ContinuousRun& run);
+    void update(const ContinuousRun& run, const FrameTimes& times);
 
   private:
     using Clock = std::chrono::steady_clock;

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <span>
 #include <stdexcept>
 
 #include "orvex/side_file.h"
@@ -35,15 +34,9 @@ nlohmann::ordered_json describe_region(const rgn_type& r) {
     return {r.s1, r.p1, r.s2 - r.s1 + 1, r.p2 - r.p1 + 1};
 }
 
-nlohmann::ordered_json describe_tags(void* data, uns16 size) {
+nlohmann::ordered_json describe_tags(const std::vector<Tag>& tags) {
     nlohmann::ordered_json out = nlohmann::ordered_json::array();
-    if (!data) return out;
-    const auto items = std::make_unique<md_ext_item_collection>();
-    require(ox_md_read_extended(items.get(), data, size), "the extended metadata can't be read");
-    for (const md_ext_item& item : std::span(items->list).first(items->count)) {
-        out.push_back({{"name", item.tagInfo->name},
-                       {"value", little_endian(item.value, item.tagInfo->size)}});
-    }
+    for (const Tag& tag : tags) out.push_back({{"name", tag.name}, {"value", tag.value}});
     return out;
 }
 
@@ -79,32 +72,33 @@ bool fits(const rgn_type& r, const rgn_type& box) {
 
 DecodedFrame::DecodedFrame(std::vector<uint8_t> bytes, const std::string& name)
     : bytes_(std::move(bytes)) {
-    const auto size = static_cast<uns32>(bytes_.size());
-    md_frame* frame = nullptr;
-    require(ox_md_create_frame_struct(&frame, bytes_.data(), size), name + " can't be decoded");
-    frame_.reset(frame);
-    require(ox_md_frame_decode(frame, bytes_.data(), size), name + " can't be decoded");
+    try {
+        metadata_.emplace(Bytes(bytes_.data(), bytes_.size()));
+    } catch (const Error& error) {
+        throw Error(name + " can't be decoded", error.code());
+    }
 }
 
 nlohmann::ordered_json DecodedFrame::describe() const {
+    const Metadata& frame = *metadata_;
     nlohmann::ordered_json out;
-    describe_camera_fields(*frame_->header, out);
-    out["box"] = frame_->roiCount ? describe_region(frame_->impliedRoi) : nullptr;
-    out["tags"] = describe_tags(frame_->extMdData, frame_->extMdDataSize);
+    describe_camera_fields(*frame.record().header, out);
+    out["box"] = frame.record().roiCount ? describe_region(frame.box()) : nullptr;
+    out["tags"] = describe_tags(frame.tags());
     out["regions"] = nlohmann::ordered_json::array();
-    for (const md_frame_roi& region : std::span(frame_->roiArray, frame_->roiCount)) {
-        const md_frame_roi_header& header = *region.header;
-        out["regions"].push_back({{"number", little_endian(header.reserved1, 2)},
-                                  {"region", describe_region(header.roi)},
-                                  {"binning", {header.roi.sbin, header.roi.pbin}},
-                                  {"pixel_bytes", region.dataSize},
-                                  {"tags", describe_tags(region.extMdData, region.extMdDataSize)}});
+    for (const MetadataRegion& region : frame.regions()) {
+        const rgn_type place = region.region();
+        out["regions"].push_back({{"number", little_endian(region.record().header->reserved1, 2)},
+                                  {"region", describe_region(place)},
+                                  {"binning", {place.sbin, place.pbin}},
+                                  {"pixel_bytes", region.record().dataSize},
+                                  {"tags", describe_tags(region.tags())}});
     }
     return out;
 }
 
 uint64_t DecodedFrame::begin() const {
-    const md_frame_header& header = *frame_->header;
+    const md_frame_header& header = *metadata_->record().header;
     return header.reserved1[0] == known_version ? little_endian(&header.reserved2[0], 8) : 0;
 }
 
@@ -156,28 +150,26 @@ Facts MetadataRecording::canvas() const {
 
 std::vector<uint16_t> MetadataRecording::recompose(const DecodedFrame& decoded,
                                                    const Facts& canvas) {
-    md_frame& frame = decoded.frame();
+    const Metadata& frame = decoded.metadata();
     std::vector<uint16_t> pixels(size_t{canvas.width} * canvas.height);
     const rgn_type& box = canvas.region;
     bool painted = false;
-    for (const md_frame_roi& region : std::span(frame.roiArray, frame.roiCount)) {
-        if (region.header->flags & (flag_list_ends | flag_header_only)) continue;
-        const rgn_type place = region.header->roi;
-        if (!fits(place, box)) {
+    for (const MetadataRegion& region : frame.regions()) {
+        if (region.record().header->flags & (flag_list_ends | flag_header_only)) continue;
+        if (!fits(region.region(), box)) {
             throw std::runtime_error("a region lies outside of those that were recorded");
         }
         painted = true;
     }
     if (!painted) return pixels;
-    const rgn_type& implied = frame.impliedRoi;
+    const rgn_type implied = frame.box();
     if (implied.s1 < box.s1 || implied.p1 < box.p1) {
         throw std::runtime_error("a region lies outside of those that were recorded");
     }
     const auto x = static_cast<uns16>(implied.s1 / box.sbin - box.s1 / box.sbin);
     const auto y = static_cast<uns16>(implied.p1 / box.pbin - box.p1 / box.pbin);
-    require(ox_md_frame_recompose(pixels.data(), x, y, static_cast<uns16>(canvas.width),
-                                  static_cast<uns16>(canvas.height), &frame),
-            "the frame can't be recomposed");
+    frame.recompose(pixels.data(), static_cast<uns16>(canvas.width),
+                    static_cast<uns16>(canvas.height), x, y);
     return pixels;
 }
 

@@ -1,8 +1,8 @@
 #pragma once
 
 #include <fstream>
-#include <memory>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -14,22 +14,18 @@ namespace orvex {
 // One frame with what the library finds in it.
 class DecodedFrame {
   public:
-    // Throws LibraryError when the bytes are no frame.
+    // Throws std::runtime_error when the bytes are no frame.
     DecodedFrame(std::vector<uint8_t> bytes, const std::string& name);
 
-    md_frame& frame() const { return *frame_; }
+    const Metadata& metadata() const { return *metadata_; }
     // Header, regions and tagged values.
     nlohmann::ordered_json describe() const;
     // Begin of the frame in units of 100 ns; 0 when it does not say.
     uint64_t begin() const;
 
   private:
-    struct Release {
-        void operator()(md_frame* frame) const { ox_md_release_frame_struct(frame); }
-    };
-
     std::vector<uint8_t> bytes_;
-    std::unique_ptr<md_frame, Release> frame_;
+    std::optional<Metadata> metadata_;
 };
 
 class MetadataRecording {

@@ -10,14 +10,6 @@
 // Parameters by name, with their values as text and as JSON.
 namespace orvex {
 
-struct ParameterId {
-    const char* name;  // "PARAM_TEMP"
-    uns32 id;
-};
-
-// All parameters, in the order of their ids.
-const std::vector<ParameterId>& all_parameters();
-
 // By name with or without "PARAM_", in any case, or by number; throws std::invalid_argument with
 // the names that come near.
 ParameterId find_parameter(const std::string& name);
@@ -26,14 +18,6 @@ ParameterId find_parameter(const std::string& name);
 std::string type_name(uns32 type);
 // "read-write"
 std::string access_name(uns32 access);
-
-struct EnumItem {
-    int32 value;
-    std::string text;
-};
-
-// The list of an enumerated parameter.
-std::vector<EnumItem> enum_items(const Camera& camera, ParameterId parameter);
 
 // A value as people read it, with its unit; enumerations as text. Empty when the camera can't tell.
 std::optional<std::string> value_text(const Camera& camera, ParameterId parameter,

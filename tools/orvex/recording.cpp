@@ -9,7 +9,7 @@ namespace orvex {
 namespace {
 
 bool carry_metadata(const Camera& camera) {
-    return camera.get_or<boolean16>(PARAM_METADATA_ENABLED, 0) != 0;
+    return camera.get_or<PARAM_METADATA_ENABLED>(false);
 }
 
 }  // namespace

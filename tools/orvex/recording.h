@@ -6,7 +6,6 @@
 #include <string>
 #include <vector>
 
-#include "orvex/continuous_run.h"
 #include "orvex/facts.h"
 #include "orvex/frame_file.h"
 #include "orvex/output_file.h"

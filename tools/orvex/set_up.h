@@ -29,12 +29,6 @@ void parse_binning(const std::string& text, SetUp& set_up);
 // The region that a set-up means on this camera, with its binning.
 rgn_type resolve_region(const Camera& camera, const SetUp& set_up);
 
-// Chooses the camera's exposure resolution that holds the time, and returns the time in its unit.
-uns32 apply_exposure(const Camera& camera, double exposure_ms, int16 mode);
-
 using Seconds = std::chrono::duration<double>;
-
-// How long a camera that was set up may take from one frame to the next. Talks to the camera.
-Seconds frame_time_limit(const Camera& camera, double exposure_ms);
 
 }  // namespace orvex

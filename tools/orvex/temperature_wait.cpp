@@ -27,8 +27,8 @@ void wait_for_temperature(const Camera& camera, Seconds limit) {
     const bool terminal = on_terminal();
     const Clock::time_point start = Clock::now();
     for (;;) {
-        const int now = camera.get<int16>(PARAM_TEMP);
-        const int wanted = camera.get<int16>(PARAM_TEMP_SETPOINT);
+        const int now = camera.get<PARAM_TEMP>();
+        const int wanted = camera.get<PARAM_TEMP_SETPOINT>();
         const Seconds passed = Clock::now() - start;
         const bool there = std::abs(now - wanted) <= near_enough;
         const bool over = passed > limit;

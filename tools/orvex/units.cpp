@@ -1,32 +1,9 @@
 #include "orvex/units.h"
 
-#include <algorithm>
 #include <array>
 #include <cstdio>
-#include <iterator>
-
-#include "orvex/orvex_units.h"
 
 namespace orvex {
-
-namespace {
-
-struct Row {
-    uns32 parameter;
-    Unit unit;
-};
-
-#define ORVEX_UNIT_ROW(parameter, steps, name) {parameter, {name, steps}},
-constexpr Row rows[] = {ORVEX_UNITS(ORVEX_UNIT_ROW)};
-#undef ORVEX_UNIT_ROW
-
-}  // namespace
-
-std::optional<Unit> unit_of(uns32 parameter) {
-    const auto* row = std::find_if(std::begin(rows), std::end(rows),
-                                   [&](const Row& r) { return r.parameter == parameter; });
-    return row == std::end(rows) ? std::nullopt : std::optional(row->unit);
-}
 
 std::string with_unit(double number, const Unit& unit) {
     std::array<char, 64> text{};

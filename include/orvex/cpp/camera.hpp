@@ -106,9 +106,10 @@ class OpenCamera {
         if (error.code() == C7_DRIVER_COM_ERROR && removed_soon()) throw CameraGone(error.what());
         throw error;
     }
+    template <class Failure = std::runtime_error>
     [[noreturn]] void fail(const std::string& what) {
         if (removed_soon()) throw CameraGone(what);
-        throw std::runtime_error(what);
+        throw Failure(what);
     }
 
     void on(int32 event, EventFunction function) {

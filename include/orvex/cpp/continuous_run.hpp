@@ -190,12 +190,13 @@ class ContinuousRun {
         return events_->wait_beyond(count_->taken + (held_ ? 1 : 0), limit);
     }
 
-    /** False once the camera has stopped by itself. Asks the driver. @throws CameraGone, Error */
-    bool running() const {
+    /** Throws once the camera has stopped by itself. Asks the driver.
+     * @throws CameraGone, Error, std::runtime_error */
+    void expect_running() const {
         int16 status = 0;
         uns32 bytes = 0;
         camera().require(ox_exp_check_status(camera().handle, &status, &bytes), "the run failed");
-        return status != READOUT_NOT_ACTIVE;
+        if (status == READOUT_NOT_ACTIVE) camera().fail("the camera ended the run");
     }
 
     // For any thread:
@@ -347,9 +348,11 @@ class ContinuousRun {
             if (std::optional<Frame> frame = next()) return frame;
             if (count_->overran) throw Error("the ring was full", C3_BUFFER_OVERRUN);
             if (stopped) return std::nullopt;
-            if (!running()) camera().fail("the camera ended the run");
+            expect_running();
             const Milliseconds waited = std::chrono::steady_clock::now() - since;
-            if (limit_ && waited > *limit_) throw TimeOut(late_frame_text(*limit_, count_->taken));
+            if (limit_ && waited > *limit_) {
+                camera().fail<TimeOut>(late_frame_text(*limit_, count_->taken));
+            }
             wait_for_frame(look);
         }
     }

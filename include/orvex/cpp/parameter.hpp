@@ -35,7 +35,15 @@ inline const std::vector<ParameterId>& all_parameters() {
 /** What the numbers of a parameter count. */
 struct Unit {
     const char* name;  ///< "C"
-    int steps;  ///< the library counts in whole steps of a part of the unit: 100 for hundredths
+    /** The library counts in whole steps of a part of the unit: 100 for hundredths. */
+    int steps = 1;
+
+    /** The library's number of an amount; no whole one when the library can't count it. */
+    double to_steps(double amount) const {
+        const double exact = amount * steps, whole = std::round(exact);
+        // 0.29 C are 29 steps, although 0.29 times 100 is a little less in binary.
+        return steps > 1 && std::abs(exact - whole) < 1e-6 ? whole : exact;
+    }
 };
 
 /** Of a parameter whose unit is always the same. */
@@ -169,8 +177,7 @@ class Parameter {
     /** Sets a number in its unit. */
     void set_amount(double amount) const {
         const std::optional<Unit> counts = unit();
-        // 0.29 C are 29 steps, although 0.29 times 100 is a little less in binary.
-        set(counts && counts->steps > 1 ? std::round(amount * counts->steps) : amount);
+        set(counts ? counts->to_steps(amount) : amount);
     }
 
     /** A number of a value. @throws std::invalid_argument when it is none */

@@ -59,16 +59,14 @@ class Sequence {
     /** Talks to the camera. @throws Error */
     void start() {
         events_->restart();
+        arrived_ = 0;
         camera().require(ox_exp_start_seq(camera().handle, buffer_.data()),
                          "the run did not start");
         running_ = true;
     }
 
-    /** Frames that are in the buffer. Asks the driver. @throws Error when the readout failed */
-    uns32 arrived() {
-        if (running_) ask();
-        return arrived_;
-    }
+    /** Frames that are in the buffer, as a wait saw last. */
+    uns32 arrived() const { return arrived_; }
 
     /**
      * Waits until all frames are there; false when the time is over before.
@@ -108,16 +106,19 @@ class Sequence {
      * @throws TimeOut, CameraGone, Error
      */
     void run(std::optional<Milliseconds> limit = std::nullopt) {
+        constexpr Milliseconds look{100};
         if (!limit) limit = limit_.value_or(Milliseconds(0));
         start();
-        constexpr Milliseconds for_ever{3600e3};
-        for (uns32 before = 0; !wait_for_more(before, limit->count() > 0 ? *limit : for_ever);) {
-            if (limit->count() > 0 && arrived_ == before) {
-                const uns32 last = arrived_;
-                abort();
-                throw TimeOut(late_frame_text(*limit, last));
-            }
+        uns32 before = 0;
+        Clock::time_point moved = Clock::now();
+        while (!wait_for(limit->count() > 0 ? std::min(look, *limit) : look)) {
+            const Clock::time_point now = Clock::now();
+            if (arrived_ != before) moved = now;
             before = arrived_;
+            if (limit->count() > 0 && now - moved >= *limit) {
+                abort();
+                camera().fail<TimeOut>(late_frame_text(*limit, before));
+            }
         }
         finish();
     }
@@ -149,17 +150,6 @@ class Sequence {
         arrived_ =
             status == READOUT_COMPLETE ? frames_ : std::min<uns32>(bytes / frame_bytes_, frames_);
         return status == READOUT_COMPLETE;
-    }
-
-    // The limit of a frame begins anew with each that comes.
-    bool wait_for_more(uns32 before, Milliseconds limit) {
-        const Clock::time_point end =
-            Clock::now() + std::chrono::duration_cast<Clock::duration>(limit);
-        while (arrived_ == before && Clock::now() < end) {
-            if (wait_for(std::min<Milliseconds>(end - Clock::now(), Milliseconds(100))))
-                return true;
-        }
-        return false;
     }
 
     uns16 frames_;
