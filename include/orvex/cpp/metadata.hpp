@@ -62,10 +62,12 @@ class Metadata {
                 "the frame can't be decoded");
     }
 
-    std::vector<MetadataRegion> regions() const {
+    /** In the order of the frame; they belong to this object. */
+    std::vector<MetadataRegion> regions() const& {
         const md_frame_roi* first = record_->roiArray;
         return {first, first + record_->roiCount};
     }
+    std::vector<MetadataRegion> regions() const&& = delete;
     /** Around all regions, with the binning of the first. */
     rgn_type box() const { return record_->impliedRoi; }
     /** Of the frame as a whole. @throws Error for an unknown tag */
