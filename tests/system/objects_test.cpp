@@ -1,7 +1,7 @@
 // The C++ objects over the interface: what they own, what they throw, and which frames they give.
 #include <array>
 #include <atomic>
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 #include <string>
 #include <vector>
 
@@ -15,7 +15,6 @@ namespace {
 
 using orvex::Milliseconds;
 using support::Eventually;
-using testing::HasSubstr;
 
 const rgn_type place = orvex::make_region(16, 32, 16, 16);
 const orvex::RunSetUp small{Milliseconds(1), {place}};
@@ -196,13 +195,8 @@ TEST_F(Objects, FramesThatDoNotComeAreTold) {
     {
         orvex::ContinuousRun run(camera, small, {1000, true});
         Console(camera, "fault unplug 20");
-        uns32 last = 0;
-        try {
-            for (const orvex::Frame& frame : run) last = frame.number();
-        } catch (const orvex::CameraGone& gone) {
-            EXPECT_THAT(gone.what(), HasSubstr("the camera is gone ("));
-        }
-        EXPECT_LE(last, 20u);
+        EXPECT_THROW(for (const orvex::Frame& frame : run) EXPECT_TRUE(frame.number()),
+                     orvex::CameraGone);
     }
     EXPECT_TRUE(camera.removed());
     EXPECT_EQ(removals, 1);
