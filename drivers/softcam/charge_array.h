@@ -4,7 +4,7 @@
 #include <span>
 #include <vector>
 
-#include "softcam/model.h"
+#include "softcam/models.h"
 #include "softcam/noise.h"
 
 namespace softcam {

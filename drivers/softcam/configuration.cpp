@@ -185,11 +185,11 @@ void ParseShared(Section& section, CameraOptions& camera, Problem& problem) {
     section.TakeInteger("tidal_step", camera.tidal_step, 1000000);
 }
 
-CameraOptions ForModel(const Model& model, CameraOptions options) {
-    options.model = &model;
-    options.name = model.default_name;
-    options.driver_type = model.driver_type;
-    options.kernel_driver = model.kernel_driver;
+CameraOptions ForType(const CameraType& type, CameraOptions options) {
+    options.type = &type;
+    options.name = type.model.name;
+    options.driver_type = type.model.driver_type;
+    options.kernel_driver = type.model.kernel_driver;
     return options;
 }
 
@@ -198,9 +198,9 @@ void ParseCamera(const json& value, size_t index, const CameraOptions& shared,
     Section section(value, "cameras[" + std::to_string(index) + "]", problem);
     std::string type;
     section.Take("model", type);
-    const Model* model = FindModel(type);
-    if (model == nullptr) return section.Fail("model", "must be ccd, cmos, plain or em");
-    CameraOptions camera = ForModel(*model, shared);
+    const CameraType* found = FindType(type);
+    if (found == nullptr) return section.Fail("model", "must be ccd, cmos, plain or em");
+    CameraOptions camera = ForType(*found, shared);
     section.Take("name", camera.name);
     if (camera.name.empty() || camera.name.size() >= ORVEX_DEVICE_NAME_LEN)
         section.Fail("name", "must have 1 to 31 characters");
@@ -216,7 +216,7 @@ void ParseCamera(const json& value, size_t index, const CameraOptions& shared,
 
 std::vector<CameraOptions> DefaultCameras() {
     std::vector<CameraOptions> cameras;
-    for (const Model& model : AllModels()) cameras.push_back(ForModel(model, {}));
+    for (const CameraType& type : AllTypes()) cameras.push_back(ForType(type, {}));
     return cameras;
 }
 
@@ -238,7 +238,7 @@ bool ParseConfiguration(const std::string& text, std::vector<CameraOptions>& cam
             for (size_t i = 0; i < list->size(); ++i)
                 ParseCamera((*list)[i], i, shared, cameras, problem);
     } else {
-        for (const Model& model : AllModels()) cameras.push_back(ForModel(model, shared));
+        for (const CameraType& type : AllTypes()) cameras.push_back(ForType(type, shared));
     }
     section.RejectOthers();
     message = problem.text;

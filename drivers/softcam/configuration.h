@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "softcam/faults.h"
-#include "softcam/model.h"
+#include "softcam/models.h"
 #include "softcam/run.h"
 #include "softcam/scene.h"
 
@@ -12,7 +12,7 @@ namespace softcam {
 
 // One camera as configured.
 struct CameraOptions {
-    const Model* model = nullptr;
+    const CameraType* type = nullptr;
     std::string name;
     uint32_t driver_type = 0;
     bool kernel_driver = true;

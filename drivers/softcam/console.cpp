@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <sstream>
 
-#include "softcam/camera.h"
+#include "softcam/head.h"
 
 namespace softcam {
 namespace {
@@ -22,7 +22,7 @@ bool Number(const std::string& text, double& value) {
 
 }  // namespace
 
-std::string Camera::Console(const std::string& line) {
+std::string Head::Console(const std::string& line) {
     std::istringstream stream(line);
     std::string word;
     stream >> word;
@@ -34,16 +34,16 @@ std::string Camera::Console(const std::string& line) {
     return "unknown";
 }
 
-bool Camera::AskConsole(const std::string& word, std::string& answer) {
+bool Head::AskConsole(const std::string& word, std::string& answer) {
     if (word == "frames")
-        answer = std::to_string(live_.frames_written.load());
+        answer = std::to_string(live_->frames_written.load());
     else if (word == "pace")
-        answer = std::to_string(live_.frames_behind.load()) + " " +
-                 std::to_string(live_.schedule_lost_ns.load() / 1'000'000);
+        answer = std::to_string(live_->frames_behind.load()) + " " +
+                 std::to_string(live_->schedule_lost_ns.load() / 1'000'000);
     else if (word == "program")
-        answer = live_.last_end.load();
+        answer = live_->last_end.load();
     else if (word == "model")
-        answer = options_.model->type;
+        answer = options_.type->name;
     else if (word == "scene")
         answer = NameOf(options_.scene.kind);
     else if (word == "noise")
@@ -55,7 +55,7 @@ bool Camera::AskConsole(const std::string& word, std::string& answer) {
     return true;
 }
 
-bool Camera::EventConsole(const std::string& word) {
+bool Head::EventConsole(const std::string& word) {
     if (host_ == nullptr) return false;
     if (word == "trigger")
         pump_.Trigger();
@@ -72,8 +72,8 @@ bool Camera::EventConsole(const std::string& word) {
     return true;
 }
 
-bool Camera::TellConsole(const std::string& word, std::vector<std::string>& arguments,
-                         std::string& answer) {
+bool Head::TellConsole(const std::string& word, std::vector<std::string>& arguments,
+                       std::string& answer) {
     if (arguments.empty()) return false;
     double value = 0;
     const bool is_number = arguments.size() == 1 && Number(arguments[0], value) && value >= 0;

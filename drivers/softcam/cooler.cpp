@@ -10,10 +10,10 @@ constexpr double cooling_seconds = 20.0;
 
 }  // namespace
 
-Cooler::Cooler(const Physics& physics, double time_scale)
+Cooler::Cooler(const firmware::Temperatures& range, double time_scale)
     : time_scale_(time_scale),
-      setpoint_(physics.first_setpoint),
-      start_(physics.max_temperature),
+      setpoint_(range.first_setpoint),
+      start_(range.max),
       since_(std::chrono::steady_clock::now()) {}
 
 int16_t Cooler::Setpoint() const {

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <mutex>
 
-#include "softcam/model.h"
+#include "softcam/models.h"
 
 namespace softcam {
 
@@ -12,7 +12,7 @@ namespace softcam {
 // those of the camera. A run asks for the temperature while commands move the set-point.
 class Cooler {
   public:
-    Cooler(const Physics& physics, double time_scale);
+    Cooler(const firmware::Temperatures& range, double time_scale);
 
     int16_t Setpoint() const;
     void SetSetpoint(int16_t setpoint);

@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <span>
 
+#include "softcam/models.h"
 #include "softcam/noise.h"
-#include "softcam/settings.h"
 
 namespace softcam {
 

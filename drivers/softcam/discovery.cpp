@@ -2,7 +2,9 @@
 
 #include "engine/module.h"
 #include "engine/platform.h"
-#include "softcam/camera.h"
+#include "softcam/head.h"
+
+#include "firmware/camera.h"
 
 namespace engine {
 
@@ -14,11 +16,12 @@ bool FindSensors(std::vector<std::unique_ptr<Sensor>>& sensors, std::string& mes
     else if (!softcam::ReadConfiguration(path, cameras, message))
         return false;
     for (softcam::CameraOptions& options : cameras) {
-        const softcam::Geometry& geometry = options.model->geometry;
+        const softcam::Geometry& geometry = options.type->model.geometry;
         auto scene = softcam::MakeScene(options.scene, geometry.columns, geometry.rows,
                                         options.seed, message);
         if (!scene) return false;
-        sensors.push_back(std::make_unique<softcam::Camera>(std::move(options), std::move(scene)));
+        sensors.push_back(std::make_unique<firmware::Camera>(
+            std::make_unique<softcam::Head>(std::move(options), std::move(scene))));
     }
     return true;
 }

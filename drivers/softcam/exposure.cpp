@@ -21,7 +21,7 @@ void Exposure::Collect(uint32_t row, uint32_t first, const uint16_t* light, bool
         std::copy_n(light, electrons.size(), electrons.begin());
         return;
     }
-    const Physics& physics = context_.model.physics;
+    const Physics& physics = context_.physics;
     const FixedPattern& pattern = *context_.pattern;
     const float flux = lit ? flux_ : 0.0F;
     const auto spread = [](float mean, double share) {
@@ -52,7 +52,7 @@ void Exposure::AddHotPixels(uint32_t row, uint32_t first, std::span<float> elect
 
 void Exposure::Draw(std::span<float> electrons) {
     context_.noise.Poisson(electrons);
-    const auto full_well = static_cast<float>(context_.model.physics.full_well);
+    const auto full_well = static_cast<float>(context_.model.full_well);
     for (float& pixel : electrons) pixel = pixel < full_well ? pixel : full_well;
 }
 

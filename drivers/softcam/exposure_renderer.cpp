@@ -11,7 +11,7 @@ namespace {
 // corrects for it.
 void AddOffsets(const RunContext& context, uint32_t row, uint32_t first,
                 std::span<float> electrons) {
-    const auto spread = FixedPattern::step * static_cast<float>(context.model.physics.dsnu);
+    const auto spread = FixedPattern::step * static_cast<float>(context.physics.dsnu);
     if (context.ideal || spread <= 0 || context.settings.sensor_correction) return;
     const int8_t* const offset = context.pattern->Offset(row) + first;
     float* const target = electrons.data();

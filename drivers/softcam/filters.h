@@ -2,8 +2,8 @@
 
 #include <deque>
 
+#include "softcam/models.h"
 #include "softcam/scene.h"
-#include "softcam/settings.h"
 
 namespace softcam {
 

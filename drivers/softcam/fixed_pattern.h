@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "softcam/model.h"
+#include "softcam/models.h"
 
 namespace softcam {
 

@@ -79,7 +79,7 @@ class Ccd : public ProgramEffects {
     explicit Ccd(RunContext& context)
         : context_(context),
           charge_(LayoutOf(context.model.geometry, context.model.abilities.frame_transfer),
-                  context.ideal ? 0 : context.model.physics.transfer_loss, &context.noise),
+                  context.ideal ? 0 : context.physics.transfer_loss, &context.noise),
           digitizer_(context.model, context.settings, context.ideal),
           clocking_(CurrentSpeed(context.model, context.settings)) {}
 
@@ -197,7 +197,7 @@ class Ccd : public ProgramEffects {
         const Image& image = context_.scene.At(at_);
         // One that a trigger began and ended had some length.
         Exposure exposure(context_, std::max<int64_t>(nanoseconds, 1));
-        const uint32_t limit = ideal ? 0xFFFFFFFF : context_.model.physics.full_well;
+        const uint32_t limit = ideal ? 0xFFFFFFFF : context_.model.full_well;
         electrons_.resize(charge_.Layout().columns);
         charge_.Charge(!ideal, [&](int32_t row, std::span<uint32_t> pixels) {
             if (row < 0) {

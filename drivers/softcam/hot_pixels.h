@@ -4,7 +4,7 @@
 #include <span>
 #include <vector>
 
-#include "softcam/model.h"
+#include "softcam/models.h"
 
 namespace softcam {
 

@@ -15,7 +15,7 @@ constexpr std::chrono::milliseconds pace_tolerance{1};
 double DarkCurrent(const RunContext& context) {
     // It doubles every 7 degrees.
     const double celsius = context.cooler.Temperature() / 100.0;
-    return context.model.physics.dark_current * std::exp2((celsius - 20.0) / 7.0);
+    return context.physics.dark_current * std::exp2((celsius - 20.0) / 7.0);
 }
 
 bool DeliverFrame(RunContext& context, int64_t readout_ns,

@@ -10,9 +10,9 @@
 #include "softcam/fixed_pattern.h"
 #include "softcam/frame_pump.h"
 #include "softcam/hot_pixels.h"
+#include "softcam/models.h"
 #include "softcam/noise.h"
 #include "softcam/scene.h"
-#include "softcam/settings.h"
 
 namespace softcam {
 
@@ -28,6 +28,7 @@ struct TriggerSource {
 // commands don't reach.
 struct RunContext {
     const Model& model;
+    const Physics& physics;
     Settings settings;
     LiveState& live;
     Scene& scene;

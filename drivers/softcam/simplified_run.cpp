@@ -1,17 +1,22 @@
 // A run of a simplified program: exposures, one after the other, each rendered, filtered and
 // wrapped as the settings say.
 
+#include "softcam/simplified_run.h"
+
 #include <algorithm>
 #include <cstring>
 
 #include "softcam/centroid_finder.h"
 #include "softcam/exposure_renderer.h"
 #include "softcam/filters.h"
-#include "softcam/metadata_frame.h"
-#include "softcam/simplified_program.h"
+
+#include "firmware/metadata_frame.h"
 
 namespace softcam {
 namespace {
+
+using firmware::MetadataFrame;
+using firmware::region_extension_bytes;
 
 // A region keeps its alignment in memory; pixels go out least significant byte first.
 std::span<uint8_t> PixelBytes(Image& image) {

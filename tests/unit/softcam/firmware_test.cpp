@@ -1,10 +1,12 @@
 // Commands of the cameras, as bytes; what parameters make of them is tested through the library.
 
-#include "softcam/firmware.h"
+#include "firmware/firmware.h"
 
 #include <map>
 
 #include "orvex/orvex_types.h"
+
+#include "softcam/models.h"
 
 #include "module_fixture.h"
 
@@ -37,27 +39,27 @@ const Row rows[] = {
 // Replies are counted by the host, so each must have exactly its size on every camera. Whatever the
 // host can send, the camera with every feature or one of the others knows.
 TEST_F(Firmware, RepliesHaveTheSizesThatHostsCountOn) {
-    std::map<int, const softcam::Command*> known;
+    std::map<int, const firmware::Command*> known;
     for (const auto topic :
-         {softcam::IdentityCommands(), softcam::SettingCommands(), softcam::FilterCommands(),
-          softcam::TidalCommands(), softcam::PortCommands(), softcam::CentroidCommands(),
-          softcam::ListCommands(), softcam::BlobCommands(), softcam::ControlCommands()}) {
-        for (const softcam::Command& command : topic)
+         {firmware::IdentityCommands(), firmware::SettingCommands(), firmware::FilterCommands(),
+          firmware::TidalCommands(), firmware::PortCommands(), firmware::CentroidCommands(),
+          firmware::ListCommands(), firmware::BlobCommands(), firmware::ControlCommands()}) {
+        for (const firmware::Command& command : topic)
             EXPECT_TRUE(known.emplace(command.id, &command).second) << int{command.id};
     }
     for (const Row& row : rows) {
         const bool engine_knows = row.id == CLEAR_STAT_BUF || row.id == SEND_STAT_BUF;
         EXPECT_EQ(known.contains(row.id), row.write != HC_UNSENT && !engine_knows) << row.name;
     }
-    for (const softcam::Command& command : softcam::BlobCommands()) known.erase(command.id);
-    for (const softcam::Command& command : softcam::ControlCommands()) known.erase(command.id);
+    for (const firmware::Command& command : firmware::BlobCommands()) known.erase(command.id);
+    for (const firmware::Command& command : firmware::ControlCommands()) known.erase(command.id);
     size_t answered = 0;
     for (size_t index : {ccd, cmos, plain}) {
         client::Connection& camera = Camera(index);
         for (const auto& [id, command] : known) {
             const Row& row = rows[id];
             if (row.reply <= 0 || row.write < 0) continue;
-            if (!command->available(softcam::AllModels()[index])) continue;
+            if (!command->available(softcam::AllTypes()[index].model)) continue;
             const auto size = static_cast<size_t>(row.reply);
             const Bytes zeros(static_cast<size_t>(row.write));
             EXPECT_EQ(camera.Ask(command->id, size + 5, zeros).size(), size) << row.name;

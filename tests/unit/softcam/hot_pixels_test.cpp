@@ -29,7 +29,7 @@ TEST_F(HotPixels, GlowWhereTheSeedSaysAtEveryBinning) {
     for (const uint32_t bin : {1u, 2u}) {
         std::set<std::pair<uint32_t, uint32_t>> expected;
         for (const softcam::HotPixel& hot :
-             softcam::MakeHotPixels(softcam::FindModel("cmos")->geometry, 20000, 3)) {
+             softcam::MakeHotPixels(softcam::FindType("cmos")->model.geometry, 20000, 3)) {
             if (hot.column < x || hot.column >= x + side || hot.row < y || hot.row >= y + side)
                 continue;
             expected.emplace((hot.row - y) / bin, (hot.column - x) / bin);

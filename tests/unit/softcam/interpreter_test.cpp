@@ -128,7 +128,7 @@ void NumberRow(int32_t row, std::span<uint32_t> pixels) {
 
 // A sensor that counts its storage among its rows: the half away from the register sees light.
 TEST(ChargeArray, HalfOfTheRowsAreStorageWhenThePreMaskIsSmall) {
-    const softcam::Geometry geometry{.columns = 2, .rows = 7, .premask = 1, .postmask = 1};
+    const firmware::Geometry geometry{.columns = 2, .rows = 7, .premask = 1, .postmask = 1};
     const softcam::SensorLayout layout = softcam::LayoutOf(geometry, true);
     EXPECT_EQ(layout.lit_rows, 3u);
     softcam::ChargeArray charge(layout);
@@ -151,7 +151,7 @@ TEST(ChargeArray, HalfOfTheRowsAreStorageWhenThePreMaskIsSmall) {
 }
 
 TEST(ChargeArray, DiscardedRowsReachTheRegisterAndDrainedOnesDoNot) {
-    const softcam::Geometry geometry{.columns = 1, .rows = 4};
+    const firmware::Geometry geometry{.columns = 1, .rows = 4};
     softcam::ChargeArray charge(softcam::LayoutOf(geometry, false));
     charge.Charge(false, NumberRow);
     charge.Drain(1);
@@ -167,7 +167,7 @@ TEST(ChargeArray, ShiftsLeaveAShareToTheNextCharge) {
     constexpr uint32_t bright = 10'000'000;
     constexpr double loss = 1e-5;
     softcam::Noise noise(5);
-    const softcam::Geometry geometry{.columns = 52, .rows = 202};
+    const firmware::Geometry geometry{.columns = 52, .rows = 202};
     softcam::ChargeArray charge(softcam::LayoutOf(geometry, false), loss, &noise);
     charge.Charge(false, [](int32_t row, std::span<uint32_t> pixels) {
         if (row == 199) pixels[49] = bright;

@@ -258,7 +258,7 @@ TEST_F(Physics, TheSameSeedRepeatsAFrame) {
 }
 
 std::vector<std::vector<uint32_t>> FilterValues(size_t feature, std::vector<uint32_t> values) {
-    auto all = softcam::InitialSettings(*softcam::FindModel("cmos")).filter_values;
+    auto all = firmware::InitialSettings(softcam::FindType("cmos")->model).filter_values;
     all[feature] = std::move(values);
     return all;
 }
@@ -270,8 +270,8 @@ softcam::Image Row(const std::vector<uint16_t>& pixels) {
 }
 
 TEST(Filters, DoWhatTheirNamesSay) {
-    const softcam::Model& model = *softcam::FindModel("cmos");
-    softcam::Settings settings = softcam::InitialSettings(model);
+    const firmware::Model& model = softcam::FindType("cmos")->model;
+    firmware::Settings settings = firmware::InitialSettings(model);
     const std::vector<uint16_t> source = {10, 10, 90, 10, 25};
     const auto filtered = [&](size_t feature, std::vector<uint32_t> values) {
         settings.filter_values = FilterValues(feature, std::move(values));
@@ -327,7 +327,7 @@ TEST(Centroids, TheAverageOfTheFramesBeforeIsTakenOff) {
 
 TEST(Centroids, ATrackedSpotKeepsItsNumber) {
     softcam::SpotTracker tracker;
-    std::vector<softcam::Spot> spots(2);
+    std::vector<firmware::Spot> spots(2);
     spots[0].column = 10;
     spots[1].column = 50;
     tracker.Number(spots, 3);

@@ -1,10 +1,10 @@
-#include "softcam/metadata_frame.h"
+#include "firmware/metadata_frame.h"
 
 #include <algorithm>
 
 #include "engine/bytes.h"
 
-namespace softcam {
+namespace firmware {
 namespace {
 
 using engine::StoreLittle;
@@ -102,4 +102,4 @@ void MetadataFrame::Stamp(std::span<uint8_t> frame, const FrameFacts& facts) {
     frame[at_color] = facts.color;
 }
 
-}  // namespace softcam
+}  // namespace firmware

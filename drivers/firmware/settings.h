@@ -5,9 +5,9 @@
 #include <cstdint>
 #include <vector>
 
-#include "softcam/model.h"
+#include "firmware/model.h"
 
-namespace softcam {
+namespace firmware {
 
 // What the host has set. A run works on a copy, so that commands never change it half-way.
 struct Settings {
@@ -72,4 +72,4 @@ struct LiveState {
     std::atomic<const char*> last_end = "none";
 };
 
-}  // namespace softcam
+}  // namespace firmware

@@ -1,6 +1,6 @@
-#include "softcam/firmware.h"
+#include "firmware/firmware.h"
 
-namespace softcam {
+namespace firmware {
 bool Always(const Model& /*model*/) {
     return true;
 }
@@ -8,15 +8,14 @@ bool HasExtended(const Model& model) {
     return model.extended.has_value();
 }
 
-Firmware::Firmware(const CameraOptions& camera_options, LiveState& live_state, Faults& faults,
+Firmware::Firmware(const Model& data_sheet, Head& camera_head, LiveState& live_state,
                    CameraActions& camera_actions)
-    : model(*camera_options.model),
-      options(camera_options),
+    : model(data_sheet),
+      about(camera_head.About()),
+      head(camera_head),
       live(live_state),
       actions(camera_actions),
-      settings(InitialSettings(model)),
-      cooler(model.physics, camera_options.time_scale),
-      faults_(faults) {
+      settings(InitialSettings(model)) {
     for (const auto topic :
          {IdentityCommands(), SettingCommands(), FilterCommands(), TidalCommands(), PortCommands(),
           CentroidCommands(), ListCommands(), BlobCommands(), ControlCommands()}) {
@@ -31,11 +30,11 @@ Firmware::Firmware(const CameraOptions& camera_options, LiveState& live_state, F
 
 engine::Outcome Firmware::Run(uint8_t id, engine::Bytes data, std::vector<uint8_t>& reply) {
     const Command* command = commands_[id];
-    if (command == nullptr || !command->available(model) || faults_.Strikes(Fault::refused_command))
+    if (command == nullptr || !command->available(model) || head.RefusesCommand())
         return engine::Outcome::refused;
     engine::ByteReader reader(data);
     engine::ByteWriter writer(reply);
     return command->run(*this, reader, writer) ? engine::Outcome::done : engine::Outcome::refused;
 }
 
-}  // namespace softcam
+}  // namespace firmware

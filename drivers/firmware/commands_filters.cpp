@@ -1,9 +1,9 @@
 // Post-processing features. The host counts features, and the parameters of one, by selecting
 // index after index until one does not take.
 
-#include "softcam/firmware.h"
+#include "firmware/firmware.h"
 
-namespace softcam {
+namespace firmware {
 namespace {
 
 using engine::ByteReader;
@@ -75,4 +75,4 @@ std::span<const Command> FilterCommands() {
     return commands;
 }
 
-}  // namespace softcam
+}  // namespace firmware

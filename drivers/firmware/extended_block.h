@@ -3,11 +3,11 @@
 #include <cstdint>
 #include <vector>
 
-#include "softcam/model.h"
+#include "firmware/model.h"
 
-namespace softcam {
+namespace firmware {
 
 // The self-description of a camera with extended capabilities, as it goes over the wire.
 std::vector<uint8_t> ExtendedBlock(const Model& model);
 
-}  // namespace softcam
+}  // namespace firmware

@@ -7,10 +7,10 @@
 #include "orvex/orvex_types.h"
 
 #include "engine/bytes.h"
-#include "softcam/model.h"
-#include "softcam/run.h"
 
-namespace softcam {
+#include "firmware/model.h"
+
+namespace firmware {
 
 // A simplified program: settings, from which the camera works out the rest.
 struct SimplifiedProgram {
@@ -36,6 +36,4 @@ int64_t ReadoutNanoseconds(const Model& model, const Speed& speed,
                            const SimplifiedProgram& program);
 int64_t ClearNanoseconds(const Model& model, const Speed& speed);
 
-void RunSimplifiedProgram(RunContext& context, const SimplifiedProgram& program);
-
-}  // namespace softcam
+}  // namespace firmware

@@ -7,9 +7,10 @@
 #include "orvex/orvex_types.h"
 
 #include "engine/bytes.h"
-#include "softcam/centroid_finder.h"
 
-namespace softcam {
+#include "firmware/spot.h"
+
+namespace firmware {
 
 // What a camera knows about a frame and puts into its header.
 struct FrameFacts {
@@ -51,4 +52,4 @@ class MetadataFrame {
     uint16_t regions_ = 0;
 };
 
-}  // namespace softcam
+}  // namespace firmware

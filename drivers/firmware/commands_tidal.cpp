@@ -3,9 +3,9 @@
 
 #include "orvex/orvex_types.h"
 
-#include "softcam/firmware.h"
+#include "firmware/firmware.h"
 
-namespace softcam {
+namespace firmware {
 namespace {
 
 using engine::ByteReader;
@@ -18,7 +18,7 @@ bool HasTidal(const Model& model) {
 bool TakeList(Firmware& f, ByteReader& in, std::vector<uint32_t>& list) {
     const uint16_t count = in.U16();
     if (count > f.model.tidal->max_entries) return true;
-    const uint32_t step = f.options.tidal_step != 0 ? f.options.tidal_step : f.model.tidal->step;
+    const uint32_t step = f.head.ExposureListStep();
     list.clear();
     for (uint16_t i = 0; i < count; ++i) {
         const uint32_t time = in.U32();
@@ -79,4 +79,4 @@ std::span<const Command> TidalCommands() {
     return commands;
 }
 
-}  // namespace softcam
+}  // namespace firmware

@@ -8,44 +8,47 @@
 
 #include "engine/sensor.h"
 #include "softcam/configuration.h"
-#include "softcam/firmware.h"
+#include "softcam/cooler.h"
 #include "softcam/frame_pump.h"
-#include "softcam/simplified_program.h"
+#include "softcam/simplified_run.h"
+
+#include "firmware/head.h"
 
 namespace softcam {
 
-// A simulated camera: firmware, sensor and scene behind the engine's interface.
-class Camera : public engine::Sensor, private CameraActions {
+// A simulated camera: sensor and scene behind the firmware.
+class Head : public firmware::Head {
   public:
-    Camera(CameraOptions options, std::unique_ptr<Scene> scene);
-    ~Camera() override;
+    Head(CameraOptions options, std::unique_ptr<Scene> scene);
+    ~Head() override;
 
     const engine::Description& About() const override { return about_; }
     std::span<const engine::BridgeNode> BridgeNodes() const override { return nodes_; }
     engine::Disturbance* LinkDisturbance() override { return &faults_; }
 
-    bool Connect(engine::HostSide& host) override;
+    const Model* Connect(engine::HostSide& host, LiveState& live) override;
     void Disconnect() override;
-    void Reset() override;
 
-    engine::Outcome HostCommand(uint8_t id, engine::Bytes data,
-                                std::vector<uint8_t>& reply) override;
-    engine::Outcome PluginCommand(uint8_t id, engine::Bytes data,
-                                  std::vector<uint8_t>& reply) override;
-    engine::Outcome LoadProgram(uint8_t message_class, engine::Bytes program) override;
+    int16_t Temperature() override { return cooler_.Temperature(); }
+    int16_t Setpoint() override { return cooler_.Setpoint(); }
+    void SetSetpoint(int16_t setpoint) override { cooler_.SetSetpoint(setpoint); }
+
+    bool Accepts(const SimplifiedProgram& program, const Settings& settings) override;
+    bool AcceptsFull(engine::Bytes program) override;
+    int64_t ReadoutNanoseconds(const firmware::RunPlan& plan) override;
+    int64_t PostAbortNanoseconds() override;
+    uint32_t ExposureListStep() override;
+    bool Start(firmware::RunPlan plan) override;
+    void Stop() override { pump_.Stop(); }
+
+    std::string Console(const std::string& line) override;
+    bool RefusesCommand() override { return faults_.Strikes(Fault::refused_command); }
 
   private:
-    bool Execute() override;
-    void Stop(uint16_t options) override;
-    std::string Console(const std::string& line) override;
-    int64_t ExposureNanoseconds() const override;
-    int64_t ReadoutNanoseconds() const override;
-    int64_t ClearingNanoseconds() const override;
-
+    const Model& Sheet() const { return options_.type->model; }
     void Describe();
-    RunContext Context();
-    void Run(RunContext& context);
-    void StopRun();
+    RunContext Context(const Settings& settings);
+    void Run(RunContext& context, const firmware::RunPlan& plan);
     bool SetScene(const SceneChoice& choice, std::string& message);
     // Answers of the console by topic; false for a word of another topic.
     bool AskConsole(const std::string& word, std::string& answer);
@@ -59,15 +62,13 @@ class Camera : public engine::Sensor, private CameraActions {
     std::unique_ptr<Scene> scene_;
     std::vector<HotPixel> hot_pixels_;
     std::optional<FixedPattern> pattern_;  // made for the first run with noise
-    LiveState live_;
     Faults faults_;
-    Firmware firmware_;
+    Cooler cooler_;
     Noise noise_;
     std::optional<uint64_t> new_seed_;  // of the noise, from the next run on
     int64_t idle_since_ns_ = 0;         // camera time at the end of the last run
-    std::vector<uint8_t> full_program_;
-    std::optional<SimplifiedProgram> simplified_program_;
     engine::HostSide* host_ = nullptr;
+    LiveState* live_ = nullptr;
     FramePump pump_;  // last: its thread uses the others
 };
 

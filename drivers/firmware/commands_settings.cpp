@@ -3,9 +3,9 @@
 
 #include "orvex/orvex_types.h"
 
-#include "softcam/firmware.h"
+#include "firmware/firmware.h"
 
-namespace softcam {
+namespace firmware {
 namespace {
 
 using engine::ByteReader;
@@ -58,7 +58,6 @@ bool HasExtendedMetadata(const Model& model) {
 
 constexpr int64_t pre_trigger_ns = 25'000;
 constexpr int64_t post_trigger_ns = 10'000;
-constexpr int64_t post_abort_ns = 5'000'000;
 
 #define TELL(id, available, expression)                                     \
     {id, available, [](Firmware& f, ByteReader&, ByteWriter& out) -> bool { \
@@ -98,11 +97,11 @@ constexpr Command commands[] = {
             SelectSpeed(f, 0);
         }),
     SET(SET_TIME_PER_PIX, Always, f.settings.pixel_time = in.U16()),
-    TELL(CUR_CCD_TEMP, Always, U16(static_cast<uint16_t>(f.cooler.Temperature()))),
-    TELL(CCD_TEMP_SET, Always, U16(static_cast<uint16_t>(f.cooler.Setpoint()))),
+    TELL(CUR_CCD_TEMP, Always, U16(static_cast<uint16_t>(f.head.Temperature()))),
+    TELL(CCD_TEMP_SET, Always, U16(static_cast<uint16_t>(f.head.Setpoint()))),
     SET(SET_TEMP, Always, const auto wanted = static_cast<int16_t>(in.U16());
-        if (wanted >= f.model.physics.min_temperature && wanted <= f.model.physics.max_temperature)
-            f.cooler.SetSetpoint(wanted)),
+        if (wanted >= f.model.temperatures.min && wanted <= f.model.temperatures.max)
+            f.head.SetSetpoint(wanted)),
     TELL(GET_OFFSET, HasOffset, U16(static_cast<uint16_t>(f.settings.offset))),
     SET(SET_OFFSET, HasOffset, f.settings.offset = static_cast<int16_t>(in.U16())),
     TELL(GET_GAIN_MULT_FACTOR, HasMultiplication, U16(f.settings.multiplication)),
@@ -126,7 +125,7 @@ constexpr Command commands[] = {
     TELL(GET_PRE_TRIGGER_DELAY, HasTriggerDelays, U64(pre_trigger_ns)),
     TELL(GET_POST_TRIGGER_DELAY, HasTriggerDelays, U64(post_trigger_ns)),
     TELL(GET_POST_ABORT_DELAY, HasPostAbortDelay,
-         U64(static_cast<uint64_t>(post_abort_ns* f.options.time_scale))),
+         U64(static_cast<uint64_t>(f.head.PostAbortNanoseconds()))),
     TELL(GET_METADATA_ENABLED, HasMetadata, U16(f.settings.metadata ? 1 : 0)),
     SET(SET_METADATA_ENABLED, HasMetadata, f.settings.metadata = in.U16() != 0),
     TELL(GET_EXT_METADATA_SIZE, HasExtendedMetadata, U32(16)),
@@ -138,4 +137,4 @@ std::span<const Command> SettingCommands() {
     return commands;
 }
 
-}  // namespace softcam
+}  // namespace firmware

@@ -1,8 +1,8 @@
 // Commands that make the camera run, stop, and tell how it does.
 
-#include "softcam/firmware.h"
+#include "firmware/firmware.h"
 
-namespace softcam {
+namespace firmware {
 namespace {
 
 using engine::ByteReader;
@@ -63,7 +63,7 @@ constexpr Command commands[] = {
      [](Firmware& f, ByteReader& in, ByteWriter& out) -> bool {
          const engine::Bytes text = in.Take(in.U16());
          std::string line(text.begin(), text.end());
-         out.Text(f.actions.Console(line), text.size() + answer_surplus);
+         out.Text(f.head.Console(line), text.size() + answer_surplus);
          return true;
      }},
 };
@@ -74,4 +74,4 @@ std::span<const Command> ControlCommands() {
     return commands;
 }
 
-}  // namespace softcam
+}  // namespace firmware

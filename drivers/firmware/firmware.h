@@ -3,17 +3,16 @@
 #include <array>
 #include <cstdint>
 #include <span>
-#include <string>
 #include <vector>
 
 #include "orvex/orvex_protocol.h"
 
 #include "engine/sensor.h"
-#include "softcam/configuration.h"
-#include "softcam/cooler.h"
-#include "softcam/settings.h"
 
-namespace softcam {
+#include "firmware/head.h"
+#include "firmware/settings.h"
+
+namespace firmware {
 
 // What commands make the rest of the camera do.
 class CameraActions {
@@ -22,8 +21,6 @@ class CameraActions {
     virtual bool Execute() = 0;
     // Bits of HC_CCS_.
     virtual void Stop(uint16_t options) = 0;
-    // One line of the service console, and its answer.
-    virtual std::string Console(const std::string& line) = 0;
     // Of the program that was loaded last.
     virtual int64_t ExposureNanoseconds() const = 0;
     virtual int64_t ReadoutNanoseconds() const = 0;
@@ -58,22 +55,21 @@ bool HasExtended(const Model& model);
 // unloaded, as in a camera that keeps its power.
 class Firmware {
   public:
-    Firmware(const CameraOptions& options, LiveState& live, Faults& faults, CameraActions& actions);
+    Firmware(const Model& model, Head& head, LiveState& live, CameraActions& actions);
 
     engine::Outcome Run(uint8_t id, engine::Bytes data, std::vector<uint8_t>& reply);
 
     const Model& model;
-    const CameraOptions& options;
+    const engine::Description& about;
+    Head& head;
     LiveState& live;
     CameraActions& actions;
     Settings settings;
-    Cooler cooler;
     std::vector<uint8_t> startup_blob;
     uint16_t plugin_mode = 0;
 
   private:
-    Faults& faults_;
     std::array<const Command*, 256> commands_{};
 };
 
-}  // namespace softcam
+}  // namespace firmware

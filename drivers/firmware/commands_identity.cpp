@@ -2,9 +2,9 @@
 
 #include "orvex/orvex_types.h"
 
-#include "softcam/firmware.h"
+#include "firmware/firmware.h"
 
-namespace softcam {
+namespace firmware {
 namespace {
 
 using engine::ByteReader;
@@ -97,14 +97,14 @@ constexpr Command commands[] = {
     TELL(FRAME_CAP, Always, U8(f.model.abilities.frame_transfer ? 1 : 0)),
     TELL(SUM_WELL_PRESENT, Always, U8(f.model.abilities.summing_well ? 1 : 0)),
     TELL(COOLING, Always, U8(f.model.cooling)),
-    TELL(FULL_WELL_CAP, Always, U16(f.model.physics.full_well / 1000)),
+    TELL(FULL_WELL_CAP, Always, U16(f.model.full_well / 1000)),
     TELL(MPP_CAP, Always, U8(f.model.mpp)),
     TELL(PREAMP_DELAY, Always, U16(0)),
     TELL(PRE_FLASH, Always, U16(0)),
     TELL(CAM_SER_NUM, Always, U16(0x5C00u + f.model.firmware_minor)),
     TELL(TEMP_RANGE, Always,
-         U32(static_cast<uint32_t>(static_cast<uint16_t>(f.model.physics.max_temperature)) << 16 |
-             static_cast<uint16_t>(f.model.physics.min_temperature))),
+         U32(static_cast<uint32_t>(static_cast<uint16_t>(f.model.temperatures.max)) << 16 |
+             static_cast<uint16_t>(f.model.temperatures.min))),
     TELL(PAR_PIX_SPACE, Always, U16(f.model.pixel_size_nm)),
     TELL(PAR_PIX_SIZE, Always, U16(f.model.pixel_size_nm)),
     TELL(SER_PIX_SPACE, Always, U16(f.model.pixel_size_nm)),
@@ -141,7 +141,7 @@ constexpr Command commands[] = {
     {SUBSYS_NAME, Always,
      [](Firmware& f, ByteReader& in, ByteWriter& out) -> bool {
          const uint8_t which = in.U8();
-         out.Text(which == 0 ? f.model.default_name : f.model.texts.chip, 128);
+         out.Text(which == 0 ? f.model.name : f.model.texts.chip, 128);
          return which < subsystems;
      }},
     {SUBSYS_DIAG, Always,
@@ -157,4 +157,4 @@ std::span<const Command> IdentityCommands() {
     return commands;
 }
 
-}  // namespace softcam
+}  // namespace firmware

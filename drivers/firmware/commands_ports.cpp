@@ -2,9 +2,9 @@
 
 #include "orvex/orvex_types.h"
 
-#include "softcam/firmware.h"
+#include "firmware/firmware.h"
 
-namespace softcam {
+namespace firmware {
 namespace {
 
 using engine::ByteReader;
@@ -103,4 +103,4 @@ std::span<const Command> PortCommands() {
     return commands;
 }
 
-}  // namespace softcam
+}  // namespace firmware

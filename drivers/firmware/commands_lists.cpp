@@ -6,10 +6,10 @@
 #include "orvex/orvex_ddi.h"
 #include "orvex/orvex_types.h"
 
-#include "softcam/extended_block.h"
-#include "softcam/firmware.h"
+#include "firmware/extended_block.h"
+#include "firmware/firmware.h"
 
-namespace softcam {
+namespace firmware {
 namespace {
 
 using engine::ByteReader;
@@ -80,7 +80,7 @@ constexpr Command commands[] = {
          Container(f.model.centroids->background_counts)),
     {GET_CAM_IFC_TYPE_CURRENT, HasExtended,
      [](Firmware& f, ByteReader&, ByteWriter& out) -> bool {
-         out.U32(CurrentInterface(f.options.driver_type));
+         out.U32(CurrentInterface(f.about.driver_type));
          return true;
      }},
     {GET_FAN_SPEED_SETPOINT, HasExtended,
@@ -116,4 +116,4 @@ std::span<const Command> ListCommands() {
     return commands;
 }
 
-}  // namespace softcam
+}  // namespace firmware

@@ -6,9 +6,9 @@
 #include "orvex/orvex_params.h"
 #include "orvex/orvex_types.h"
 
-#include "softcam/firmware.h"
+#include "firmware/firmware.h"
 
-namespace softcam {
+namespace firmware {
 namespace {
 
 using engine::ByteReader;
@@ -86,4 +86,4 @@ std::span<const Command> BlobCommands() {
     return commands;
 }
 
-}  // namespace softcam
+}  // namespace firmware

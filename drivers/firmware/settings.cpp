@@ -1,10 +1,10 @@
-#include "softcam/settings.h"
+#include "firmware/settings.h"
 
-namespace softcam {
+namespace firmware {
 
 Settings InitialSettings(const Model& model) {
     Settings settings;
-    settings.offset = model.physics.bias;
+    settings.offset = model.bias;
     settings.shutter_open_ms = model.shutter_open_ms;
     settings.shutter_close_ms = model.shutter_close_ms;
     for (const FilterFeature& feature : model.filters) {
@@ -19,4 +19,4 @@ Settings InitialSettings(const Model& model) {
     return settings;
 }
 
-}  // namespace softcam
+}  // namespace firmware

@@ -1,10 +1,10 @@
-#include "softcam/simplified_program.h"
+#include "firmware/simplified_program.h"
 
 #include <algorithm>
 
 #include "orvex/orvex_protocol.h"
 
-namespace softcam {
+namespace firmware {
 namespace {
 
 constexpr size_t record_size = 5;
@@ -97,4 +97,4 @@ int64_t ClearNanoseconds(const Model& model, const Speed& speed) {
     return static_cast<int64_t>(model.geometry.rows * speed.row_time_us * 100.0);
 }
 
-}  // namespace softcam
+}  // namespace firmware

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "softcam/firmware.h"
+#include "firmware/firmware.h"
 
-namespace softcam {
+namespace firmware {
 namespace {
 
 using engine::ByteReader;
@@ -73,4 +73,4 @@ std::span<const Command> CentroidCommands() {
     return commands;
 }
 
-}  // namespace softcam
+}  // namespace firmware

@@ -2,13 +2,12 @@
 
 #include <cstdint>
 #include <optional>
-#include <span>
-#include <string_view>
+#include <string>
 #include <vector>
 
 // What a camera type is, as its data sheet would say it. Everything that cannot change while the
 // camera runs stands here; what can is in Settings.
-namespace softcam {
+namespace firmware {
 
 enum class Dialect : uint8_t { full, simplified };
 
@@ -28,12 +27,12 @@ struct Speed {
     double row_time_us = 0;  // readout of one row where rows are converted at once
     uint8_t bits = 16;
     std::vector<double> electrons_per_count{};  // by gain index, from 1
-    std::vector<std::string_view> gain_names{};
+    std::vector<std::string> gain_names{};
     std::vector<double> read_noise{};  // electrons, root mean square, by gain index
 };
 
 struct ReadoutPort {
-    std::string_view name{};
+    std::string name{};
     bool multiplies = false;
     std::vector<Speed> speeds{};
 };
@@ -49,11 +48,11 @@ struct IoPort {
 
 struct NamedValue {
     uint16_t value = 0;
-    std::string_view name{};
+    std::string name{};
 };
 
 struct FilterParameter {
-    std::string_view name{};
+    std::string name{};
     uint32_t id = 0;
     uint32_t min = 0;
     uint32_t max = 1;
@@ -63,7 +62,7 @@ struct FilterParameter {
 enum class FilterKind : uint8_t { background, despeckle, median, average };
 
 struct FilterFeature {
-    std::string_view name{};
+    std::string name{};
     uint32_t id = 0;
     FilterKind kind{};
     std::vector<FilterParameter> parameters{};
@@ -119,13 +118,13 @@ struct TidalStreaming {
 };
 
 struct Texts {
-    std::string_view chip{};
-    std::string_view system{};
-    std::string_view vendor{};
-    std::string_view product{};
-    std::string_view part_number{};
-    std::string_view serial{};
-    std::string_view firmware{};
+    std::string chip{};
+    std::string system{};
+    std::string vendor{};
+    std::string product{};
+    std::string part_number{};
+    std::string serial{};
+    std::string firmware{};
 };
 
 // Capabilities that are nothing but a bit.
@@ -149,22 +148,15 @@ struct Abilities {
     bool extended_metadata = false;
 };
 
-struct Physics {
-    uint32_t full_well = 0;           // electrons
-    double dark_current = 0;          // electrons per pixel and second at 20 degrees
-    double dark_spread = 0;           // by which pixels differ in it, share, root mean square
-    double prnu = 0;                  // and in sensitivity
-    double dsnu = 0;                  // offsets of pixels that have amplifiers, electrons
-    double transfer_loss = 0;         // share of a charge that stays behind at every shift
-    int16_t bias = 0;                 // counts
-    int16_t min_temperature = -3000;  // hundredths of a degree Celsius
-    int16_t max_temperature = 2500;
+// Of the sensor, in hundredths of a degree Celsius.
+struct Temperatures {
+    int16_t min = -3000;
+    int16_t max = 2500;
     int16_t first_setpoint = -1000;
 };
 
 struct Model {
-    std::string_view type{};  // how a configuration names it
-    std::string_view default_name{};
+    std::string name{};  // of the type, as a bridge tells it
     uint32_t driver_type = 0;
     bool kernel_driver = true;
     bool reply_status = false;
@@ -183,7 +175,9 @@ struct Model {
     uint8_t exposure_resolutions = 1;  // milliseconds, then microseconds
     Geometry geometry{};
     Abilities abilities{};
-    Physics physics{};
+    uint32_t full_well = 0;  // electrons
+    int16_t bias = 0;        // counts, until another offset is set
+    Temperatures temperatures{};
     Texts texts{};
     std::vector<ReadoutPort> ports{};
     std::vector<IoPort> io_ports{};
@@ -193,8 +187,4 @@ struct Model {
     std::optional<Extended> extended{};
 };
 
-// All camera types, in the order of the default configuration.
-std::span<const Model> AllModels();
-const Model* FindModel(std::string_view type);
-
-}  // namespace softcam
+}  // namespace firmware

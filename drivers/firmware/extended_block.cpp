@@ -1,10 +1,10 @@
-#include "softcam/extended_block.h"
+#include "firmware/extended_block.h"
 
 #include <algorithm>
 
 #include "engine/bytes.h"
 
-namespace softcam {
+namespace firmware {
 namespace {
 
 // Sections, by their bits in the flags word.
@@ -98,4 +98,4 @@ std::vector<uint8_t> ExtendedBlock(const Model& model) {
     return block;
 }
 
-}  // namespace softcam
+}  // namespace firmware
