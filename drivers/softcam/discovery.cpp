@@ -1,4 +1,4 @@
-// The cameras of this module: those of the configuration file that the environment names.
+// The cameras of this module: those of the configuration file that the environment names, or none.
 
 #include "engine/module.h"
 #include "engine/platform.h"
@@ -11,6 +11,7 @@ namespace engine {
 bool FindSensors(std::vector<std::unique_ptr<Sensor>>& sensors, std::string& message) {
     std::vector<softcam::CameraOptions> cameras;
     const std::string path = EnvironmentVariable("ORVEX_SOFTCAM");
+    if (path == "off") return true;
     if (path.empty())
         cameras = softcam::DefaultCameras();
     else if (!softcam::ReadConfiguration(path, cameras, message))
