@@ -6,6 +6,7 @@
 #include "orvex/commands.h"
 #include "orvex/doctor/checks.h"
 #include "orvex/doctor/system.h"
+#include "orvex/value_hints.h"
 
 // doctor: whether everything that cameras need is there.
 namespace orvex {
@@ -49,13 +50,13 @@ void tell_leftovers(const std::vector<Leftover>& before, Findings& findings) {
     }
     if (foreign)
         findings.push_back({Grade::ok, "leftovers",
-                            std::to_string(foreign) +
-                                " events of other users, who alone know whether they are in use"});
+                            "events of other users, who alone know whether they are in use: " +
+                                std::to_string(foreign)});
     if (removed)
         findings.push_back({Grade::ok, "leftovers",
-                            std::to_string(removed) +
-                                " things of dead processes; the start of the library for this "
-                                "check has removed them"});
+                            "of dead processes, removed by the start of the library for this "
+                            "check: " +
+                                std::to_string(removed)});
     if (after.empty() && removed == 0)
         findings.push_back({Grade::ok, "leftovers", "nothing is left of dead processes"});
 }
@@ -111,7 +112,8 @@ void examine_and_tell(const DoctorOptions& options) {
         print_findings(findings);
         std::fflush(stdout);
     }
-    if (wrong) throw std::runtime_error(std::to_string(wrong) + " of the above is wrong");
+    if (wrong == 1) throw std::runtime_error("one thing is wrong");
+    if (wrong > 1) throw std::runtime_error(std::to_string(wrong) + " things are wrong");
 }
 
 }  // namespace
@@ -123,6 +125,7 @@ void add_doctor(CLI::App& program) {
     command->add_flag("--open", options->open,
                       "open each camera, too, which sets it back to where it starts");
     command->add_flag("--json", options->json, "as JSON");
+    add_examples(*command, {{"orvex doctor", "every check in a line, with what helps"}});
     command->callback([options] { examine_and_tell(*options); });
 }
 

@@ -11,6 +11,7 @@
 #include "orvex/trace/chrome.h"
 #include "orvex/trace/report.h"
 #include "orvex/trace/report_json.h"
+#include "orvex/value_hints.h"
 
 // trace: what a trace of the library tells.
 namespace orvex {
@@ -33,7 +34,7 @@ struct TraceOptions {
     bool any_section() const { return tree || slowest || errors || exchanges || frames; }
 };
 
-void read_all(ByteSource& source, trace::Analysis& analysis) {
+void read_all(const std::string& path, ByteSource& source, trace::Analysis& analysis) {
     constexpr size_t piece = 1u << 20;
     std::vector<char> buffer(piece);
     std::unique_ptr<Progress> progress;
@@ -44,7 +45,7 @@ void read_all(ByteSource& source, trace::Analysis& analysis) {
         done += count;
         if (progress) progress->update(done >> 20);
     }
-    if (done == 0) throw std::runtime_error("the trace is empty");
+    if (done == 0) throw std::runtime_error("'" + path + "' is empty");
 }
 
 // What a file holds that is no trace would be told as a wealth of senseless lines.
@@ -125,7 +126,7 @@ void show_trace(const TraceOptions& options) {
     trace::Analysis analysis(names, options.wanted, further);
     sections.watch(analysis.exchanges);
 
-    read_all(source, analysis);
+    read_all(options.file, source, analysis);
     analysis.finish();
     require_trace(options.file, analysis.calls.totals());
     std::string missing;
@@ -155,7 +156,9 @@ void add_trace(CLI::App& program) {
     auto options = std::make_shared<TraceOptions>();
     CLI::App* command =
         program.add_subcommand("trace", "Read a trace of the library; what is wrong comes first");
-    command->add_option("file", options->file, "the trace; - is the standard input")->required();
+    hint(command->add_option("file", options->file, "the trace; - is the standard input"),
+         {ValueKind::file})
+        ->required();
     command->add_flag("--errors", options->errors,
                       "every error with its road from the cause to the exported call");
     command->add_option("--slowest", options->slowest, "the N slowest functions")
@@ -170,15 +173,25 @@ void add_trace(CLI::App& program) {
     command->add_flag("--exchanges", options->exchanges,
                       "every message to a camera and every camera program, decoded");
     command->add_flag("--frames", options->frames, "runs, rates and gaps between frames");
+    group_options(*command, "Sections");
     command->add_option("--thread", options->wanted.thread,
                         "this thread alone, THREAD or PROCESS:THREAD");
     command->add_option("--call", options->wanted.call, "calls of this exported function alone");
-    command->add_option("--camera", options->wanted.camera,
-                        "calls for this camera alone, by name or handle");
-    command->add_option("--chrome", options->chrome,
-                        "write a flame chart for Perfetto or chrome://tracing into this file");
+    hint(command->add_option("--camera", options->wanted.camera,
+                             "calls for this camera alone, by name or handle"),
+         {ValueKind::camera});
+    group_options(*command, "Part of the trace");
+    hint(command->add_option("--chrome", options->chrome,
+                             "write a flame chart for Perfetto or chrome://tracing into this file"),
+         {ValueKind::file});
     command->add_flag("--force", options->force, "replace a file that exists");
     command->add_flag("--json", options->json, "everything as JSON");
+    group_options(*command, "Output");
+    add_examples(*command,
+                 {{"orvex trace t.log", "what is wrong, and where the time went, on one screen"},
+                  {"orvex trace t.log --errors", "each error, from its cause to the failed call"},
+                  {"orvex trace t.log --tree --call ox_cam_open", "what opening a camera does"},
+                  {"orvex trace t.log --chrome t.json", "a flame chart for ui.perfetto.dev"}});
     command->callback([options] { show_trace(*options); });
 }
 

@@ -121,7 +121,7 @@ void Errors::close(Carried& carried, Outcome outcome, const Thread& thread) {
 void Errors::add(Incident incident) {
     // A function that answers no, to somebody who only asked.
     const bool is_answer = incident.road.front().text.empty() && incident.code < 0;
-    if (is_answer && incident.outcome == Outcome::overlooked) return;
+    if (is_answer && incident.outcome != Outcome::failed) return;
     ++counts_[static_cast<size_t>(incident.outcome)];
     std::string key = key_of(incident);
     const auto found = group_numbers_.find(key);

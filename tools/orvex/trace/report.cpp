@@ -22,11 +22,13 @@ std::string place_text(uint64_t line, int64_t at_us) {
     return "line " + std::to_string(line) + ", " + clock_text(at_us);
 }
 
-const char* outcome_text(Outcome outcome) {
-    switch (outcome) {
+const char* outcome_text(const Incident& incident) {
+    switch (incident.outcome) {
         case Outcome::failed: return "failed";
         case Outcome::overlooked: return "went on";
-        case Outcome::unknown: return "with no calls around it";
+        case Outcome::unknown:
+            return incident.exported.empty() ? "with no calls around it"
+                                             : "did not come to its end";
     }
     return "";
 }
@@ -59,7 +61,7 @@ size_t print_wrong_errors(const Errors& errors) {
         const std::string exported(plain_function(first.exported));
         say("  " +
             (exported.empty() ? "an error " : call_text(exported, first.exported_arguments) + ' ') +
-            outcome_text(first.outcome) + code_text(first.code) + times_text(group.count));
+            outcome_text(first) + code_text(first.code) + times_text(group.count));
         say("      " + cause_text(first.road.front()) + "  (" +
             place_text(first.line, first.at_us) + ')');
     }
@@ -232,7 +234,7 @@ void print_errors(const Errors& errors) {
             say(std::to_string(++number) + ". " +
                 (exported.empty() ? "an error"
                                   : call_text(exported, first.exported_arguments, in_full)) +
-                ' ' + outcome_text(outcome) + code_text(first.code) + times_text(group.count));
+                ' ' + outcome_text(first) + code_text(first.code) + times_text(group.count));
             say("     cause  " + cause_text(first.road.front()));
             say("            " + place_text(first.line, first.at_us) + ", thread " +
                 std::to_string(first.process) + ':' + std::to_string(first.thread));
