@@ -16,5 +16,6 @@ void add_metadata(CLI::App& program);
 void add_program(CLI::App& program);
 void add_trace(CLI::App& program);
 void add_doctor(CLI::App& program);
+void add_describe(CLI::App& program);
 
 }  // namespace orvex

@@ -66,6 +66,7 @@ int main(int argc, char** argv) {
     orvex::add_program(program);
     orvex::add_trace(program);
     orvex::add_doctor(program);
+    orvex::add_describe(program);
     orvex::hold_end_signals();
     int status = 1;
     try {
