@@ -72,7 +72,7 @@ void check_module_path(Findings& findings) {
 }
 
 void check_cameras(Findings& findings, const Library& library, bool open_cameras) {
-    const std::vector<std::string> names = library.camera_names();
+    const std::vector<std::string> names = library.cameras();
     std::string list;
     for (const std::string& name : names) list += (list.empty() ? "" : ", ") + name;
     if (names.empty()) {
@@ -85,7 +85,7 @@ void check_cameras(Findings& findings, const Library& library, bool open_cameras
     if (!open_cameras) return;
     for (const std::string& name : names) {
         try {
-            const Camera camera(library, name);
+            const Camera camera = open_camera(library, name);
             findings.push_back({Grade::ok, "cameras", "'" + name + "' opens"});
         } catch (const std::exception& error) {
             findings.push_back({Grade::wrong, "cameras", error.what(),
