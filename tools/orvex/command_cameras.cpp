@@ -7,6 +7,7 @@
 #include "orvex/commands.h"
 #include "orvex/interrupt.h"
 #include "orvex/parameters.h"
+#include "orvex/value_hints.h"
 
 // list and info: which cameras there are, and what one says of itself.
 namespace orvex {
@@ -106,14 +107,18 @@ void add_list(CLI::App& program) {
     CLI::App* command = program.add_subcommand("list", "List the cameras");
     command->add_flag("--names", options->names, "names alone, one a line");
     command->add_flag("--json", options->json, "as JSON");
+    add_examples(*command, {{"orvex list", "which cameras there are"}});
     command->callback([options] { list(*options); });
 }
 
 void add_info(CLI::App& program) {
     auto options = std::make_shared<InfoOptions>();
     CLI::App* command = program.add_subcommand("info", "Show what a camera is");
-    command->add_option("camera", options->camera, "name or index")->required();
+    hint(command->add_option("camera", options->camera, "name or index"), {ValueKind::camera})
+        ->required();
     command->add_flag("--json", options->json, "as JSON");
+    add_examples(*command, {{"orvex info SoftCCD-1024", "what the camera of this name is"},
+                            {"orvex info 0 --json", "the same of the first one, for programs"}});
     command->callback([options] { info(*options); });
 }
 

@@ -7,6 +7,7 @@
 #include "orvex/interrupt.h"
 #include "orvex/metadata_recording.h"
 #include "orvex/output_file.h"
+#include "orvex/value_hints.h"
 
 // metadata: what recorded frames tell of themselves, and pictures of them.
 namespace orvex {
@@ -140,13 +141,19 @@ void add_metadata(CLI::App& program) {
     auto options = std::make_shared<MetadataOptions>();
     CLI::App* command = program.add_subcommand(
         "metadata", "Decode recorded frames that carry metadata, and recompose their regions");
-    command->add_option("file", options->file, ".raw file of 'orvex stream'")->required();
+    hint(command->add_option("file", options->file, ".raw file of 'orvex stream'"),
+         {ValueKind::file})
+        ->required();
     command->add_option("--frame", options->frame, "this frame alone, from 1, with its regions")
         ->check(CLI::Range(1u, 4294967295u));
-    command->add_option("--out", options->out,
-                        "write the recomposed pictures; the ending chooses the format, as in snap");
+    hint(command->add_option(
+             "--out", options->out,
+             "write the recomposed pictures; the ending chooses the format, as in snap"),
+         {ValueKind::file});
     command->add_flag("--force", options->force, "replace a file that exists");
     command->add_flag("--json", options->json, "everything as JSON");
+    add_examples(*command, {{"orvex metadata run.raw --out run-regions.tif",
+                             "headers, regions and tags of a recording; the recomposed frames"}});
     command->callback([options] { metadata(*options); });
 }
 

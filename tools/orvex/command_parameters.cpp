@@ -5,6 +5,7 @@
 #include "orvex/interrupt.h"
 #include "orvex/parameters.h"
 #include "orvex/set_up_options.h"
+#include "orvex/value_hints.h"
 
 // params, get and set: the parameters of a camera.
 namespace orvex {
@@ -137,19 +138,25 @@ void set(const SetOptions& options) {
 void add_params(CLI::App& program) {
     auto options = std::make_shared<ParamsOptions>();
     CLI::App* command = program.add_subcommand("params", "Show all parameters of a camera");
-    command->add_option("camera", options->camera, "name or index")->required();
+    hint(command->add_option("camera", options->camera, "name or index"), {ValueKind::camera})
+        ->required();
     command->add_flag("--json", options->json, "as JSON");
     command->add_flag("--all", options->all, "also those that the camera has not");
+    add_examples(*command, {{"orvex params SoftCMOS-2048",
+                             "all parameters with their ranges, lists and units"}});
     command->callback([options] { params(*options); });
 }
 
 void add_get(CLI::App& program) {
     auto options = std::make_shared<GetOptions>();
     CLI::App* command = program.add_subcommand("get", "Read parameters");
-    command->add_option("camera", options->camera, "name or index")->required();
-    command->add_option("names", options->names, "parameters, as in temp or PARAM_TEMP")
+    hint(command->add_option("camera", options->camera, "name or index"), {ValueKind::camera})
+        ->required();
+    hint(command->add_option("names", options->names, "parameters, as in temp or PARAM_TEMP"),
+         {ValueKind::parameter})
         ->required();
     command->add_flag("--json", options->json, "as JSON");
+    add_examples(*command, {{"orvex get SoftCCD-1024 temp bit_depth", "the two values"}});
     command->callback([options] { get(*options); });
 }
 
@@ -159,12 +166,16 @@ void add_set(CLI::App& program) {
         "set",
         "Set parameters and read them back; they last until the camera is closed, which is "
         "when the command ends. For a picture use --set of snap and stream");
-    command->add_option("camera", options->camera, "name or index")->required();
-    command
-        ->add_option("assignments", options->assignments,
-                     "NAME=VALUE; a value is a number in the unit that 'get' shows, an item of the "
-                     "list, or on and off")
+    hint(command->add_option("camera", options->camera, "name or index"), {ValueKind::camera})
         ->required();
+    hint(command->add_option(
+             "assignments", options->assignments,
+             "NAME=VALUE; a value is a number in the unit that 'get' shows, an item of the "
+             "list, or on and off"),
+         {ValueKind::assignment})
+        ->required();
+    add_examples(*command,
+                 {{"orvex set SoftCCD-1024 temp_setpoint=-15", "whether the camera takes it"}});
     command->callback([options] { set(*options); });
 }
 

@@ -1,3 +1,4 @@
+#include <cinttypes>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -5,9 +6,12 @@
 #include <nlohmann/json.hpp>
 
 #include "orvex/commands.h"
+#include "orvex/environment_variables.h"
 #include "orvex/files.h"
 #include "orvex/run_again.h"
 #include "orvex/set_up_options.h"
+#include "orvex/trace/exchanges.h"
+#include "orvex/value_hints.h"
 
 // program: the camera program of a set-up. The library tells it in its trace, and reads the name
 // of the trace file when it is loaded; so the command runs itself once more with a file of its
@@ -17,17 +21,11 @@ namespace orvex {
 namespace {
 
 constexpr const char* trace_variable = "ORVEX_CORE_LOG_FILE";
-constexpr const char* own_trace_variable = "ORVEX_PROGRAM_TRACE";
+constexpr const char* own_trace_variable = ORVEX_PROGRAM_TRACE_VARIABLE;
 
 struct ProgramOptions {
     SetUpOptions set_up;
     bool json = false;
-};
-
-struct Operation {
-    std::string name;
-    unsigned code = 0;
-    unsigned long argument = 0;
 };
 
 // The trace file of this process, when it is the second run.
@@ -42,30 +40,23 @@ const char* own_trace() {
     throw std::runtime_error("cannot run the program again");
 }
 
-// Lines of the form "...script_load_op: ENTER (op=OP_EXPOSE(4), arg=10)".
-std::vector<Operation> read_operations(const std::string& path) {
-    std::vector<Operation> operations;
-    std::ifstream trace(path);
-    for (std::string line; std::getline(trace, line);) {
-        const size_t load = line.find("script_load_op: ");
-        const size_t op = line.find("op=", load == std::string::npos ? load : load + 16);
-        const size_t open = line.find('(', op == std::string::npos ? op : op + 3);
-        const size_t argument = line.find("arg=", open);
-        if (load == std::string::npos || argument == std::string::npos) continue;
-        operations.push_back(
-            {line.substr(op + 3, open - op - 3),
-             static_cast<unsigned>(std::strtoul(line.c_str() + open + 1, nullptr, 10)),
-             std::strtoul(line.c_str() + argument + 4, nullptr, 10)});
+std::vector<trace::Operation> read_operations(const std::string& path) {
+    std::vector<trace::Operation> operations;
+    std::ifstream file(path);
+    for (std::string line; std::getline(file, line);) {
+        const trace::Record record = trace::parse_record(line);
+        if (record.kind == trace::Kind::enter && trace::loads_operation(record.function))
+            operations.push_back(trace::read_operation(record.function, record.text));
     }
     return operations;
 }
 
-void print(const std::vector<Operation>& operations) {
+void print(const std::vector<trace::Operation>& operations) {
     int depth = 0;
     size_t index = 0;
-    for (const Operation& operation : operations) {
+    for (const trace::Operation& operation : operations) {
         if (operation.name == "OP_END_DO") --depth;
-        std::printf("%4zu  %*s%-24s %lu\n", index++, 2 * std::max(depth, 0), "",
+        std::printf("%4zu  %*s%-24s %" PRIu64 "\n", index++, 2 * std::max(depth, 0), "",
                     operation.name.c_str(), operation.argument);
         if (operation.name == "OP_DO_LOOP") ++depth;
     }
@@ -88,10 +79,10 @@ struct RemoveFile {
 
 void show_program(const ProgramOptions& options) {
     if (!own_trace()) run_traced();
-    const RemoveFile trace{own_trace()};
+    const RemoveFile file{own_trace()};
     // Shutting the library down drains its trace into the file.
     const uns32 bytes = set_up_once(options);
-    const std::vector<Operation> operations = read_operations(trace.path);
+    const std::vector<trace::Operation> operations = read_operations(file.path);
     if (!options.json) {
         print(operations);
         std::printf("%zu operations, %u bytes of image data\n", operations.size(), bytes);
@@ -99,7 +90,7 @@ void show_program(const ProgramOptions& options) {
     }
     nlohmann::ordered_json out = {{"bytes", bytes},
                                   {"operations", nlohmann::ordered_json::array()}};
-    for (const Operation& operation : operations) {
+    for (const trace::Operation& operation : operations) {
         out["operations"].push_back({{"operation", operation.name},
                                      {"code", operation.code},
                                      {"argument", operation.argument}});
@@ -115,6 +106,8 @@ void add_program(CLI::App& program) {
         "program", "Show the camera program of a set-up, operation by operation");
     options->set_up.add_to(*command);
     command->add_flag("--json", options->json, "as JSON");
+    add_examples(*command, {{"orvex program SoftCCD-1024 --frames 10 --bin 2",
+                             "the camera program of ten binned frames"}});
     command->callback([options] { show_program(*options); });
 }
 

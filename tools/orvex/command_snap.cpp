@@ -9,6 +9,7 @@
 #include "orvex/output_file.h"
 #include "orvex/set_up_options.h"
 #include "orvex/side_file.h"
+#include "orvex/value_hints.h"
 
 // snap: a sequence of frames into image files.
 namespace orvex {
@@ -138,18 +139,27 @@ void add_snap(CLI::App& program) {
     CLI::App* command = program.add_subcommand("snap", "Take frames and write them into files");
     options->set_up.add_to(*command);
     options->set_up.add_run_options_to(*command);
-    command
-        ->add_option("--out", options->out,
-                     "path of the files; its ending chooses the format when --format does not")
+    hint(command->add_option(
+             "--out", options->out,
+             "path of the files; its ending chooses the format when --format does not"),
+         {ValueKind::file})
         ->capture_default_str();
-    command
-        ->add_option("--format", options->formats,
-                     "formats, with commas between: " + format_names() +
-                         " (png: the first frame, 8 bits, stretched); default all but raw")
+    ValueHint names{.kind = ValueKind::choice, .several = true};
+    for (const Format& format : formats()) names.choices.emplace_back(format.name);
+    hint(command->add_option("--format", options->formats,
+                             "formats, with commas between: " + format_names() +
+                                 " (png: the first frame, 8 bits, stretched); default all but raw"),
+         names)
         ->delimiter(',')
         ->allow_extra_args(false);
     command->add_flag("--force", options->force, "replace files that exist");
     command->add_flag("--json", options->json, "facts and statistics as JSON");
+    group_options(*command, "Output");
+    add_examples(*command,
+                 {{"orvex snap SoftCCD-1024 --frames 5 --exposure 50 --out night",
+                   "five frames of 50 ms into night.tif, night.fits and a preview"},
+                  {"orvex snap SoftCCD-1024 --set temp_setpoint=-40 --wait-temp --out cold.fits",
+                   "one frame as soon as the sensor is cold"}});
     command->callback([options] { snap(*options); });
 }
 

@@ -14,6 +14,7 @@
 #include "orvex/recording.h"
 #include "orvex/set_up_options.h"
 #include "orvex/side_file.h"
+#include "orvex/value_hints.h"
 
 // stream: a continuous run, watched and recorded.
 namespace orvex {
@@ -243,10 +244,16 @@ void add_stream(CLI::App& program) {
         ->check(CLI::Range(2u, 4294967295u));
     command->add_flag("--overwrite,!--no-overwrite", options->overwrite,
                       "what a full ring does: lose the oldest frames (default), or end the run");
-    command->add_option("--record", options->record,
-                        "write the frames into this file; its ending chooses the format");
+    hint(command->add_option("--record", options->record,
+                             "write the frames into this file; its ending chooses the format"),
+         {ValueKind::file});
     command->add_flag("--force", options->force, "replace files that exist");
     command->add_flag("--json", options->json, "the summary as JSON");
+    group_options(*command, "Course and output");
+    add_examples(*command, {{"orvex stream SoftCMOS-2048 --roi centre,512x512 --record run.tif",
+                             "records until Ctrl-C"},
+                            {"orvex stream SoftCMOS-2048 --seconds 60 --json",
+                             "rate, losses and latency of a minute, for programs"}});
     command->callback([options] { stream(*options); });
 }
 

@@ -14,5 +14,8 @@ void add_snap(CLI::App& program);
 void add_stream(CLI::App& program);
 void add_metadata(CLI::App& program);
 void add_program(CLI::App& program);
+void add_trace(CLI::App& program);
+void add_doctor(CLI::App& program);
+void add_describe(CLI::App& program);
 
 }  // namespace orvex

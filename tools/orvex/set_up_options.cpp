@@ -3,6 +3,7 @@
 #include "orvex/exposure_mode.h"
 #include "orvex/parameters.h"
 #include "orvex/temperature_wait.h"
+#include "orvex/value_hints.h"
 
 namespace orvex {
 
@@ -13,23 +14,29 @@ void SetUpOptions::add_to(CLI::App& command) {
         ->capture_default_str();
     command.add_option("--roi", region,
                        "x,y,width,height in unbinned pixels, or centre,WIDTHxHEIGHT; default all");
+    group_options(command, "Set-up");
 }
 
 void SetUpOptions::add_settings_to(CLI::App& command) {
-    command.add_option("camera", camera, "name or index")->required();
+    hint(command.add_option("camera", camera, "name or index"), {ValueKind::camera})->required();
     command.add_option("--exposure", exposure_ms, "exposure of a frame in ms")
         ->capture_default_str();
     command.add_option("--bin", binning, "binning, N or NxM, columns first")->capture_default_str();
-    command
-        .add_option("--mode", mode,
-                    "what starts an exposure: " + all_exposure_modes() +
-                        ", or a name from the camera's EXPOSURE_MODE")
+    hint_words(command.add_option("--mode", mode,
+                                  "what starts an exposure: " + all_exposure_modes() +
+                                      ", or a name from the camera's EXPOSURE_MODE"),
+               all_exposure_modes())
         ->capture_default_str();
-    command.add_option("--expose-out", expose_out,
-                       "what the camera's expose-out signal shows: " + all_expose_out_modes());
+    hint_words(
+        command.add_option("--expose-out", expose_out,
+                           "what the camera's expose-out signal shows: " + all_expose_out_modes()),
+        all_expose_out_modes());
     // One at a time, so that the camera may follow.
-    command.add_option("--set", assignments, "NAME=VALUE, a parameter to set before; repeatable")
+    hint(command.add_option("--set", assignments,
+                            "NAME=VALUE, a parameter to set before; repeatable"),
+         {ValueKind::assignment})
         ->allow_extra_args(false);
+    group_options(command, "Set-up");
 }
 
 void SetUpOptions::add_run_options_to(CLI::App& command) {
@@ -43,6 +50,7 @@ void SetUpOptions::add_run_options_to(CLI::App& command) {
                      "--timeout, or 10 minutes");
     command.add_option("--type", image_type, "IMAGETYP of the files; default by exposure, shutter")
         ->check(CLI::IsMember({"light", "dark", "bias", "flat"}, CLI::ignore_case));
+    group_options(command, "Run");
 }
 
 SetUp SetUpOptions::set_up() const {
