@@ -203,7 +203,9 @@ const Refusal refusals[] = {
     {"stream Slow --frames 2 --ring 4000000000", "a ring ends at 4 GiB"},
     {"stream Slow --frames 2 --seconds 1", "excludes"},
     {"stream Slow --frames 2 --roi 2000,0,8,8", "[error 33]"},
-    {"metadata nothing.raw", "nothing.raw.json"}};
+    {"metadata nothing.raw", "nothing.raw.json"},
+    {"metadata nothing.raw --out all.raw",
+     tests::formats.size() > 1 ? "'all.raw' must end in .tif, .tiff" : "built without formats"}};
 
 TEST_F(Stream, RefusalsSayWhy) {
     for (const auto& [arguments, words] : refusals) {
