@@ -8,6 +8,7 @@
 
 #include "platform/windows/api.h"
 #include "support/environment.h"
+#include "support/windows/end_with_this_process.h"
 
 namespace support {
 
@@ -55,6 +56,7 @@ RunningProgram::RunningProgram(const ProgramCall& call) {
                        folder.empty() ? nullptr : folder.c_str(), &startup, &process);
     output_ = reinterpret_cast<intptr_t>(pipe.read);
     Require(started);
+    EndWithThisProcess(process.hProcess);
     CloseHandle(process.hThread);
     process_ = reinterpret_cast<intptr_t>(process.hProcess);
 }
