@@ -1,12 +1,15 @@
 #pragma once
 
+#include <span>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "child.h"
 #include "table.h"
 
-// What is measured, one file a section. Every section starts and stops the library itself.
+// What is measured, one file a section; those that need a system's own means are in its folder.
+// Every section starts and stops the library itself.
 namespace bench {
 
 // The peer's program, if one is to be measured too.
@@ -34,8 +37,14 @@ void measure_set_up(Table& table, const Peer& peer);
 void measure_calls(Table& table, const Peer& peer);
 void measure_trace(Table& table, const Peer& peer);
 
-// The children that run traced.
-void make_calls_to_count();
-void fill_trace();
+struct Section {
+    const char* name;
+    void (*measure)(Table& table, const Peer& peer);
+};
+
+// Those that this system has.
+std::span<const Section> sections();
+// What a child of that kind does.
+void run_child(std::string_view kind);
 
 }  // namespace bench

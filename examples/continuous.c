@@ -65,7 +65,7 @@ int main(int argc, char** argv) {
     int16 hcam;
     uns32 frame_bytes, taken = 0;
 
-    setvbuf(stdout, NULL, _IOLBF, 0); /* one line at a time, whoever reads */
+    setvbuf(stdout, NULL, _IONBF, 0); /* what is printed is told at once, whoever reads */
     check(orvex_event_create(&news, NULL, 1, 0) && signal(SIGINT, on_interrupt) != SIG_ERR,
           "prepare");
     check(ox_orvex_init(), "start the library");

@@ -27,7 +27,7 @@ std::string Configuration(const std::string& model, const std::string& keys) {
 const std::string ideal = R"("noise": false)";
 
 std::string ReadText(const std::filesystem::path& path) {
-    std::ifstream file(path);
+    std::ifstream file(path, std::ios::binary);
     EXPECT_TRUE(file) << path;
     std::ostringstream content;
     content << file.rdbuf();
@@ -41,10 +41,13 @@ struct ExampleFolder {
 // A run of a program of examples/ in a folder of its own.
 class Example : ExampleFolder, public support::RunningProgram {
   public:
-    Example(const std::string& program, const std::string& configuration)
-        : RunningProgram("cd '" + folder.path().string() + "' && ORVEX_SOFTCAM='" +
-                         folder.write("cameras.json", configuration).string() +
-                         "' exec '" ORVEX_BIN_DIR "/../examples/'" + program + " 2>&1") {}
+    Example(const std::string& program, const std::string& configuration,
+            const std::string& arguments = "")
+        : RunningProgram({.program = ORVEX_BIN_DIR "/../examples/" + program,
+                          .arguments = arguments,
+                          .folder = folder.path(),
+                          .variables = {{"ORVEX_SOFTCAM",
+                                         folder.write("cameras.json", configuration).string()}}}) {}
 
     std::string ReadAll() {
         std::string text;
@@ -97,8 +100,9 @@ TEST(Examples, FirstFrameShowsTheSceneOfAnyCameraOrWhatWasRefused) {
 // The camera halts after 20 frames, so that none is lost however slow the machine is. Frames begin
 // and end with their numbers, which the means show.
 TEST(Examples, ContinuousTakesEachFrameOnceAndStopsCleanly) {
-    Example run("continuous 40 32", Configuration("cmos", ideal + R"(, "stamp": true,
-                    "faults": [{"fault": "stuck_transfer", "after": 20}])"));
+    Example run("continuous", Configuration("cmos", ideal + R"(, "stamp": true,
+                    "faults": [{"fault": "stuck_transfer", "after": 20}])"),
+                "40 32");
     constexpr uns32 side = 64, stamped = 4;
     double scene = 0;
     for (uns32 i = 0; i < side * side; ++i) {

@@ -9,7 +9,7 @@
 inline support::ProgramOutput RunInChild(const std::string& body,
                                          const std::string& environment = "",
                                          const std::string& program = ORVEX_TEST_CHILD) {
-    return support::RunningProgram("exec env " + environment + " timeout -s KILL 200 '" + program +
-                                   "' " + body + " 2>&1")
+    return support::RunningProgram(
+               {"/usr/bin/env", environment + " timeout -s KILL 200 '" + program + "' " + body})
         .Finish();
 }

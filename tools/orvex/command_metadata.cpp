@@ -119,10 +119,7 @@ void write_pictures(const Format& format, OutputFile& output, MetadataRecording&
 }
 
 void metadata(const MetadataOptions& options) {
-    const Format* format = options.out.empty() ? nullptr : format_of(options.out);
-    if (!options.out.empty() && (!format || format->bare)) {
-        throw std::invalid_argument("'" + options.out + "' must end in that of a picture, as .tif");
-    }
+    const Format* const format = options.out.empty() ? nullptr : &picture_format(options.out);
     MetadataRecording recording(options.file);
     const FrameRange range = choose_frames(options, recording);
     if (range.first == range.end) throw std::runtime_error("the recording has no whole frame");

@@ -15,11 +15,18 @@ namespace orvex {
 
 namespace {
 
-template <class Take>
-std::vector<std::string> of_each(Take take) {
-    std::vector<std::string> out;
-    for (const Format& format : formats()) take(format, out);
-    return out;
+// The format of a file among those that are good for a purpose.
+const Format& format_with(const std::string& path, bool (*is_good)(const Format&)) {
+    const Format* const found = format_of(path);
+    if (found && is_good(*found)) return *found;
+    std::vector<std::string> endings;
+    for (const Format& format : formats())
+        if (is_good(format))
+            endings.insert(endings.end(), format.endings.begin(), format.endings.end());
+    throw std::invalid_argument(endings.empty()
+                                    ? "cannot write '" + path +
+                                          "': this program was built without formats for it"
+                                    : "'" + path + "' must end in " + any_of(endings));
 }
 
 }  // namespace
@@ -34,7 +41,9 @@ const std::vector<Format>& formats() {
 }
 
 std::string format_names() {
-    return any_of(of_each([](const Format& format, auto& out) { out.push_back(format.name); }));
+    std::vector<std::string> names;
+    for (const Format& format : formats()) names.push_back(format.name);
+    return any_of(names);
 }
 
 const Format& find_format(const std::string& name) {
@@ -58,12 +67,11 @@ const Format* format_of(const std::string& path) {
 }
 
 const Format& recording_format(const std::string& path) {
-    const Format* format = format_of(path);
-    if (format && format->faithful) return *format;
-    const std::vector<std::string> endings = of_each([](const Format& each, auto& out) {
-        if (each.faithful) out.insert(out.end(), each.endings.begin(), each.endings.end());
-    });
-    throw std::invalid_argument("'" + path + "' must end in " + any_of(endings));
+    return format_with(path, [](const Format& format) { return format.faithful; });
+}
+
+const Format& picture_format(const std::string& path) {
+    return format_with(path, [](const Format& format) { return !format.bare; });
 }
 
 void fail_to_write(const std::string& path, const std::string& why) {

@@ -42,6 +42,8 @@ const Format& find_format(const std::string& name);
 const Format* format_of(const std::string& path);
 // The same for files that hold every frame; throws std::invalid_argument with their endings.
 const Format& recording_format(const std::string& path);
+// The same for files that programs show as pictures.
+const Format& picture_format(const std::string& path);
 
 [[noreturn]] void fail_to_write(const std::string& path, const std::string& why);
 

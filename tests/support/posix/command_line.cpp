@@ -8,16 +8,20 @@
 
 namespace support {
 
-std::string CommandLineProgram::Command(const std::string& arguments) const {
-    return "cd '" + folder_.string() + "' && TMPDIR='" + folder_.string() + "' ORVEX_SOFTCAM='" +
-           configuration_.string() + "' exec '" ORVEX_BIN_DIR "/orvex' " + arguments + " 2>&1";
+namespace {
+
+// For a shell, whose place the program takes.
+std::string ShellCommand(const ProgramCall& call) {
+    std::string command;
+    if (!call.folder.empty()) command += "cd '" + call.folder.string() + "' && ";
+    for (const auto& [name, value] : call.variables) command += name + "='" + value + "' ";
+    return command + "exec '" + call.program + "' " + call.arguments + " 2>&1";
 }
 
-ProgramOutput CommandLineProgram::Run(const std::string& arguments) const {
-    return RunningProgram(Command(arguments)).Finish();
-}
+}  // namespace
 
-RunningProgram::RunningProgram(const std::string& command) {
+RunningProgram::RunningProgram(const ProgramCall& call) {
+    const std::string command = ShellCommand(call);
     std::array<int, 2> pipe_ends{};
     if (pipe(pipe_ends.data()) != 0) throw std::system_error(errno, std::generic_category());
     process_ = fork();
@@ -35,35 +39,25 @@ RunningProgram::RunningProgram(const std::string& command) {
 
 RunningProgram::~RunningProgram() {
     if (process_ > 0) {
-        kill(process_, SIGKILL);
-        waitpid(process_, nullptr, 0);
+        Signal(SIGKILL);
+        Wait();
     }
-    close(output_);
+    close(static_cast<int>(output_));
 }
 
 void RunningProgram::Signal(int number) const {
-    kill(process_, number);
+    kill(static_cast<pid_t>(process_), number);
 }
 
-std::string RunningProgram::ReadLine() {
-    std::string line;
-    for (char character; !line.ends_with('\n') && read(output_, &character, 1) == 1;)
-        line += character;
-    return line;
+size_t RunningProgram::Read(char* buffer, size_t size) {
+    const ssize_t count = read(static_cast<int>(output_), buffer, size);
+    return count > 0 ? static_cast<size_t>(count) : 0;
 }
 
-ProgramOutput RunningProgram::Finish() {
-    ProgramOutput output;
-    std::array<char, 4096> buffer{};
-    for (ssize_t count; (count = read(output_, buffer.data(), buffer.size())) > 0;) {
-        output.text.append(buffer.data(), static_cast<size_t>(count));
-    }
+int RunningProgram::Wait() {
     int status = 0;
-    if (waitpid(process_, &status, 0) == process_ && WIFEXITED(status)) {
-        output.status = WEXITSTATUS(status);
-    }
-    process_ = -1;
-    return output;
+    const auto process = static_cast<pid_t>(std::exchange(process_, -1));
+    return waitpid(process, &status, 0) == process && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
 }  // namespace support

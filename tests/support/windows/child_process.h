@@ -3,7 +3,7 @@
 #include <array>
 #include <string>
 
-#include "platform/windows/api.h"
+#include "support/windows/end_with_this_process.h"
 
 namespace support {
 
@@ -21,6 +21,7 @@ class ChildProcess {
         startup.cb = sizeof startup;
         CreateProcessA(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
                        &process_);
+        EndWithThisProcess(process_.hProcess);
     }
     ~ChildProcess() {
         TerminateProcess(process_.hProcess, 1);

@@ -76,7 +76,7 @@ TEST_F(ConfiguredModule, ABadFileIsToldAndEndsTheStart) {
 }
 
 TEST_F(ConfiguredModule, APictureBecomesTheScene) {
-    const std::string path = directory_ / "scene.tif";
+    const std::string path = (directory_ / "scene.tif").string();
     const support::SceneImage picture(2, 1, 7);
     picture.WriteTiff(path);
     const auto pixels = picture.CropAndBin({0, 1, 1, 0, 0, 1});
@@ -89,7 +89,7 @@ TEST_F(ConfiguredModule, APictureBecomesTheScene) {
     EXPECT_EQ(scene->At(0).pixels,
               (std::vector<uint16_t>{left, left, right, right, left, left, right, right}));
 
-    choice.path = directory_.write("broken.png", "\x89PNG nothing");
+    choice.path = directory_.write("broken.png", "\x89PNG nothing").string();
     EXPECT_EQ(softcam::MakeScene(choice, 4, 2, 1, message), nullptr);
     EXPECT_NE(message.find("cannot read image file"), std::string::npos);
 }

@@ -6,10 +6,7 @@
 #include <initializer_list>
 #include <span>
 #include <string>
-#include <sys/socket.h>
-#include <sys/un.h>
 #include <thread>
-#include <unistd.h>
 #include <vector>
 
 #include "orvex/orvex_ddi.h"
@@ -60,7 +57,6 @@ class Connection {
     ~Connection() {
         if (open_) Close();
         for (orvex_event& event : events_) orvex_event_close(&event);
-        if (file_ >= 0) close(file_);
     }
 
     bool Open() {
@@ -175,28 +171,6 @@ class Connection {
         return buffer;
     }
 
-    // The device file, as the library opens it.
-    bool OpenFile() {
-        sockaddr_un address{};
-        address.sun_family = AF_UNIX;
-        std::memcpy(address.sun_path, device_->path, sizeof(address.sun_path) - 1);
-        file_ = socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
-        return connect(file_, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0;
-    }
-    bool Submit(uint64_t id, uint32_t mask) {
-        dv_file_request request{};
-        request.operation = DV_FILE_SUBMIT;
-        request.code = DV_EVENT_NOTIFICATION_REQUEST;
-        request.id = id;
-        request.in_size = request.out_size = sizeof(dv_notification_report);
-        request.in.mask = mask;
-        return send(file_, &request, sizeof(request), MSG_NOSIGNAL) == sizeof(request);
-    }
-    bool Take(dv_file_completion& completion) {
-        const timeval limit{.tv_sec = 5, .tv_usec = 0};
-        setsockopt(file_, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof(limit));
-        return recv(file_, &completion, sizeof(completion), 0) == sizeof(completion);
-    }
     orvex_device* Device() { return device_; }
 
   private:
@@ -204,7 +178,6 @@ class Connection {
     std::array<orvex_event, 6> events_{};
     std::array<dv_event, 6> records_{};
     bool open_ = false;
-    int file_ = -1;
 };
 
 // Hand-written programs.

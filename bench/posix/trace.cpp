@@ -6,6 +6,7 @@
 
 #include "bench.h"
 #include "sections.h"
+#include "traced.h"
 
 namespace bench {
 

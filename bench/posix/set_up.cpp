@@ -4,6 +4,7 @@
 
 #include "bench.h"
 #include "sections.h"
+#include "traced.h"
 
 namespace bench {
 
