@@ -1,7 +1,8 @@
-# Flags that every target of the project carries; warnings are errors everywhere.
+# Flags that every target of the project carries. Warnings are errors, but for packagers, whose
+# compiler may be another.
 add_library(orvex_flags INTERFACE)
 target_compile_options(orvex_flags INTERFACE
-    -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror
+    -Wall -Wextra -Wpedantic -Wconversion -Wshadow $<$<BOOL:${ORVEX_WERROR}>:-Werror>
     $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>)
 target_include_directories(orvex_flags INTERFACE ${CMAKE_SOURCE_DIR}/include)
 if(ORVEX_SANITIZE)

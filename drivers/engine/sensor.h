@@ -52,8 +52,8 @@ struct Description {
     uint16_t driver_version = 0x0100;
     uint16_t driver_capabilities = 0;
     bool reply_status = false;  // replies to host commands begin with a status byte
-    std::vector<uint8_t> bridge_caps;
-    std::string info;  // text of DV_GET_INFO_DUMP
+    std::vector<uint8_t> bridge_caps{};
+    std::string info{};  // text of DV_GET_INFO_DUMP
 };
 
 // One box on the way to the camera head, node 0 being the interface.

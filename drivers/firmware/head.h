@@ -35,10 +35,10 @@ class Head {
     virtual const Model* Connect(engine::HostSide& host, LiveState& live) = 0;
     virtual void Disconnect() = 0;
 
-    // In hundredths of a degree Celsius.
-    virtual int16_t Temperature() = 0;
-    virtual int16_t Setpoint() = 0;
-    virtual void SetSetpoint(int16_t setpoint) = 0;
+    // In hundredths of a degree Celsius, where it is known.
+    virtual int16_t Temperature() { return 0; }
+    virtual int16_t Setpoint() { return 0; }
+    virtual void SetSetpoint(int16_t /*setpoint*/) {}
 
     // What it can't execute is refused when it is loaded. Programs of the other dialect than the
     // data sheet's don't come here.
@@ -47,9 +47,9 @@ class Head {
     // From the last exposure of a frame to its end; of the whole sensor without a program.
     virtual int64_t ReadoutNanoseconds(const RunPlan& plan) = 0;
     // How long it rests after an abort.
-    virtual int64_t PostAbortNanoseconds() = 0;
+    virtual int64_t PostAbortNanoseconds() { return 0; }
     // Times of an exposure list are rounded down to multiples of this.
-    virtual uint32_t ExposureListStep() = 0;
+    virtual uint32_t ExposureListStep() { return 1; }
 
     // Begins a run and returns at once; its frames come from one thread. Nothing runs before.
     virtual bool Start(RunPlan plan) = 0;
@@ -57,7 +57,7 @@ class Head {
     virtual void Stop() = 0;
 
     // One line of the service console, and its answer.
-    virtual std::string Console(const std::string& line) = 0;
+    virtual std::string Console(const std::string& /*line*/) { return "unknown"; }
     // Whether the next command is refused for no reason of its own. Only tests have a use for it.
     virtual bool RefusesCommand() { return false; }
 };

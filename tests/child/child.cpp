@@ -27,20 +27,12 @@ void TracedRun(const std::string&) {
     REQUIRE(ox_orvex_uninit() == 1);
 }
 
-// 1.2.3 as 0x0123, on standard output.
-void TellVersion(const std::string&) {
-    uns16 version = 0;
-    REQUIRE(ox_orvex_get_ver(&version) == 1);
-    std::cout << std::hex << version << std::endl;
-}
-
 struct Body {
     const char* name;
     void (*run)(const std::string& argument);
 };
 constexpr Body bodies[] = {
     {"traced_run", TracedRun},
-    {"version", TellVersion},
     {"exit", Exits},
     {"late_calls", CallsLate},
     {"fork", Forks},

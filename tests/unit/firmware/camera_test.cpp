@@ -40,22 +40,16 @@ class RecordingHead : public firmware::Head {
         return answers ? &model : nullptr;
     }
     void Disconnect() override { heard_.emplace_back("disconnect"); }
-    int16_t Temperature() override { return 0; }
-    int16_t Setpoint() override { return 0; }
-    void SetSetpoint(int16_t) override {}
     bool Accepts(const firmware::SimplifiedProgram& program, const firmware::Settings&) override {
         return program.exposure <= 100;
     }
     int64_t ReadoutNanoseconds(const firmware::RunPlan&) override { return 0; }
-    int64_t PostAbortNanoseconds() override { return 0; }
-    uint32_t ExposureListStep() override { return 1; }
     bool Start(firmware::RunPlan plan) override {
         heard_.push_back("start " + std::to_string(plan.simplified->exposure) + " offset " +
                          std::to_string(plan.settings.offset));
         return true;
     }
     void Stop() override { heard_.emplace_back("stop"); }
-    std::string Console(const std::string& line) override { return line; }
 
     bool answers = true;
     firmware::Model model;
