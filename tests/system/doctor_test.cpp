@@ -26,7 +26,8 @@ class Doctor : public testing::Test {
         std::string text;
         // Around it stands what the module and the program say of failures.
         const size_t begin = out.text.find("{\n"), end = out.text.rfind("}\n") + 1;
-        for (const json& finding : json::parse(out.text.substr(begin, end - begin))["findings"])
+        const json all = json::parse(out.text.substr(begin, end - begin));
+        for (const json& finding : all["findings"])
             if (finding["topic"] == topic)
                 text += finding["grade"].get<std::string>() + ": " +
                         finding["text"].get<std::string>() + " > " + finding.value("remedy", "") +

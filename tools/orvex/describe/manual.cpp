@@ -15,6 +15,9 @@ namespace orvex::description {
 
 namespace {
 
+// That of the help for what was put into none.
+constexpr const char* other_group = "Options";
+
 // With an end of line in place of a blank where a line of the source would become long.
 std::string wrapped(const std::string& text) {
     constexpr size_t longest = 70;
@@ -109,10 +112,9 @@ std::string option_sections(const std::vector<OptionDescription>& options) {
     }
     out += ".SH OPTIONS\n";
     // Those without a subject of their own come last.
-    std::stable_partition(groups.begin(), groups.end(),
-                          [](const std::string& group) { return group != "Options"; });
+    if (std::erase(groups, other_group) > 0) groups.emplace_back(other_group);
     for (const std::string& group : groups) {
-        if (groups.size() > 1) out += ".SS " + plain(group == "Options" ? "Other" : group) + "\n";
+        if (groups.size() > 1) out += ".SS " + plain(group == other_group ? "Other" : group) + "\n";
         for (const OptionDescription& option : options)
             if (!option.positional && option.group == group) out += option_entry(option);
     }

@@ -50,8 +50,9 @@ std::vector<Profile::Row> Profile::slowest(Order order, size_t count) const {
     const auto key = [order](const Row& row) {
         return order == Order::own ? row.times.own_us : row.times.total_us;
     };
-    std::stable_sort(rows.begin(), rows.end(),
-                     [&](const Row& a, const Row& b) { return key(a) > key(b); });
+    std::sort(rows.begin(), rows.end(), [&](const Row& a, const Row& b) {
+        return key(a) != key(b) ? key(a) > key(b) : a.function < b.function;
+    });
     if (rows.size() > count) rows.resize(count);
     return rows;
 }
