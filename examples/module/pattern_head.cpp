@@ -25,7 +25,7 @@ constexpr uint16_t columns = 640;
 constexpr uint16_t rows = 480;
 
 // What the head tells of itself, high byte first. All else that it is asked is zero.
-const std::map<uint8_t, Reply> answers = {
+const engine::SharedByCameras answers(std::map<uint8_t, Reply>{
     {SER_SIZE, {columns >> 8, columns & 0xFF}},
     {PAR_SIZE, {rows >> 8, rows & 0xFF}},
     {TOTAL_PORTS, {1}},
@@ -44,7 +44,7 @@ const std::map<uint8_t, Reply> answers = {
     {GET_EXTENDED_CAPABILITIES, {0, 0, 0, 1, 0, 0, 0, 2}},
     {STAT_TABLE_SIZE, {12}},
     {STAT_TABLE, Reply(12)},
-};
+});
 
 class PatternHead : public engine::Sensor {
   public:
@@ -61,8 +61,8 @@ class PatternHead : public engine::Sensor {
     Outcome HostCommand(uint8_t id, Bytes /*data*/, Reply& reply) override {
         if (id == STOP_CCS) Stop();
         if (id == EXECUTE_CCL) Start();
-        const auto answer = answers.find(id);
-        if (answer != answers.end())
+        const auto answer = (*answers).find(id);
+        if (answer != (*answers).end())
             reply.insert(reply.end(), answer->second.begin(), answer->second.end());
         else
             reply.resize(reply.size() + engine::HostCommandReplySize(id).value_or(0));
@@ -77,12 +77,14 @@ class PatternHead : public engine::Sensor {
         if (message_class != CLASS_SIMPLIFIED_CCL) return Outcome::refused;
         Stop();
         program_.clear();
-        for (engine::ByteReader reader(program); reader.Remaining() > 0;) {
+        engine::ByteReader reader(program);
+        while (reader.Remaining() > 0) {
             const uint8_t setting = reader.U8();
             program_[setting] = reader.U32();
         }
-        const bool fits = program_[OP_SUB_ROI_COUNT] == 1 && program_[OP_BIN_X] > 0 &&
-                          program_[OP_BIN_Y] > 0 && program_[OP_IMGCOORD_BOTR_X] < columns &&
+        const bool fits = reader.Ok() && program_[OP_SUB_ROI_COUNT] == 1 &&
+                          program_[OP_BIN_X] > 0 && program_[OP_BIN_Y] > 0 &&
+                          program_[OP_IMGCOORD_BOTR_X] < columns &&
                           program_[OP_IMGCOORD_BOTR_Y] < rows;
         return fits ? Outcome::done : Outcome::refused;
     }
@@ -90,10 +92,12 @@ class PatternHead : public engine::Sensor {
   private:
     void Start() {
         Stop();
+        const std::lock_guard hold(starting_);
         run_ = std::jthread([this](const std::stop_token& stop) { Run(stop); });
     }
-    // Returns when the thread has ended.
+    // Returns when the thread has ended. A reset may come beside a command.
     void Stop() {
+        const std::lock_guard hold(starting_);
         run_ = {};
         host_->RunStopped();
     }
@@ -102,10 +106,12 @@ class PatternHead : public engine::Sensor {
     // sent; pixels go out low byte first.
     Reply Frame() {
         Reply frame;
-        const uint32_t x_end = program_[OP_IMGCOORD_BOTR_X] + 2 - program_[OP_BIN_X];
-        const uint32_t y_end = program_[OP_IMGCOORD_BOTR_Y] + 2 - program_[OP_BIN_Y];
-        for (uint32_t y = program_[OP_IMGCOORD_TOPL_Y]; y < y_end; y += program_[OP_BIN_Y])
-            for (uint32_t x = program_[OP_IMGCOORD_TOPL_X]; x < x_end; x += program_[OP_BIN_X]) {
+        const uint32_t width = program_[OP_BIN_X];
+        const uint32_t height = program_[OP_BIN_Y];
+        const uint32_t right = program_[OP_IMGCOORD_BOTR_X];
+        const uint32_t bottom = program_[OP_IMGCOORD_BOTR_Y];
+        for (uint32_t y = program_[OP_IMGCOORD_TOPL_Y]; y + height <= bottom + 1; y += height)
+            for (uint32_t x = program_[OP_IMGCOORD_TOPL_X]; x + width <= right + 1; x += width) {
                 frame.push_back(static_cast<uint8_t>(x + y));
                 frame.push_back(static_cast<uint8_t>((x + y) >> 8));
             }
@@ -136,6 +142,7 @@ class PatternHead : public engine::Sensor {
     const engine::Description about_{.name = "Pattern", .driver_type = DRIVER_TYPE_SOFTWARE};
     engine::HostSide* host_ = nullptr;
     std::map<uint8_t, uint32_t> program_;  // the value of each setting
+    std::mutex starting_;
     std::mutex mutex_;
     std::condition_variable_any pause_;
     std::jthread run_;  // last: it uses the others
