@@ -75,6 +75,7 @@ void Camera::ForgetPrograms() {
 }
 
 void Camera::Reset() {
+    const std::lock_guard hold(lock_);
     StopRun();
     ForgetPrograms();
 }
@@ -95,6 +96,7 @@ Outcome Camera::LoadProgram(uint8_t message_class, engine::Bytes program) {
     const Model& model = firmware_->model;
     const bool full = message_class == CLASS_CCL_SCRIPT;
     if (full != (model.dialect == Dialect::full)) return Outcome::refused;
+    const std::lock_guard hold(lock_);
     StopRun();
     ForgetPrograms();
     if (full) {
@@ -115,6 +117,7 @@ RunPlan Camera::Plan() const {
 }
 
 bool Camera::Execute() {
+    const std::lock_guard hold(lock_);
     if (host_ == nullptr || (full_program_.empty() && !simplified_program_)) return false;
     live_.clearing = false;
     StopRun();
@@ -124,6 +127,7 @@ bool Camera::Execute() {
 }
 
 void Camera::Stop(uint16_t options) {
+    const std::lock_guard hold(lock_);
     StopRun();
     live_.clearing = (options & HC_CCS_CONT_CLEAR) != 0;
     if (!firmware_->model.shutter) return;
@@ -132,15 +136,18 @@ void Camera::Stop(uint16_t options) {
 }
 
 int64_t Camera::ExposureNanoseconds() const {
+    const std::lock_guard hold(lock_);
     return simplified_program_ ? simplified_program_->Nanoseconds(simplified_program_->exposure)
                                : 0;
 }
 
 int64_t Camera::ReadoutNanoseconds() const {
+    const std::lock_guard hold(lock_);
     return head_->ReadoutNanoseconds(Plan());
 }
 
 int64_t Camera::ClearingNanoseconds() const {
+    const std::lock_guard hold(lock_);
     if (!simplified_program_) return 0;
     const Model& model = firmware_->model;
     return ClearNanoseconds(model, CurrentSpeed(model, firmware_->settings)) *

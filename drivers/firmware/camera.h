@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <vector>
 
@@ -48,6 +49,9 @@ class Camera : public engine::Sensor, private CameraActions {
     void ForgetPrograms();
     RunPlan Plan() const;
 
+    // A reset may come beside a command: programs, and starts and stops of the head, are one's at a
+    // time.
+    mutable std::mutex lock_;
     LiveState live_;
     std::optional<Firmware> firmware_;  // from the first connection on
     std::vector<uint8_t> full_program_;

@@ -27,8 +27,11 @@ class Completion : public testing::Test {
                                     "/orvex' \"${COMP_WORDS[COMP_CWORD]}\" "
                                     "\"${COMP_WORDS[COMP_CWORD - 1]}\"\n"
                                     "printf '%s\\n' \"${COMPREPLY[@]}\"\n");
-        return support::RunningProgram("cd '" + folder_.path().string() + "' && TMPDIR=$PWD " +
-                                       "ORVEX_SOFTCAM=cameras.json bash ask.sh")
+        return support::RunningProgram({.program = "/bin/bash",
+                                        .arguments = "ask.sh",
+                                        .folder = folder_.path(),
+                                        .variables = {{"TMPDIR", folder_.path().string()},
+                                                      {"ORVEX_SOFTCAM", "cameras.json"}}})
             .Finish()
             .text;
     }
