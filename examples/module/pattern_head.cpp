@@ -1,7 +1,10 @@
 // A camera head that shows a test pattern: each pixel is the sum of its column and its row.
+#include <chrono>
 #include <condition_variable>
 #include <mutex>
 #include <thread>
+
+#include "orvex/orvex_ddi.h"
 
 #include "engine/module.h"
 
