@@ -4,14 +4,13 @@
 #include <array>
 #include <chrono>
 #include <cstdint>
-#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "orvex/orvex.h"
+#include "orvex/orvex.hpp"
 
-// What all sections share: an open camera, refusals as exceptions, percentiles, timed calls.
+// What all sections share: an open camera, percentiles, timed calls.
 namespace bench {
 
 using Clock = std::chrono::steady_clock;
@@ -20,67 +19,33 @@ inline double seconds_since(Clock::time_point start) {
     return std::chrono::duration<double>(Clock::now() - start).count();
 }
 
-// Throws what the library says of a refusal.
-inline void require(boolean16 result, const char* what) {
-    if (result) return;
-    std::array<char, ERROR_MSG_LEN> message{};
-    ox_error_message(ox_error_code(), message.data());
-    throw std::runtime_error(std::string(what) + ": " + message.data());
-}
+using orvex::Library;
+using orvex::require;
 
-class Library {
+// The camera that is measured.
+class Camera : public orvex::Camera {
   public:
-    Library() { require(ox_orvex_init(), "init"); }
-    ~Library() { ox_orvex_uninit(); }
-    Library(const Library&) = delete;
-    Library& operator=(const Library&) = delete;
-};
+    explicit Camera(const Library& library) : orvex::Camera(library, "SoftCMOS-2048") {}
 
-class Camera {
-  public:
-    Camera() {
-        std::array<char, CAM_NAME_LEN> name{"SoftCMOS-2048"};
-        require(ox_cam_open(name.data(), &handle_, EXT_OPEN_EXCLUSIVE), "open");
-    }
-    ~Camera() { ox_cam_close(handle_); }
-    Camera(const Camera&) = delete;
-    Camera& operator=(const Camera&) = delete;
-
-    int16 handle() const { return handle_; }
-
-    // The caller picks T by the parameter's type.
-    template <class T>
-    T get(uns32 id) const {
-        T value{};
-        require(ox_get_param(handle_, id, ATTR_CURRENT, &value), "read of a parameter");
-        return value;
-    }
-    template <class T>
-    void set(uns32 id, T value) const {
-        require(ox_set_param(handle_, id, &value), "set of a parameter");
-    }
     // A line for the service console of the software camera.
     void console(std::string line) const {
-        require(oz_cam_send_debug(handle_, line.data(), 0, nullptr), "console");
+        require(oz_cam_send_debug(handle(), line.data(), 0, nullptr), "console");
     }
 
     // The same for a question; blanks make room for the answer.
     std::string ask(std::string line) const {
         line.resize(64, ' ');
         std::array<char, 128> answer{};
-        require(oz_cam_send_debug(handle_, line.data(), static_cast<uns16>(line.size() + 10),
+        require(oz_cam_send_debug(handle(), line.data(), static_cast<uns16>(line.size() + 10),
                                   answer.data()),
                 "console");
         return answer.data();
     }
-
-  private:
-    int16 handle_ = -1;
 };
 
 // The given columns of the sensor's first rows, unbinned.
 inline rgn_type corner(uns16 columns, uns16 rows) {
-    return {0, static_cast<uns16>(columns - 1), 1, 0, static_cast<uns16>(rows - 1), 1};
+    return orvex::make_region(0, 0, columns, rows);
 }
 
 // The value that a share of the samples does not exceed; 0 of none.

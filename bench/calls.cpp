@@ -18,7 +18,7 @@ double read_ns(const Camera& camera, uns32 id, int calls) {
 
 void measure_calls(Table& table, const Peer&) {
     const Library library;
-    const Camera camera;
+    const Camera camera(library);
     table.section("Calls");
     table.row({"cached parameter", read_ns<uns16>(camera, PARAM_PIX_SER_SIZE, 10000), "ns",
                at_most(100)});

@@ -205,8 +205,8 @@ void measure_shape(Table& table, const Peer& peer, const Camera& camera, const S
 
 void measure_frames(Table& table, const Peer& peer) {
     const Library library;
-    const Camera camera;
-    camera.set<int32>(PARAM_CLEAR_MODE, CLEAR_NEVER);
+    const Camera camera(library);
+    camera.set<PARAM_CLEAR_MODE>(CLEAR_NEVER);
     for (const Shape& shape :
          {Shape{2048, 32, {}, {}}, Shape{512, 512, {}, {}},
           Shape{64, 4096, {110'000, at_least(100'000)}, {55'000, at_least(50'000)}}}) {

@@ -26,7 +26,7 @@ uint16_t distance_to_driver(const Camera& camera) {
     uint16_t distance = 0;
     for (int i = 0; i < 5000; ++i) {
         const Clock::time_point before = Clock::now();
-        const auto answer = static_cast<uint16_t>(camera.get<int16>(PARAM_CURRENT_OZTIME));
+        const auto answer = static_cast<uint16_t>(camera.get<PARAM_CURRENT_OZTIME>());
         const Clock::duration around = Clock::now() - before;
         if (around >= tightest) continue;
         tightest = around;
@@ -67,7 +67,7 @@ std::vector<double> paced_run(const Camera& camera) {
     uns32 frame_bytes = 0;
     Heard heard;
     camera.console("time_scale 1");
-    camera.set<int32>(PARAM_CLEAR_MODE, CLEAR_NEVER);
+    camera.set<PARAM_CLEAR_MODE>(CLEAR_NEVER);
     require(ox_exp_setup_cont(camera.handle(), 1, &region, EXT_TRIG_INTERNAL, 2, &frame_bytes,
                               CIRC_OVERWRITE),
             "set-up");
@@ -88,7 +88,7 @@ std::vector<double> paced_run(const Camera& camera) {
 
 void measure_latency(Table& table, const Peer& peer) {
     const Library library;
-    const Camera camera;
+    const Camera camera(library);
     table.section("Notification to callback, idle consumer");
     const Figures theirs = peer.paced();
     const std::vector<double> samples = paced_run(camera);

@@ -27,7 +27,7 @@ std::vector<rgn_type> regions() {
 
 // One frame as the camera delivers it.
 std::vector<uns8> take_frame(const Camera& camera) {
-    camera.set<boolean16>(PARAM_METADATA_ENABLED, 1);
+    camera.set<PARAM_METADATA_ENABLED>(true);
     camera.console("stamp off");
     const std::vector<rgn_type> wanted = regions();
     uns32 bytes = 0;
@@ -52,7 +52,7 @@ void measure_metadata(Table& table, const Peer&) {
     std::vector<uns8> frame;
     {
         const Library library;
-        const Camera camera;
+        const Camera camera(library);
         frame = take_frame(camera);
     }
     md_frame* created = nullptr;

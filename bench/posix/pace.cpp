@@ -63,8 +63,8 @@ void measure_scene(Table& table, const Camera& camera, std::vector<uns8>& ring,
 
 void measure_pace(Table& table, const Peer&) {
     const Library library;
-    const Camera camera;
-    camera.set<int32>(PARAM_CLEAR_MODE, CLEAR_NEVER);
+    const Camera camera(library);
+    camera.set<PARAM_CLEAR_MODE>(CLEAR_NEVER);
     camera.console("time_scale 1");
     camera.console("noise on");
     std::vector<uns8> ring(size_t{16} * 2048 * 2048 * 2, 1);

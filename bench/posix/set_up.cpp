@@ -35,7 +35,7 @@ double unchanged_us(const Camera& camera) {
 
 double sequence_seconds(const Camera& camera) {
     camera.console("time_scale 1");
-    camera.set<int32>(PARAM_CLEAR_MODE, CLEAR_NEVER);
+    camera.set<PARAM_CLEAR_MODE>(CLEAR_NEVER);
     std::vector<uns8> frames(set_up(camera, exposure_ms), 1);
     const Clock::time_point start = Clock::now();
     require(ox_exp_start_seq(camera.handle(), frames.data()), "start");
@@ -50,11 +50,11 @@ double sequence_seconds(const Camera& camera) {
     return seconds;
 }
 
-double open_ms() {
+double open_ms(const Library& library) {
     std::vector<double> samples;
     for (int i = 0; i < 15; ++i) {
         const Clock::time_point start = Clock::now();
-        const Camera camera;
+        const Camera camera(library);
         samples.push_back(seconds_since(start));
     }
     return 1e3 * median(samples);
@@ -94,7 +94,7 @@ void tell_talk(Table& table, const Talk& talk, Wanted questions, Wanted orders) 
 
 void make_calls_to_count() {
     const Library library;
-    const Camera camera;
+    const Camera camera(library);
     for (const uns32 exposure : {1u, 1u, 2u}) set_up(camera, exposure);
 }
 
@@ -105,9 +105,9 @@ void measure_set_up(Table& table, const Peer&) {
     const std::vector<Talk> opens = talk_of(trace, "ox_cam_open");
     const Library library;
     table.section("Open, set-up and sequences");
-    table.row({"open", open_ms(), "ms"});
+    table.row({"open", open_ms(library), "ms"});
     tell_talk(table, opens.at(0), {}, {});
-    const Camera camera;
+    const Camera camera(library);
     table.row({"unchanged set-up", unchanged_us(camera), "us"});
     tell_talk(table, set_ups.at(1), at_most(0), at_most(0));
     table.row({"changed set-up", changed_us(camera), "us"});

@@ -48,11 +48,11 @@ double lines_between(const std::string& path, uintmax_t from, uintmax_t to) {
 void fill_trace() {
     const std::string path = own_trace();
     const Library library;
-    const Camera camera;
+    const Camera camera(library);
     last_growth(path);
     const uintmax_t size_before = std::filesystem::file_size(path);
     const Clock::time_point start = Clock::now();
-    for (int i = 0; i < calls; ++i) camera.get<uns16>(PARAM_PIX_SER_SIZE);
+    for (int i = 0; i < calls; ++i) camera.get<PARAM_PIX_SER_SIZE>();
     const double calling = seconds_since(start);
     const Clock::time_point called = Clock::now();
     const uintmax_t size_called = std::filesystem::file_size(path);
