@@ -14,5 +14,7 @@ void add_snap(CLI::App& program);
 void add_stream(CLI::App& program);
 void add_metadata(CLI::App& program);
 void add_program(CLI::App& program);
+// Where the libraries that it needs were there when the program was built.
+void add_view(CLI::App& program);
 
 }  // namespace orvex
