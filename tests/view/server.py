@@ -2,7 +2,7 @@
 
 import json
 import os
-import re
+import resource
 import signal
 import subprocess
 import threading
@@ -82,6 +82,19 @@ class View:
         assert status == 200, body
         length = int.from_bytes(body[:4], "little")
         return json.loads(body[4:4 + length]), body[4 + length:]
+
+    def limit_files(self, size):
+        """No file gets longer, as on a disk that is full; -1 for no limit."""
+        resource.prlimit(self.process.pid, resource.RLIMIT_FSIZE, (size, resource.RLIM_INFINITY))
+
+    def memory(self):
+        """Bytes that it holds."""
+        with open(f"/proc/{self.process.pid}/statm") as file:
+            return int(file.read().split()[1]) * os.sysconf("SC_PAGE_SIZE")
+
+    def resources(self):
+        """Threads and descriptors."""
+        return [len(os.listdir(f"/proc/{self.process.pid}/{what}")) for what in ("task", "fd")]
 
     def wait(self, met, limit=20):
         """The first state that meets a condition."""

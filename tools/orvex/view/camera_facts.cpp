@@ -1,7 +1,6 @@
 #include "orvex/view/camera_facts.h"
 
 #include "orvex/output_file.h"
-#include "orvex/parameters.h"
 #include "orvex/side_file.h"
 
 namespace orvex::view {
@@ -10,10 +9,10 @@ namespace {
 
 using Json = nlohmann::json;
 
-Json texts_of(const Camera& camera, ParameterId parameter) {
+Json texts_of(const Parameter& parameter) {
     Json out = Json::array();
-    if (!camera.available(parameter.id)) return out;
-    for (const EnumItem& item : enum_items(camera, parameter)) out.push_back(item.text);
+    if (!parameter.available()) return out;
+    for (const EnumEntry& entry : parameter.entries()) out.push_back(entry.text);
     return out;
 }
 
@@ -21,8 +20,8 @@ Json texts_of(const Camera& camera, ParameterId parameter) {
 Json binnings(const Camera& camera) {
     Json out = Json::array();
     if (!camera.available(PARAM_BINNING_SER) || !camera.available(PARAM_BINNING_PAR)) return out;
-    const auto columns = enum_items(camera, {"PARAM_BINNING_SER", PARAM_BINNING_SER});
-    const auto rows = enum_items(camera, {"PARAM_BINNING_PAR", PARAM_BINNING_PAR});
+    const std::vector<EnumEntry> columns = camera.parameter("BINNING_SER").entries();
+    const std::vector<EnumEntry> rows = camera.parameter("BINNING_PAR").entries();
     for (size_t i = 0; i < std::min(columns.size(), rows.size()); ++i) {
         out.push_back({columns[i].value, rows[i].value});
     }
@@ -41,15 +40,15 @@ Json format_list(bool recordings) {
 
 Json camera_facts(const Camera& camera) {
     return {{"name", camera.name()},
-            {"vendor", camera.text(PARAM_VENDOR_NAME)},
-            {"product", camera.text(PARAM_PRODUCT_NAME)},
-            {"sensor", camera.text(PARAM_CHIP_NAME)},
-            {"serial", camera.text(PARAM_HEAD_SER_NUM_ALPHA)},
-            {"columns", camera.get<uns16>(PARAM_SER_SIZE)},
-            {"rows", camera.get<uns16>(PARAM_PAR_SIZE)},
-            {"modes", texts_of(camera, {"PARAM_EXPOSURE_MODE", PARAM_EXPOSURE_MODE})},
+            {"vendor", camera.get_or<PARAM_VENDOR_NAME>({})},
+            {"product", camera.get_or<PARAM_PRODUCT_NAME>({})},
+            {"sensor", camera.get_or<PARAM_CHIP_NAME>({})},
+            {"serial", camera.get_or<PARAM_HEAD_SER_NUM_ALPHA>({})},
+            {"columns", camera.get<PARAM_SER_SIZE>()},
+            {"rows", camera.get<PARAM_PAR_SIZE>()},
+            {"modes", texts_of(camera.parameter("EXPOSURE_MODE"))},
             {"binnings", binnings(camera)},
-            {"most_regions", camera.get_or<uns16>(PARAM_ROI_COUNT, 1, ATTR_MAX)},
+            {"most_regions", camera.get_or<PARAM_ROI_COUNT>(1, ATTR_MAX)},
             {"snap_formats", format_list(false)},
             {"recording_formats", format_list(true)}};
 }

@@ -99,7 +99,7 @@ void CameraWorker::open() {
     next_open_ = Clock::now() + between_opens;
     try {
         if (!library_) library_ = std::make_unique<Library>();
-        camera_ = std::make_unique<Camera>(*library_, options_.camera);
+        camera_ = std::make_unique<Camera>(open_camera(*library_, options_.camera));
         learn_camera();
         check_set_up(set_up_);
         learn_parameters();
@@ -144,7 +144,7 @@ void CameraWorker::learn_parameters() {
 void CameraWorker::measure_temperature() {
     next_temperature_ = Clock::now() + between_temperatures;
     if (!camera_->available(PARAM_TEMP)) return;
-    const double celsius = camera_->get<int16>(PARAM_TEMP) / 100.0;
+    const double celsius = camera_->get<PARAM_TEMP>() / 100.0;
     const std::chrono::duration<double> since = Clock::now() - began_;
     const std::lock_guard hold(lock_);
     temperatures_.push_back({since.count(), celsius});
@@ -204,7 +204,6 @@ void CameraWorker::begin(std::optional<RecordingFiles> files, uint32_t frames) {
 
 void CameraWorker::begin_live() {
     begin(std::nullopt, 0);
-    log_.add(Weight::notice, "the view runs");
 }
 
 void CameraWorker::end() {
@@ -215,6 +214,8 @@ void CameraWorker::end() {
     const bool records = run->records();
     try {
         run->finish();
+    } catch (const CameraGone&) {
+        // Whoever uses the camera next tells of it.
     } catch (const std::exception& problem) {
         log_.add(Weight::error, problem.what());
     }
@@ -292,17 +293,18 @@ void CameraWorker::between_runs(const std::function<void()>& change) {
 
 void CameraWorker::check_set_up(const ViewSetUp& set_up) {
     const RunSetUp run = resolve(*camera_, set_up);
-    const uns32 time = apply_exposure(*camera_, run.exposure_ms, run.mode);
+    const uns32 time = apply_exposure(*camera_, run.exposure, run.mode);
     uns32 bytes = 0;
-    require(ox_exp_setup_cont(camera_->handle(), static_cast<uns16>(run.regions.size()),
-                              run.regions.data(), run.mode, time, &bytes, CIRC_OVERWRITE),
-            "the set-up was refused");
+    camera_->require(ox_exp_setup_cont(camera_->handle(), static_cast<uns16>(run.regions.size()),
+                                       run.regions.data(), run.mode, time, &bytes, CIRC_OVERWRITE),
+                     "the set-up was refused");
 }
 
 Json CameraWorker::perform(const Start& /*start*/) {
     if (run_ && run_->records()) throw std::runtime_error("a recording is on already");
     live_ = true;
     begin_live();
+    log_.add(Weight::notice, "live");
     return Json::object();
 }
 

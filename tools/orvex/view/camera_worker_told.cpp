@@ -42,7 +42,7 @@ void CameraWorker::note_status() {
         run["waiting"] = counts.waiting();
         run["ring"] = counts.ring_frames();
         run["frame_bytes"] = counts.frame_bytes();
-        run["latency"] = latency_json(counts.latency());
+        run["latency"] = latency_json(run_->latency());
         if (run_->records()) {
             run["path"] = run_->path();
             run["recorded"] = run_->recorded();

@@ -11,7 +11,7 @@ namespace {
 
 RunRequest request_of(const RunSetUp& set_up) {
     RunRequest out;
-    out.set_up.exposure_ms = set_up.exposure_ms;
+    out.set_up.exposure_ms = set_up.exposure.count();
     out.set_up.frames = 0;
     out.mode = set_up.mode;
     return out;
@@ -23,7 +23,7 @@ uint32_t ring_frames(const RunSetUp& set_up, bool records) {
     if (records) return 0;
     uint64_t frame = 0;
     for (const rgn_type& r : set_up.regions) {
-        frame += 2ull * ((r.s2 - r.s1 + 1u) / r.sbin) * ((r.p2 - r.p1 + 1u) / r.pbin);
+        frame += uint64_t{2} * image_width(r) * image_height(r);
     }
     return static_cast<uint32_t>(
         std::clamp<uint64_t>(shown_bytes / std::max<uint64_t>(frame, 1), 8, 1000));
@@ -40,12 +40,6 @@ rgn_type box_of(const std::vector<rgn_type>& regions) {
     return box;
 }
 
-void set_size(Facts& facts) {
-    const rgn_type& r = facts.region;
-    facts.width = (r.s2 - r.s1 + 1u) / r.sbin;
-    facts.height = (r.p2 - r.p1 + 1u) / r.pbin;
-}
-
 uint32_t picture_bytes(const Facts& facts) {
     return facts.width * facts.height * 2;
 }
@@ -54,15 +48,11 @@ uint32_t picture_bytes(const Facts& facts) {
 
 LiveRun::LiveRun(const Camera& camera, const RunSetUp& set_up, std::optional<RecordingFiles> files,
                  uint32_t frames)
-    : run_(camera, {.regions = set_up.regions,
-                    .exposure_ms = set_up.exposure_ms,
-                    .mode = set_up.mode,
-                    .ring_frames = ring_frames(set_up, files.has_value()),
-                    .overwrite = true,
-                    .times = files ? &times_ : nullptr}),
+    : camera_(camera),
+      times_(files ? FrameTimes::Keep::begins : FrameTimes::Keep::latency),
+      run_(camera, set_up, {ring_frames(set_up, files.has_value()), true}, times_.listener()),
       wanted_(frames) {
     const RunRequest request = request_of(set_up);
-    limit_ = time_limit(camera, request);
     facts_ = run_facts(camera, request, set_up.regions[0], run_.frame_bytes());
     facts_.frames = frames;
     plain_ = set_up.regions.size() == 1 && picture_bytes(facts_) == run_.frame_bytes();
@@ -73,7 +63,8 @@ LiveRun::LiveRun(const Camera& camera, const RunSetUp& set_up, std::optional<Rec
     }
     if (plain_) return;
     facts_.region = box_of(set_up.regions);
-    set_size(facts_);
+    facts_.width = image_width(facts_.region);
+    facts_.height = image_height(facts_.region);
     facts_.frame_bytes = picture_bytes(facts_);
 }
 
@@ -93,7 +84,8 @@ void LiveRun::add(uint32_t number) {
 }
 
 std::optional<uint32_t> LiveRun::take(bool with_copy) {
-    const std::optional<uint32_t> number = run_.take(with_copy || recording_ ? &copy_ : nullptr);
+    const std::optional<uint32_t> number =
+        run_.copy_next(with_copy || recording_ ? copy_.data() : nullptr);
     if (!number) return number;
     moved_ = std::chrono::steady_clock::now();
     add(*number);
@@ -110,9 +102,10 @@ void LiveRun::picture(std::vector<uint16_t>& pixels) const {
 }
 
 void LiveRun::check() {
-    if (!run_.running()) fail_run("the camera ended the run");
-    if (limit_ && std::chrono::steady_clock::now() - moved_ > *limit_) {
-        fail_run(late_frame_text(*limit_, run_.taken()));
+    run_.expect_running();
+    const std::optional<Milliseconds> limit = run_.time_limit();
+    if (limit && std::chrono::steady_clock::now() - moved_ > *limit) {
+        camera_.fail(late_frame_text(*limit, run_.taken()));
     }
 }
 

@@ -6,18 +6,10 @@
 #include <vector>
 
 #include "orvex/acquisition.h"
-#include "orvex/continuous_run.h"
 #include "orvex/frame_times.h"
 #include "orvex/recording.h"
 
 namespace orvex::view {
-
-// What a run is set up with.
-struct RunSetUp {
-    std::vector<rgn_type> regions;
-    double exposure_ms = 10;
-    int16 mode = TIMED_MODE;
-};
 
 // A continuous run of the view, with the file that it goes into if there is one.
 class LiveRun {
@@ -34,7 +26,7 @@ class LiveRun {
     std::optional<uint32_t> take(bool with_copy);
     // The copy as a picture: of frames with metadata, as large as their regions together.
     void picture(std::vector<uint16_t>& pixels) const;
-    void wait_for_frame(std::chrono::milliseconds limit) { run_.wait_for_frame(limit); }
+    void wait_for_frame(Milliseconds limit) { run_.wait_for_frame(limit); }
     // Nothing is left to be recorded.
     bool complete() const { return wanted_ > 0 && numbers_.size() >= wanted_; }
     // Throws when the camera has ended the run, or when no frame came for too long.
@@ -50,15 +42,16 @@ class LiveRun {
     // Of the picture.
     const Facts& facts() const { return facts_; }
     const ContinuousRun& run() const { return run_; }
+    Percentiles latency() const { return times_.latency(); }
 
   private:
     void add(uint32_t number);
 
+    const Camera& camera_;
     FrameTimes times_;
     ContinuousRun run_;
     Facts facts_;
     bool plain_;
-    std::optional<Seconds> limit_;
     std::optional<Recording> recording_;
     std::string path_;
     uint32_t wanted_;

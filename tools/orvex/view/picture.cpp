@@ -25,7 +25,7 @@ std::vector<T> numbers(const std::string& name, const std::string& text, size_t 
         if (error != std::errc()) break;
         out.push_back(value);
         at = next;
-        if (at == end || *at != ',') break;
+        if (out.size() == count || at == end || *at != ',') break;
         ++at;
     }
     if (at != end || out.size() != count) {

@@ -116,6 +116,10 @@ struct Server::Carrier : httplib::Server {
     std::atomic<bool> ended{false};
     std::thread thread;
 
+    // More than the few that the library lets wait for the server; who finds no place tries again
+    // only after a second.
+    bool widen() { return ::listen(svr_sock_, SOMAXCONN) == 0; }
+
   private:
     bool process_and_close_socket(socket_t socket) override {
         Connection connection(socket);
@@ -147,7 +151,7 @@ Server::Server(int port) : carrier_(std::make_unique<Carrier>()) {
     } else {
         port_ = carrier.bind_to_port(here, port) ? port : -1;
     }
-    if (port_ < 0) {
+    if (port_ < 0 || !carrier.widen()) {
         throw std::runtime_error("cannot serve on port " + std::to_string(port) +
                                  " of 127.0.0.1; leave --port out for one that is free");
     }

@@ -1,5 +1,7 @@
 #include "orvex/view/view_set_up.h"
 
+#include <stdexcept>
+
 #include "orvex/exposure_mode.h"
 
 namespace orvex::view {
@@ -14,17 +16,17 @@ ViewSetUp changed(ViewSetUp set_up, const Change& change) {
 
 RunSetUp resolve(const Camera& camera, const ViewSetUp& set_up) {
     RunSetUp out;
-    out.exposure_ms = set_up.exposure_ms;
+    out.exposure = Milliseconds(set_up.exposure_ms);
     out.mode = exposure_mode(camera, set_up.mode, "");
-    SetUp one;
-    one.sbin = set_up.binning.columns;
-    one.pbin = set_up.binning.rows;
+    const auto [sbin, pbin] = set_up.binning;
     for (const Change::Rectangle& r : set_up.regions) {
-        one.region = rgn_type{r.x, static_cast<uns16>(r.x + r.width - 1),  1,
-                              r.y, static_cast<uns16>(r.y + r.height - 1), 1};
-        out.regions.push_back(resolve_region(camera, one));
+        out.regions.push_back(make_region(r.x, r.y, r.width, r.height, sbin, pbin));
     }
-    if (out.regions.empty()) out.regions.push_back(resolve_region(camera, one));
+    if (out.regions.size() > 1 && !camera.get_or<PARAM_METADATA_ENABLED>(false)) {
+        throw std::invalid_argument(
+            "several regions need frames with metadata; set metadata_enabled first");
+    }
+    if (out.regions.empty()) out.regions.push_back(whole_sensor(camera, sbin, pbin));
     return out;
 }
 

@@ -132,7 +132,7 @@ export class Controls {
     const pairs = offered.some((pair) => String(pair) === String(setUp.binning)) ? offered : [setUp.binning, ...offered];
     fillChoice(byId('binning'), pairs.map(([c, r]) => [`${c}x${r}`, `${c} × ${r}`]));
     const many = setUp.regions.length;
-    byId('region-count').textContent = many > 1 ? `and ${many - 1} more` : '';
+    byId('region-count').textContent = many > 1 ? `The first of ${many} regions is shown. ` : '';
     if (this.#touched) return;
     const set = (id, value) => {
       if (document.activeElement !== byId(id)) byId(id).value = value;

@@ -111,7 +111,11 @@ function showCamera(state) {
   document.title = `${run.kind === 'recording' ? '● ' : ''}${camera?.name ?? 'orvex'} – orvex view`;
   if (!present) {
     showChip('no camera', 'gone');
-    showAlert(camera ? 'The camera is gone' : 'There is no camera', `${state.gone || 'It is being opened.'} It is tried again every two seconds.`);
+    const why = state.gone.replace(/^the camera is gone \((.*)\)$/, '$1');
+    showAlert(
+      camera ? 'The camera is gone' : 'There is no camera',
+      `${why ? `Reason: ${why}. ` : ''}It is tried again every two seconds.`,
+    );
     return;
   }
   showAlert('', '');

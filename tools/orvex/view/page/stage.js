@@ -3,10 +3,10 @@ import { byId, surface } from './dom.js';
 
 export class Stage {
   drawing = false;
-  pointer = null; // pixel of the frame under the pointer
 
   #viewport;
   #actions;
+  #at = null; // place of the pointer
   #from = null;
   #rectangle = null;
   #element = byId('stage');
@@ -107,11 +107,16 @@ export class Stage {
   }
 
   #point(place) {
-    const { frame } = this.#viewport;
-    const at = place && this.#viewport.toFrame(place);
-    const inside = at && at.x >= 0 && at.y >= 0 && at.x < frame.width && at.y < frame.height;
-    this.pointer = inside ? { x: Math.floor(at.x), y: Math.floor(at.y) } : null;
+    this.#at = place;
     this.#actions.pointed();
+  }
+
+  // The pixel of the frame under the pointer.
+  get pointer() {
+    const { frame } = this.#viewport;
+    const at = this.#at && this.#viewport.toFrame(this.#at);
+    const inside = at && at.x >= 0 && at.y >= 0 && at.x < frame.width && at.y < frame.height;
+    return inside ? { x: Math.floor(at.x), y: Math.floor(at.y) } : null;
   }
 
   paint() {
