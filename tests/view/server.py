@@ -22,9 +22,10 @@ class View:
         path.write_text(json.dumps(configuration))
         environment = os.environ | {"ORVEX_SOFTCAM": str(path)}
         environment.pop("ORVEX_CORE_LOG_FILE", None)
+        # Signals stay as Python has them: a file that may not grow is an error, as on a full disk.
         self.process = subprocess.Popen(
             [PROGRAM, "view", camera, "--out", str(folder), *arguments],
-            stdout=subprocess.PIPE, env=environment, text=True)
+            stdout=subprocess.PIPE, env=environment, text=True, restore_signals=False)
         self.address = self.process.stdout.readline().split()[-1]
         self.guest_address = self.process.stdout.readline().split()[-1]
         self.base, self.token = self.address.split("/?token=")

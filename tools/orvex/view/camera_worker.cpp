@@ -101,7 +101,7 @@ void CameraWorker::open() {
         if (!library_) library_ = std::make_unique<Library>();
         camera_ = std::make_unique<Camera>(open_camera(*library_, options_.camera));
         learn_camera();
-        check_set_up(set_up_);
+        begin_set_up();
         learn_parameters();
     } catch (const std::exception& problem) {
         camera_.reset();
@@ -115,6 +115,19 @@ void CameraWorker::open() {
     last_refusal_.clear();
     next_temperature_ = {};
     if (live_) begin_live();
+}
+
+void CameraWorker::begin_set_up() {
+    try {
+        check_set_up(set_up_);
+    } catch (const CameraGone&) {
+        throw;
+    } catch (const std::exception& refusal) {
+        // One that was given for another camera, or by mistake.
+        log_.add(Weight::error, refusal.what());
+        set_up_ = {};
+        check_set_up(set_up_);
+    }
 }
 
 void CameraWorker::lose(const std::string& why) {

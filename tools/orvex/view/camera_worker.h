@@ -52,6 +52,7 @@ class CameraWorker : public Control {
     void turn();
     std::optional<Task> next_task(std::chrono::milliseconds patience);
     void open();
+    void begin_set_up();
     void lose(const std::string& why);
     void learn_camera();
     void learn_parameters();

@@ -60,7 +60,10 @@ Json CameraWorker::act(const Command& command) {
     Task task([this, command] {
         if (!camera_) throw std::runtime_error("there is no camera: " + last_refusal_);
         try {
-            return std::visit([this](const auto& one) { return perform(one); }, command);
+            Json answer = std::visit([this](const auto& one) { return perform(one); }, command);
+            // Who asks next is told of it.
+            note_status();
+            return answer;
         } catch (const CameraGone& gone) {
             lose(gone.what());
             throw;

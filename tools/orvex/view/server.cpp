@@ -71,6 +71,9 @@ class Workers : public httplib::TaskQueue {
     std::vector<std::thread> threads_;
 };
 
+// The request of this thread had a body that was not read, behind which no other can be found.
+thread_local bool body_is_left = false;
+
 Request read_request(const httplib::Request& from) {
     Request out;
     out.method = from.method;
@@ -126,7 +129,8 @@ struct Server::Carrier : httplib::Server {
         const auto handle = [](httplib::Request&) {};
         while (!ended && connection.wait_for_request()) {
             bool closed = false;
-            if (!process_request(connection, false, closed, handle) || closed ||
+            body_is_left = false;
+            if (!process_request(connection, false, closed, handle) || closed || body_is_left ||
                 connection.spent()) {
                 break;
             }
@@ -139,6 +143,7 @@ Server::Server(int port) : carrier_(std::make_unique<Carrier>()) {
     Carrier& carrier = *carrier_;
     carrier.new_task_queue = [] { return new Workers; };
     carrier.set_tcp_nodelay(true);
+    carrier.set_keep_alive_max_count(1000000);
     carrier.set_payload_max_length(Site::longest_body);
     carrier.set_socket_options([](socket_t socket) {
         // A port of a server that has just ended can be taken again; one that is in use can't.
