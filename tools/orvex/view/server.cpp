@@ -49,8 +49,10 @@ class Workers : public httplib::TaskQueue {
 
   private:
     void work() {
-        constexpr int lower_priority = 5;
-        setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), lower_priority);
+        // Of this thread alone.
+        const auto self = static_cast<id_t>(gettid());
+        constexpr int nicer = 5;
+        setpriority(PRIO_PROCESS, self, getpriority(PRIO_PROCESS, self) + nicer);
         std::unique_lock hold(lock_);
         for (;;) {
             changed_.wait(hold, [&] { return !tasks_.empty() || ended_; });

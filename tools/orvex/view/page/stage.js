@@ -77,6 +77,7 @@ export class Stage {
       this.paint();
       return;
     }
+    if (place.x === this.#from.x && place.y === this.#from.y) return;
     this.#viewport.move(place.x - this.#from.x, place.y - this.#from.y);
     this.#from = place;
     this.#actions.moved();
