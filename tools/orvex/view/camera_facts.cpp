@@ -1,5 +1,9 @@
 #include "orvex/view/camera_facts.h"
 
+#include <algorithm>
+#include <memory>
+#include <optional>
+
 #include "orvex/output_file.h"
 #include "orvex/side_file.h"
 

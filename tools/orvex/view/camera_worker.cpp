@@ -5,7 +5,6 @@
 #include <stdexcept>
 
 #include "orvex/frame_file.h"
-#include "orvex/output_file.h"
 #include "orvex/parameters.h"
 #include "orvex/view/camera_facts.h"
 
@@ -343,7 +342,15 @@ Json CameraWorker::perform(const Record& record) {
     const Format& format = find_format(record.format);
     RecordingFiles files(new_path(format.endings.front()), false);
     const std::string path = files.frames.path();
-    begin(std::move(files), record.frames);
+    try {
+        begin(std::move(files), record.frames);
+    } catch (const CameraGone&) {
+        throw;
+    } catch (...) {
+        const std::exception_ptr refusal = std::current_exception();
+        if (live_) begin_live();
+        std::rethrow_exception(refusal);
+    }
     log_.add(Weight::notice, "recording into '" + path + "'");
     return {{"path", path}};
 }

@@ -55,8 +55,7 @@ Site::Site(const Access& access, Control& control, FrameBoard& board)
 const std::vector<std::pair<std::string, std::string>>& Site::headers() {
     static const std::vector<std::pair<std::string, std::string>> all = {
         {"Content-Security-Policy",
-         "default-src 'self'; img-src 'self' blob: data:; base-uri 'none'; form-action 'none'; "
-         "frame-ancestors 'none'"},
+         "default-src 'self'; base-uri 'none'; form-action 'none'; frame-ancestors 'none'"},
         {"Cross-Origin-Resource-Policy", "same-origin"},
         {"Cross-Origin-Opener-Policy", "same-origin"},
         {"Referrer-Policy", "no-referrer"},
