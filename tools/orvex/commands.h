@@ -17,5 +17,7 @@ void add_program(CLI::App& program);
 void add_trace(CLI::App& program);
 void add_doctor(CLI::App& program);
 void add_describe(CLI::App& program);
+// Where the libraries that it needs were there when the program was built.
+void add_view(CLI::App& program);
 
 }  // namespace orvex

@@ -64,6 +64,9 @@ int main(int argc, char** argv) {
     orvex::add_stream(program);
     orvex::add_metadata(program);
     orvex::add_program(program);
+#ifdef ORVEX_VIEW
+    orvex::add_view(program);
+#endif
     orvex::add_trace(program);
     orvex::add_doctor(program);
     orvex::add_describe(program);

@@ -51,12 +51,16 @@ void Recording::finish(const std::vector<FrameStamp>& frames, const std::vector<
     if (frames.empty()) return file_.reset();
     try {
         file_->finish(frames);
+        file_.reset();
+        put_in_place(frames, gaps);
     } catch (...) {
         files_.frames.keep_part();
         files_.side.keep_part();
         throw;
     }
-    file_.reset();
+}
+
+void Recording::put_in_place(const std::vector<FrameStamp>& frames, const std::vector<Gap>& gaps) {
     side_["complete"] = true;
     side_["frames"] = frames.size();
     side_["first_frame"] = frames.front().number;

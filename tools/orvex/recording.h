@@ -32,6 +32,8 @@ class Recording {
     void finish(const std::vector<FrameStamp>& frames, const std::vector<Gap>& gaps);
 
   private:
+    void put_in_place(const std::vector<FrameStamp>& frames, const std::vector<Gap>& gaps);
+
     RecordingFiles files_;
     nlohmann::ordered_json side_;
     std::unique_ptr<FrameFile> file_;
