@@ -68,9 +68,9 @@ TEST(ProgramTrace, ReadsTheProgramOfTheLastSetUp) {
     };
     const std::string set_up = "bv::ApiEntryLayer::ox_exp_setup_cont: ";
     trace.take_line(front + set_up + "ENTER (hcam=0)");
-    load("OP_DO_LOOP(4), arg=3");
+    load("OP_DO_LOOP(1), arg=3");
     load("OP_EXPOSE(4), arg=10");
-    load("OP_END_DO(5), arg=0");
+    load("OP_END_DO(2), arg=0");
     EXPECT_EQ(trace.revision(), 0u);
     trace.take_line(front + set_up + "RETURN (OZ_OK) [134us]");
     EXPECT_EQ(trace.revision(), 1u);
@@ -83,12 +83,13 @@ TEST(ProgramTrace, ReadsTheProgramOfTheLastSetUp) {
     trace.take_line(front + set_up + "RETURN (OZ_OK) [4us]");
     EXPECT_EQ(trace.program()["operations"].size(), 3u);
     // Calls and errors are for the log; what a run repeats for each frame is not.
-    trace.take_line("[033333.1 COR 1:1 E]     bv_open: no answer");
-    trace.take_line("[033333.1 COR 1:1 E]   bv_exp_get_oldest_frame: Frame number 0 returned");
+    trace.take_line("[033333.100000 COR 00001:00001 E]     bv_open: no answer");
+    trace.take_line(
+        "[033333.100000 COR 00001:00001 E]   bv_exp_get_oldest_frame: Frame number 0 returned");
     trace.take_line("no line of a trace");
     const nlohmann::json lines = log.after(0)["lines"];
     ASSERT_EQ(lines.size(), 3u);
-    EXPECT_EQ(lines[0]["text"], "ox_exp_setup_cont: RETURN (OZ_OK) [134us]");
+    EXPECT_EQ(lines[0]["text"], "ox_exp_setup_cont: OZ_OK [134us]");
     EXPECT_EQ(lines[2]["weight"], "error");
 }
 

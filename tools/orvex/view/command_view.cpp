@@ -8,6 +8,7 @@
 #include "orvex/commands.h"
 #include "orvex/interrupt.h"
 #include "orvex/run_again.h"
+#include "orvex/value_hints.h"
 #include "orvex/view/camera_worker.h"
 #include "orvex/view/server.h"
 
@@ -111,7 +112,8 @@ void add_view(CLI::App& program) {
     auto options = std::make_shared<ViewOptions>();
     CLI::App* command =
         program.add_subcommand("view", "Serve a page on this machine that shows the camera live");
-    command->add_option("camera", options->camera, "name or index; default the first");
+    hint(command->add_option("camera", options->camera, "name or index; default the first"),
+         {ValueKind::camera});
     command->add_option("--port", options->port, "of 127.0.0.1; default one that is free")
         ->check(CLI::Range(1, 65535));
     command->add_option("--out", options->folder, "folder of the files that are saved")
@@ -123,6 +125,10 @@ void add_view(CLI::App& program) {
     command->add_flag("--open", options->open, "open the page in a browser");
     command->add_flag("--trace,!--no-trace", options->trace,
                       "follow the library's trace, for its lines and the camera program");
+    add_examples(*command, {{"orvex view SoftCMOS-2048 --open", "a camera live, in a browser"},
+                            {"orvex view --port 8080 --out night",
+                             "the first camera, at an address "
+                             "that stays"}});
     command->callback([options] { view_camera(*options); });
 }
 

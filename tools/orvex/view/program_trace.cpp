@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <charconv>
 #include <poll.h>
 #include <unistd.h>
 
@@ -10,36 +9,14 @@ namespace orvex::view {
 
 namespace {
 
-constexpr std::string_view entry_layer = "bv::ApiEntryLayer::";
-
-// Of a line "[time group process:thread level] record": the level, and the record with its blanks.
-struct Line {
-    char level = 0;
-    std::string_view record;
-};
-
-Line split(std::string_view line) {
-    const size_t close = line.find("] ");
-    if (line.empty() || line[0] != '[' || close == std::string_view::npos || close < 2) return {};
-    return {line[close - 1], line.substr(close + 2)};
-}
-
 // Calls that a run repeats for every frame, and a parameter list for every parameter.
-bool is_routine(std::string_view record) {
+bool is_routine(std::string_view function) {
     constexpr std::string_view words[] = {"_oldest_frame", "check_status",   "check_cont_status",
                                           "get_param",     "get_enum_param", "error_code",
                                           "error_message"};
     return std::any_of(std::begin(words), std::end(words), [&](std::string_view word) {
-        return record.find(word) != std::string_view::npos;
+        return function.find(word) != std::string_view::npos;
     });
-}
-
-uint64_t number_behind(std::string_view text, std::string_view key) {
-    uint64_t value = 0;
-    const size_t at = text.find(key);
-    if (at == std::string_view::npos) return 0;
-    std::from_chars(text.data() + at + key.size(), text.data() + text.size(), value);
-    return value;
 }
 
 }  // namespace
@@ -75,44 +52,40 @@ void ProgramTrace::read(int pipe) {
 }
 
 void ProgramTrace::take_line(std::string_view line) {
-    const Line parts = split(line);
-    std::string_view record = parts.record;
-    const size_t depth = record.find_first_not_of(' ');
-    if (depth == std::string_view::npos) return;
-    record.remove_prefix(depth);
-    if (parts.level == 'D') {
-        const size_t operation = record.find("script_load_op: ENTER (op=");
-        if (operation != std::string_view::npos) {
-            const std::string_view rest = record.substr(record.find("op=") + 3);
-            loading_.push_back(
-                {std::string(rest.substr(0, rest.find('('))), number_behind(rest, "arg=")});
-            return;
-        }
-        // The calls of the application, with what came of them.
-        if (depth != 0 || !record.starts_with(entry_layer)) return;
-        record.remove_prefix(entry_layer.size());
-        if (record.find(": RETURN") == std::string_view::npos || is_routine(record)) return;
-        // A set-up equal to the last one loads nothing.
-        if (record.starts_with("ox_exp_setup") && !loading_.empty()) {
-            const std::lock_guard hold(lock_);
-            operations_ = std::move(loading_);
-            loading_.clear();
-            ++revision_;
-        }
-    } else if (is_routine(record)) {
+    const trace::Record record = trace::parse_record(line);
+    if (record.kind == trace::Kind::enter && trace::loads_operation(record.function)) {
+        loading_.push_back(trace::read_operation(record.function, record.text));
         return;
     }
-    const Weight weight = parts.level == 'E'   ? Weight::error
-                          : parts.level == 'W' ? Weight::warning
-                                               : Weight::notice;
-    log_.add(weight, "library", std::string(record));
+    if (is_routine(record.function)) return;
+    const std::string name(trace::plain_function(record.function));
+    if (record.kind == trace::Kind::remark && (record.level == 'E' || record.level == 'W')) {
+        log_.add(record.level == 'E' ? Weight::error : Weight::warning, "library",
+                 name + ": " + std::string(record.text));
+        return;
+    }
+    // The calls of the application, with what came of them.
+    if (record.kind != trace::Kind::leave || record.depth != 0 ||
+        trace::layer_of(record.function) != trace::Layer::entry) {
+        return;
+    }
+    // A set-up equal to the last one loads nothing.
+    if (name.starts_with("ox_exp_setup") && !loading_.empty()) {
+        const std::lock_guard hold(lock_);
+        operations_ = std::move(loading_);
+        loading_.clear();
+        ++revision_;
+    }
+    log_.add(
+        Weight::notice, "library",
+        name + ": " + std::string(record.text) + " [" + std::to_string(record.duration_us) + "us]");
 }
 
 nlohmann::json ProgramTrace::program() const {
     const std::lock_guard hold(lock_);
     nlohmann::json rows = nlohmann::json::array();
     int depth = 0;
-    for (const Operation& operation : operations_) {
+    for (const trace::Operation& operation : operations_) {
         if (operation.name == "OP_END_DO") depth = std::max(depth - 1, 0);
         rows.push_back(
             {{"operation", operation.name}, {"argument", operation.argument}, {"depth", depth}});

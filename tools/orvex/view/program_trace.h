@@ -8,6 +8,7 @@
 #include <thread>
 #include <vector>
 
+#include "orvex/trace/exchanges.h"
 #include "orvex/view/event_log.h"
 
 namespace orvex::view {
@@ -31,17 +32,12 @@ class ProgramTrace {
     uint64_t revision() const;
 
   private:
-    struct Operation {
-        std::string name;
-        uint64_t argument;
-    };
-
     void read(int pipe);
 
     EventLog& log_;
     mutable std::mutex lock_;
-    std::vector<Operation> loading_;
-    std::vector<Operation> operations_;
+    std::vector<trace::Operation> loading_;
+    std::vector<trace::Operation> operations_;
     uint64_t revision_ = 0;
     std::atomic<bool> ended_{false};
     std::thread thread_;
