@@ -160,17 +160,27 @@ def test_requests_without_end_are_cut_off(view):
 
 def test_connections_leave_nothing_behind(view):
     server = view()
-    for _ in range(100):
-        socket.create_connection(("127.0.0.1", server.port)).close()
-    settled = [number + 2 for number in server.resources()]
-    for i in range(2000):
-        with socket.create_connection(("127.0.0.1", server.port)) as connection:
-            if i % 2:
-                connection.sendall(b"GET /state HTTP/1.1\r\nHost: 127.0.0.1\r\n" + b"\r\n" * (i % 4 == 1))
-    end = time.monotonic() + 20
-    while any(now > before for now, before in zip(server.resources(), settled)) and time.monotonic() < end:
-        time.sleep(0.1)
-    assert all(now <= before for now, before in zip(server.resources(), settled))
+
+    def drop(count):
+        for i in range(count):
+            with socket.create_connection(("127.0.0.1", server.port)) as connection:
+                if i % 2:
+                    connection.sendall(b"GET /state HTTP/1.1\r\nHost: 127.0.0.1\r\n" + b"\r\n" * (i % 4 == 1))
+
+    def held():
+        """Threads and descriptors, as soon as they stay as they are."""
+        end = time.monotonic() + 60
+        before, now = None, server.resources()
+        while now != before and time.monotonic() < end:
+            time.sleep(0.5)
+            before, now = now, server.resources()
+        return now
+
+    drop(100)
+    before = held()
+    drop(2000)
+    after = held()
+    assert all(now <= then + 2 for now, then in zip(after, before)), (before, after)
 
 
 def test_many_readers_share_a_camera_and_it_loses_nothing(view):
