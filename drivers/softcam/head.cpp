@@ -5,6 +5,7 @@
 
 #include "orvex/orvex_ddi.h"
 
+#include "firmware/camera.h"
 #include "softcam/ccl_interpreter.h"
 #include "softcam/full_program.h"
 
