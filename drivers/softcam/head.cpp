@@ -5,9 +5,10 @@
 
 #include "orvex/orvex_ddi.h"
 
-#include "firmware/camera.h"
 #include "softcam/ccl_interpreter.h"
 #include "softcam/full_program.h"
+
+#include "firmware/camera.h"
 
 namespace softcam {
 namespace {

@@ -261,7 +261,6 @@ INSTANTIATE_TEST_SUITE_P(
                     Mistake{"t.log --thread 8", 2, "there are 7:7"},
                     Mistake{"t.log --camera Lost", 2, "opened was Left"},
                     Mistake{"t.log --levels 2", 2, "--tree"},
-                    Mistake{"-", 1, "'-' is empty"},
                     Mistake{"t.log --camera Left", 0, "1 of the interface"}));
 
 }  // namespace

@@ -46,6 +46,13 @@ TEST_F(CommandLine, LeftOversOfDeadProcessesAreRemoved) {
     EXPECT_TRUE(std::filesystem::exists(folder_ / full / "notes"));
 }
 
+TEST_F(CommandLine, ATraceMayComeByStandardInput) {
+    folder_.write("prose", "Dear reader,\nthis is no trace.\n");
+    const Output output = Orvex("trace - < prose");
+    EXPECT_EQ(output.status, 1);
+    EXPECT_THAT(output.text, HasSubstr("'-' holds no trace"));
+}
+
 TEST_F(CommandLine, OutputThatCannotBeWrittenIsTold) {
     const Output folder = Orvex("snap Left --frames 1 --roi 0,0,8,8 --out /proc/nothing/here");
     EXPECT_EQ(folder.status, 1);
