@@ -46,9 +46,9 @@ class TraceCommand : public testing::Test {
 };
 
 // A line of a trace.
-std::string Line(const std::string& time, const std::string& thread, int depth,
+std::string Line(const std::string& time, const std::string& thread, unsigned depth,
                  const std::string& message, char level = 'D') {
-    return "[" + time + " COR " + thread + " " + level + "] " + std::string(2u * depth, ' ') +
+    return "[" + time + " COR " + thread + " " + level + "] " + std::string(2 * depth, ' ') +
            message + "\n";
 }
 
