@@ -148,8 +148,8 @@ void Device::FrameBegins(int64_t time_stamp) {
     channel_.Report(report);
 }
 
-bool Device::FrameData(Bytes frame) {
-    return transfer_.Store(frame);
+bool Device::FrameData(size_t bytes, FrameWriter writer) {
+    return transfer_.Store(bytes, writer);
 }
 
 void Device::FrameEnds(int64_t time_stamp) {

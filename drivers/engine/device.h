@@ -52,7 +52,7 @@ class Device : private HostSide {
 
     void Exposing() override;
     void FrameBegins(int64_t time_stamp) override;
-    bool FrameData(Bytes frame) override;
+    bool FrameData(size_t bytes, FrameWriter writer) override;
     void FrameEnds(int64_t time_stamp) override;
     void RunEnds() override;
     void RunStopped() override;

@@ -76,20 +76,34 @@ bool ImageTransfer::Complete() const {
     return frame_bytes_ == 0 || (frames_ + size_t{1}) * frame_bytes_ > total_;
 }
 
-bool ImageTransfer::Store(Bytes frame) {
+bool ImageTransfer::Store(size_t bytes, FrameWriter writer) {
     const std::lock_guard hold(lock_);
     if (!armed_) return false;
-    if (frame_bytes_ == 0) frame_bytes_ = frame.size();
+    if (frame_bytes_ == 0) frame_bytes_ = bytes;
     // A buffer whose pieces have not all come yet must not be written into.
-    if (frame.empty() || frame.size() != frame_bytes_ || handed_over_ != total_ ||
-        total_ < frame_bytes_) {
+    if (bytes == 0 || bytes != frame_bytes_ || handed_over_ != total_ || total_ < frame_bytes_) {
         status_ = status_failed;
         return false;
     }
     if (kind_ == RunKind::sequence && Complete()) return false;
     const size_t slot = frames_ % (total_ / frame_bytes_);
-    Copy(slot * frame_bytes_, frame);
+    Write(slot * frame_bytes_, writer);
     return true;
+}
+
+void ImageTransfer::Write(size_t offset, FrameWriter writer) {
+    size_t start = offset;
+    for (const Piece& piece : pieces_) {
+        if (start >= piece.size) {
+            start -= piece.size;
+            continue;
+        }
+        if (piece.size - start < frame_bytes_) break;
+        return writer({piece.data + start, frame_bytes_});
+    }
+    scratch_.resize(frame_bytes_);
+    writer(scratch_);
+    Copy(offset, scratch_);
 }
 
 void ImageTransfer::Copy(size_t offset, Bytes frame) {

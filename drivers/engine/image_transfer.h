@@ -9,6 +9,7 @@
 #include "orvex/orvex_ddi.h"
 
 #include "engine/bytes.h"
+#include "engine/frame_writer.h"
 
 namespace engine {
 
@@ -33,7 +34,8 @@ class ImageTransfer {
     void Exposing() { SetStatus(DRIVER_STATUS_EXPOSING); }
     void Reading() { SetStatus(DRIVER_STATUS_READING); }
     // False when there is no buffer, the frame doesn't fit, or a sequence is complete.
-    bool Store(Bytes frame);
+    // The writer is called with the memory of the frame's slot before this returns.
+    bool Store(size_t bytes, FrameWriter writer);
     // Counts the frame just stored and returns its number, from 1.
     uint32_t CountFrame();
     void Finish();
@@ -53,11 +55,13 @@ class ImageTransfer {
     void Shape(const dv_image_parameters& parameters);
     void SetStatus(uint32_t status);
     bool Complete() const;
+    void Write(size_t offset, FrameWriter writer);
     void Copy(size_t offset, Bytes frame);
 
-    // Held while pixels are copied, so that releasing waits for a copy in progress.
+    // Held while pixels are written, so that releasing waits for a frame in progress.
     std::mutex lock_;
     std::vector<Piece> pieces_;
+    std::vector<uint8_t> scratch_;  // of a frame across pieces; keeps its memory
     size_t total_ = 0;
     size_t handed_over_ = 0;
     size_t frame_bytes_ = 0;

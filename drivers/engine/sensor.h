@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "engine/bytes.h"
+#include "engine/frame_writer.h"
 
 // What a driver module supplies for each of its cameras. The engine speaks the host's side of the
 // contract (device record, control codes, notification channel, message framing) and reaches the
@@ -24,8 +25,12 @@ class HostSide {
     // A run goes: Exposing, FrameBegins, FrameData, FrameEnds for each frame, RunEnds at the end.
     virtual void Exposing() = 0;
     virtual void FrameBegins(int64_t time_stamp) = 0;
-    // The pixels of one frame. False when the host takes no more: no buffer, or the last one full.
-    virtual bool FrameData(Bytes frame) = 0;
+    // One frame of so many bytes, which the writer puts straight to its place in the application's
+    // buffer, and which nobody takes away meanwhile. False without a call of the writer when the
+    // host takes no more: no buffer, or the last one full.
+    virtual bool FrameData(size_t bytes, FrameWriter writer) = 0;
+    // The same with pixels that exist.
+    bool FrameData(Bytes frame) { return FrameData(frame.size(), CopyOf(frame)); }
     virtual void FrameEnds(int64_t time_stamp) = 0;
     virtual void RunEnds() = 0;
     // The run was ended from outside, or the next one is about to begin: frames that nobody has

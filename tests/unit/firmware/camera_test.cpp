@@ -15,7 +15,7 @@ class Host : public engine::HostSide {
   public:
     void Exposing() override {}
     void FrameBegins(int64_t) override {}
-    bool FrameData(engine::Bytes) override { return true; }
+    bool FrameData(size_t, engine::FrameWriter) override { return true; }
     void FrameEnds(int64_t) override {}
     void RunEnds() override {}
     void RunStopped() override { ++stopped; }
