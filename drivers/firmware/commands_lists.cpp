@@ -34,8 +34,11 @@ std::vector<uint8_t> PortContainer(const Model& model) {
     return Container(items);
 }
 
-uint32_t CurrentInterface(uint32_t driver_type) {
-    switch (driver_type) {
+uint32_t CurrentInterface(const Firmware& f) {
+    // One that it always has is the one in use, whatever its driver is like.
+    const std::vector<Interface>& interfaces = f.model.extended->interfaces;
+    if (interfaces.size() == 1) return interfaces.front().type;
+    switch (f.about.driver_type) {
         case DRIVER_TYPE_PCI: return OX_CAM_IFC_TYPE_PCI_LVDS;
         case DRIVER_TYPE_USB: return OX_CAM_IFC_TYPE_USB_3_0;
         case DRIVER_TYPE_PCIE: return OX_CAM_IFC_TYPE_PCIE_X4;
@@ -80,7 +83,7 @@ constexpr Command commands[] = {
          Container(f.model.centroids->background_counts)),
     {GET_CAM_IFC_TYPE_CURRENT, HasExtended,
      [](Firmware& f, ByteReader&, ByteWriter& out) -> bool {
-         out.U32(CurrentInterface(f.about.driver_type));
+         out.U32(CurrentInterface(f));
          return true;
      }},
     {GET_FAN_SPEED_SETPOINT, HasExtended,
