@@ -49,13 +49,19 @@ class GigeCamera : public testing::Test {
         fake_.reset();
         fake_ = std::make_unique<support::RunningProgram>(
             support::ProgramCall{ORVEX_FAKE_GIGE, "127.0.0.1 SN42 " + lost});
-        ASSERT_EQ(fake_->ReadLine(), "ready");
+        ASSERT_EQ(fake_->ReadLine(), "ready\n");
     }
 
-    static std::string Console(const orvex::Camera& camera, std::string line) {
+    // In the middle of a run too, which oz_cam_send_debug() would end.
+    static std::string Console(const orvex::Camera& camera, const std::string& line) {
         std::string answer(line.size() + 10, '\0');
-        EXPECT_EQ(oz_cam_send_debug(camera.handle(), line.data(), static_cast<uns16>(answer.size()),
-                                    answer.data()),
+        const auto length = [](size_t size) { return std::string{'\0', static_cast<char>(size)}; };
+        const std::string commands =
+            "\x26\x34" + length(line.size()) + line + "\x28" + length(answer.size());
+        std::string frame = "\x3F" + length(commands.size()) + commands;
+        EXPECT_EQ(ox_internal_cam_write_read_passthrough(
+                      camera.handle(), static_cast<uns16>(frame.size()), frame.data(),
+                      static_cast<uns16>(answer.size()), answer.data()),
                   1);
         return answer.c_str();
     }
@@ -80,13 +86,13 @@ TEST_F(GigeCamera, ShowsAnyRegionInEveryFormat) {
     const orvex::Camera camera(library, 0);
     EXPECT_EQ(camera.get<PARAM_CAM_INTERFACE_TYPE>(), OX_CAM_IFC_TYPE_ETHERNET);
     std::vector<int> depths;
-    for (int16 speed = 0; speed <= camera.max<PARAM_SPDTAB_INDEX>(); ++speed) {
+    for (int16 speed = 0; speed < 4; ++speed) {
         camera.set<PARAM_SPDTAB_INDEX>(speed);
         const int bits = depths.emplace_back(camera.get<PARAM_BIT_DEPTH>());
         ExpectScene(camera, make_region(0, 0, fake_gige::columns, fake_gige::rows), bits);
         ExpectScene(camera, make_region(3, 5, 101, 77), bits);
         ExpectScene(camera, make_region(649, 491, 7, 9), bits);
-        ExpectScene(camera, make_region(5, 7, 630, 460, 2, 3), bits);
+        ExpectScene(camera, make_region(5, 7, 629, 461, 2, 2), bits);
         ExpectScene(camera, make_region(1, 1, 600, 480, 8, 8), bits);
     }
     EXPECT_THAT(depths, testing::ElementsAre(16, 12, 10, 8));

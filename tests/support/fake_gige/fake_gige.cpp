@@ -109,16 +109,16 @@ unsigned Bits(ArvPixelFormat format) {
     }
 }
 
-void Paint(ArvBuffer* buffer, void* /*context*/, guint32 /*exposure_us*/, guint32 /*gain*/,
+void Paint(ArvBuffer* buffer, void* sensor, guint32 /*exposure_us*/, guint32 /*gain*/,
            ArvPixelFormat format) {
     gint left = 0;
     gint top = 0;
     gint width = 0;
     gint height = 0;
     arv_buffer_get_image_region(buffer, &left, &top, &width, &height);
-    size_t size = 0;
-    auto* data = static_cast<guint8*>(const_cast<void*>(arv_buffer_get_data(buffer, &size)));
-    std::fill_n(data, size, guint8{0});
+    auto* data = static_cast<guint8*>(const_cast<void*>(arv_buffer_get_data(buffer, nullptr)));
+    // The buffer tells no size before it was filled.
+    std::fill_n(data, arv_fake_camera_get_payload(static_cast<ArvFakeCamera*>(sensor)), guint8{0});
     size_t index = 0;
     for (gint y = 0; y < height; ++y)
         for (gint x = 0; x < width; ++x)
@@ -154,7 +154,7 @@ int main(int argc, char** argv) {
     // -12.34 and -10 degrees.
     arv_fake_camera_write_register(sensor, temperature_register, static_cast<guint32>(-1234));
     arv_fake_camera_write_register(sensor, setpoint_register, static_cast<guint32>(-1000));
-    arv_fake_camera_set_fill_pattern(sensor, Paint, nullptr);
+    arv_fake_camera_set_fill_pattern(sensor, Paint, sensor);
     std::printf("ready\n");
     std::fflush(stdout);
     for (;;) pause();
