@@ -35,19 +35,18 @@ std::string AddNamed(const std::string& address, std::vector<Identity>& found) {
     if (g_hostname_is_ip_address(address.c_str()) == FALSE) return "is no network address";
     const CameraPointer camera(Ask(arv_camera_new, address.c_str()).value_or(nullptr));
     if (!camera) return "does not answer";
-    const auto text = [&](auto call) { return Text(Ask(call, camera.get()).value_or(nullptr)); };
     found.push_back({.address = address,
                      .network = true,
-                     .vendor = text(arv_camera_get_vendor_name),
-                     .model = text(arv_camera_get_model_name),
-                     .serial = text(arv_camera_get_device_serial_number)});
+                     .vendor = ReadText(arv_camera_get_vendor_name, camera.get()),
+                     .model = ReadText(arv_camera_get_model_name, camera.get()),
+                     .serial = ReadText(arv_camera_get_device_serial_number, camera.get())});
     return {};
 }
 
 std::vector<Identity> FindCameras(const std::string& wanted) {
     std::vector<Identity> found;
     if (wanted == "off") return found;
-    if (wanted != "all") arv_disable_interface(network_interface);
+    (wanted == "all" ? arv_enable_interface : arv_disable_interface)(network_interface);
     AddListed(found);
     if (wanted.empty() || wanted == "all") return found;
     arv_enable_interface(network_interface);
@@ -67,9 +66,10 @@ std::vector<Identity> FindCameras(const std::string& wanted) {
 namespace engine {
 
 bool FindSensors(std::vector<std::unique_ptr<Sensor>>& sensors, std::string& /*message*/) {
+    const auto aravis = std::make_shared<genicam::Aravis>();
     for (genicam::Identity& identity : genicam::FindCameras(EnvironmentVariable("ORVEX_GENICAM")))
         sensors.push_back(std::make_unique<firmware::Camera>(
-            std::make_unique<genicam::Head>(std::move(identity))));
+            std::make_unique<genicam::Head>(std::move(identity), aravis)));
     return true;
 }
 

@@ -39,6 +39,11 @@ std::vector<std::string> FeatureChoices(ArvCamera* camera, const char* name) {
     return choices;
 }
 
+void FreeFrameRate(ArvCamera* camera) {
+    constexpr const char* holds = "AcquisitionFrameRateEnable";
+    if (HasFeature(camera, holds)) Tell(arv_camera_set_boolean, camera, holds, gboolean{FALSE});
+}
+
 std::string FirstFeature(ArvCamera* camera, std::initializer_list<const char*> names) {
     for (const char* name : names)
         if (HasFeature(camera, name)) return name;

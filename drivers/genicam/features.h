@@ -14,6 +14,17 @@ namespace genicam {
 struct Unreference {
     void operator()(gpointer object) const { g_object_unref(object); }
 };
+
+// Aravis in use. What it has for all cameras, such as a thread that watches USB, ends with the last
+// of these.
+class Aravis {
+  public:
+    Aravis() = default;
+    ~Aravis() { arv_shutdown(); }
+    Aravis(const Aravis&) = delete;
+    Aravis& operator=(const Aravis&) = delete;
+};
+
 using CameraPointer = std::unique_ptr<ArvCamera, Unreference>;
 
 // Makes a call that takes a GError last. None when it failed.
@@ -52,6 +63,12 @@ std::optional<Bounds<Number>> AskBounds(void (*call)(ArvCamera*, Number*, Number
     return bounds;
 }
 
+// Of a call that gives a text; empty when it failed.
+inline std::string ReadText(const char* (*call)(ArvCamera*, GError**), ArvCamera* camera) {
+    const char* text = Ask(call, camera).value_or(nullptr);
+    return text != nullptr ? text : "";
+}
+
 bool HasFeature(ArvCamera* camera, const char* name);
 
 // Values of features of any kind as texts. To write a command is to execute it.
@@ -60,6 +77,9 @@ bool WriteFeature(ArvCamera* camera, const std::string& name, const std::string&
 
 // The entries of an enumeration that can be chosen; none when there is no such feature.
 std::vector<std::string> FeatureChoices(ArvCamera* camera, const char* name);
+
+// A frame rate that is held limits exposures on some cameras.
+void FreeFrameRate(ArvCamera* camera);
 
 // The first of the features that the camera has; empty without.
 std::string FirstFeature(ArvCamera* camera, std::initializer_list<const char*> names);

@@ -30,7 +30,8 @@ bool Contains(const std::vector<std::string>& texts, const std::string& text) {
 
 }  // namespace
 
-Head::Head(Identity identity) : identity_(std::move(identity)) {
+Head::Head(Identity identity, std::shared_ptr<Aravis> aravis)
+    : aravis_(std::move(aravis)), identity_(std::move(identity)) {
     const Model model = CoverSheet(identity_);
     about_.name = NameOf(identity_);
     about_.driver_type = model.driver_type;
@@ -74,9 +75,10 @@ bool Head::Open() {
     }
     arv_camera_set_range_check_policy(camera_.get(), ARV_RANGE_CHECK_POLICY_ENABLE);
     arv_camera_set_access_check_policy(camera_.get(), ARV_ACCESS_CHECK_POLICY_ENABLE);
-    const auto serial = Ask(arv_camera_get_device_serial_number, camera_.get());
-    if (!identity_.serial.empty() && (!serial || *serial == nullptr || *serial != identity_.serial))
-        return false;
+    const std::string serial = ReadText(arv_camera_get_device_serial_number, camera_.get());
+    // Another camera may have come to the address.
+    if (sheet_ && serial != serial_) return false;
+    serial_ = serial;
     if (!sheet_) {
         std::string missing;
         sheet_ = ReadSheet(camera_.get(), identity_, missing);
@@ -111,7 +113,7 @@ void Head::Disconnect() {
         // Its heartbeat, which may still tell of the end, stops with it.
         camera.reset();
     });
-    closing_.wait_for(closing_patience);
+    if (!gone_) closing_.wait_for(closing_patience);
 }
 
 int16_t Head::Degrees(const std::string& feature) {
@@ -203,6 +205,7 @@ bool Head::Configure(const firmware::RunPlan& plan, const FramePlan& frames) {
         Tell(arv_camera_set_exposure_time_auto, camera, ARV_AUTO_OFF);
     if (Ask(arv_camera_is_gain_auto_available, camera).value_or(FALSE) != FALSE)
         Tell(arv_camera_set_gain_auto, camera, ARV_AUTO_OFF);
+    FreeFrameRate(camera);
     if (!Tell(arv_camera_set_exposure_time, camera, exposure_us)) return false;
     const double gain = sheet_->gains[plan.settings.gain - 1u];
     if (sheet_->gains.size() > 1 && !Tell(arv_camera_set_gain, camera, gain)) return false;
@@ -289,7 +292,7 @@ std::string Head::TellFeature(const std::string& name, const std::string& value)
 std::string Head::Console(const std::string& line) {
     if (line == "lost") return std::to_string(lost_);
     const std::lock_guard hold(camera_lock_);
-    if (Gone()) return "gone";
+    if (Gone()) return "refused";
     if (line == "trigger")
         return Tell(arv_camera_software_trigger, camera_.get()) ? "ok" : "refused";
     const size_t equals = line.find('=');

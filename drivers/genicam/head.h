@@ -20,7 +20,7 @@ namespace genicam {
 // takes seconds: what can wait is done in the background, and nothing is tried once it is known.
 class Head : public firmware::Head {
   public:
-    explicit Head(Identity identity);
+    Head(Identity identity, std::shared_ptr<Aravis> aravis);
     ~Head() override;
 
     const engine::Description& About() const override { return about_; }
@@ -56,10 +56,12 @@ class Head : public firmware::Head {
     bool Gone() const { return gone_ || !camera_; }
     double ExposureMicroseconds(const firmware::SimplifiedProgram& program) const;
 
+    const std::shared_ptr<Aravis> aravis_;  // first: the others use it
     const Identity identity_;
     engine::Description about_;
     std::vector<engine::BridgeNode> nodes_;
     std::optional<Sheet> sheet_;  // from the first connection on
+    std::string serial_;          // of the camera that the sheet is of
     std::string trigger_source_;  // chosen by the console; empty for the first line
     double highest_rate_ = 0;     // chosen by the console; 0 for none
     std::atomic<uint64_t> lost_ = 0;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdio>
 
 #include "orvex/orvex_ddi.h"
@@ -77,12 +78,16 @@ std::vector<const PixelFormat*> ReadFormats(ArvCamera* camera, bool network) {
     return formats;
 }
 
-// Equal steps that people like, as many as there may be.
-double GainStep(const Bounds<double>& gain, bool whole) {
-    const double least = std::max((gain.max - gain.min) / (gain_limit - 1), whole ? 1.0 : 0.1);
+// Equal steps, as many as there may be.
+double WholeStep(const Bounds<double>& gain, gint64 increment) {
+    const auto least = static_cast<double>(std::max(increment, gint64{1}));
+    return least * std::max(std::ceil((gain.max - gain.min) / (gain_limit - 1) / least), 1.0);
+}
+double DecimalStep(const Bounds<double>& gain) {
+    const double least = (gain.max - gain.min) / (gain_limit - 1);
     for (double decade = 0.1;; decade *= 10)
         for (const double step : {1.0, 2.0, 5.0})
-            if (decade * step >= least * 0.999) return decade * step;
+            if (decade * step >= least) return decade * step;
 }
 
 // The first gain is the least one, and all there is where it can't be set.
@@ -97,7 +102,11 @@ void ReadGains(ArvCamera* camera, std::vector<double>& gains, std::vector<std::s
     ArvGcNode* node = arv_device_get_feature(arv_camera_get_device(camera), feature.c_str());
     const bool decimal = ARV_IS_GC_FLOAT(node);
     const char* unit = decimal ? arv_gc_float_get_unit(ARV_GC_FLOAT(node)) : nullptr;
-    const double step = GainStep(*bounds, !decimal);
+    const double step =
+        decimal
+            ? DecimalStep(*bounds)
+            : WholeStep(*bounds,
+                        Ask(arv_camera_get_integer_increment, camera, feature.c_str()).value_or(1));
     for (size_t i = 0;; ++i) {
         const double gain = bounds->min + static_cast<double>(i) * step;
         if (gain > bounds->max + step * 0.001) break;
@@ -182,6 +191,7 @@ void DescribeBlackLevel(ArvCamera* camera, Sheet& sheet) {
 
 std::string NameOf(const Identity& identity) {
     const std::string ending = "-" + identity.serial;
+    if (identity.model.empty() && identity.serial.empty()) return identity.address;
     if (identity.serial.empty()) return identity.model.substr(0, name_limit);
     if (ending.size() > name_limit) return identity.serial.substr(0, name_limit);
     return identity.model.substr(0, name_limit - ending.size()) + ending;
@@ -213,6 +223,7 @@ std::optional<Sheet> ReadSheet(ArvCamera* camera, const Identity& identity, std:
     sheet.model = CoverSheet(identity);
     Model& model = sheet.model;
     sheet.formats = ReadFormats(camera, identity.network);
+    FreeFrameRate(camera);
     const auto exposure = AskBounds<double>(arv_camera_get_exposure_time_bounds, camera);
     if (sheet.formats.empty()) missing = "a grey pixel format of 8 to 16 bits";
     if (!ReadAxes(camera, sheet.axes)) missing = "the size of its pictures";

@@ -160,7 +160,7 @@ TEST_F(TraceCommand, TimesAreOfTheCallItself) {
 // An error that a function made nothing of is told apart from the one that failed the call.
 TEST_F(TraceCommand, FollowsErrorsOutwards) {
     const std::string thread = "00007:00007";
-    const auto line = [&](int depth, const std::string& text, char level = 'D') {
+    const auto line = [&](unsigned depth, const std::string& text, char level = 'D') {
         return Line("100000.000000", thread, depth, text, level);
     };
     const json all =
@@ -212,7 +212,7 @@ TEST_F(TraceCommand, MeasuresFrames) {
 
 TEST_F(TraceCommand, DecodesMessagesByTheProtocol) {
     const std::string thread = "00007:00007", execute = "bv::HostCommandMessage::Execute: ";
-    const auto line = [&](int depth, const std::string& text) {
+    const auto line = [&](unsigned depth, const std::string& text) {
         return Line("100000.000000", thread, depth, execute + text);
     };
     const json message =

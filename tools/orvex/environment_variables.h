@@ -5,6 +5,7 @@
 // X(name, what it does)
 #define ORVEX_ENVIRONMENT_VARIABLES(X)                                                         \
     X(ORVEX_SOFTCAM, "configuration of the software camera, a JSON file")                      \
+    X(ORVEX_GENICAM, "addresses of GigE cameras, with commas in between; or all, or off")      \
     X(ORVEX_MODULE_PATH, "folders with driver modules and plug-ins, looked through first")     \
     X(ORVEX_REGISTRY, "file with the settings of the installation, in place of the usual one") \
     X(ORVEX_CORE_LOG_FILE, "file for a trace of every call; orvex trace reads it")             \
