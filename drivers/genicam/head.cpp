@@ -282,10 +282,8 @@ std::string Head::TellFeature(const std::string& name, const std::string& value)
     if (!WriteFeature(camera_.get(), name, value)) return "refused";
     // These are set anew at each start.
     if (name == "TriggerSource") trigger_source_ = value;
-    if (name.starts_with("AcquisitionFrameRate")) {
-        const double rate = std::strtod(value.c_str(), nullptr);
-        if (rate > 0) highest_rate_ = rate;
-    }
+    if (name == "AcquisitionFrameRate" || name == "AcquisitionFrameRateAbs")
+        highest_rate_ = std::strtod(value.c_str(), nullptr);
     return "ok";
 }
 

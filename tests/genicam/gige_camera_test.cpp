@@ -152,15 +152,22 @@ TEST_F(GigeCamera, TellsOfLostFramesAndDeliversWholeOnes) {
     const std::vector<uns16> scene = SceneIn(region, 16);
     orvex::ContinuousRun run(camera, {Milliseconds(10), {region}}, {16, true});
     bool lost = false;
+    uns32 seen = 0;
     uns32 whole = 0;
     for (const orvex::Frame& frame : run) {
-        whole += std::equal(scene.begin(), scene.end(), frame.pixels().begin()) || !frame.intact();
+        ++seen;
+        const orvex::Pixels pixels = frame.pixels();
+        // The scene becomes brighter from frame to frame; in one it is the same everywhere.
+        const auto brighter = static_cast<uns16>(pixels[0] - scene[0]);
+        whole += std::equal(scene.begin(), scene.end(), pixels.begin(),
+                            [&](uns16 dark, uns16 bright) {
+                                return static_cast<uns16>(dark + brighter) == bright;
+                            }) ||
+                 !frame.intact();
         lost = lost || Console(camera, "lost") != "0";
-        if ((lost && frame.number() >= 20) || frame.number() == 2000) {
-            EXPECT_EQ(whole, frame.number()) << "numbers do not skip";
-            break;
-        }
+        if ((lost && seen >= 100) || seen == 2000) break;
     }
+    EXPECT_EQ(whole, seen);
     EXPECT_TRUE(lost);
 }
 

@@ -1,6 +1,7 @@
 // fake_gige ADDRESS SERIAL [FRACTION]: a GigE Vision camera at an address of this machine, which
-// looks at a known scene and loses that fraction of its packets. Says so when it is there, and goes
-// on until it is killed.
+// looks at a known scene. Where it loses a fraction of its packets, the scene becomes brighter from
+// frame to frame, so that no part of one passes for that of another. Says so when it is there, and
+// goes on until it is killed.
 #include <algorithm>
 #include <arv.h>
 #include <cstdio>
@@ -79,6 +80,10 @@ std::string Description() {
     return text;
 }
 
+// What is added to a frame, and what the next one has more.
+guint32 brightness = 0;
+guint32 growth = 0;
+
 // Puts a pixel behind the bits that are there, in the way of its format.
 void Put(guint8* data, size_t index, guint32 value, ArvPixelFormat format) {
     switch (format) {
@@ -119,11 +124,14 @@ void Paint(ArvBuffer* buffer, void* sensor, guint32 /*exposure_us*/, guint32 /*g
     auto* data = static_cast<guint8*>(const_cast<void*>(arv_buffer_get_data(buffer, nullptr)));
     // The buffer tells no size before it was filled.
     std::fill_n(data, arv_fake_camera_get_payload(static_cast<ArvFakeCamera*>(sensor)), guint8{0});
+    brightness += growth;
     size_t index = 0;
     for (gint y = 0; y < height; ++y)
         for (gint x = 0; x < width; ++x)
             Put(data, index++,
-                fake_gige::Scene(static_cast<guint32>(left + x), static_cast<guint32>(top + y)) >>
+                ((fake_gige::Scene(static_cast<guint32>(left + x), static_cast<guint32>(top + y)) +
+                  brightness) &
+                 0xFFFF) >>
                     (16 - Bits(format)),
                 format);
 }
@@ -146,7 +154,9 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "fake_gige: nothing at %s\n", argv[1]);
         return 1;
     }
-    if (argc > 3) g_object_set(camera, "gvsp-lost-ratio", std::atof(argv[3]), nullptr);
+    const double lost = argc > 3 ? std::atof(argv[3]) : 0;
+    if (lost > 0) growth = 257;
+    g_object_set(camera, "gvsp-lost-ratio", lost, nullptr);
     ArvFakeCamera* sensor = arv_gv_fake_camera_get_fake_camera(camera);
     arv_fake_camera_write_register(sensor, ARV_FAKE_CAMERA_REGISTER_SENSOR_WIDTH,
                                    fake_gige::columns);
