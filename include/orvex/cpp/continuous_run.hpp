@@ -36,12 +36,14 @@ namespace detail {
 
 // How many frames the driver has finished after this one. Notifications may lag behind what is in a
 // ring already; the driver's count does not. It wraps at 32 bits, and so does the place of the
-// frame.
+// frame. A camera that was removed has no count any more, and writes nothing.
 inline uns32 finished_after(OpenCamera& camera, uns32 number, uns32 frame_bytes) {
     int16 status = 0;
     uns32 bytes = 0;
     camera.require(ox_exp_check_status(camera.handle, &status, &bytes), "the run failed");
-    return (bytes - number * frame_bytes) / frame_bytes;
+    const uns32 ahead = bytes - number * frame_bytes;
+    if (status == READOUT_NOT_ACTIVE && static_cast<int32>(ahead) < 0) return 0;
+    return ahead / frame_bytes;
 }
 
 // The driver may be writing one frame more than it has finished.
