@@ -4,7 +4,6 @@
 #include <atomic>
 #include <chrono>
 #include <cstdio>
-#include <exception>
 #include <mutex>
 #include <new>
 #include <string>
@@ -14,6 +13,7 @@
 
 #include "engine/device.h"
 #include "engine/device_directory.h"
+#include "engine/entry_points.h"
 #include "engine/platform.h"
 
 namespace engine {
@@ -93,39 +93,25 @@ int64_t CurrentTimeStamp() {
 
 }  // namespace engine
 
-#define ORVEX_EXPORT __attribute__((visibility("default")))
-
 extern "C" {
 
 ORVEX_EXPORT uint16_t orvex_ddi_version(void) {
-    return 0x0100;
+    return engine::module_version;
 }
 
 ORVEX_EXPORT uint32_t orvex_ddi_init(orvex_ddi* ddi) {
     if (ddi == nullptr) return 0;
     engine::ForgetInForkedChildren();
-    const std::lock_guard hold(engine::TheModule().lock);
-    engine::CurrentTimeStamp();
-    // Nothing may be thrown through a C interface.
-    try {
-        return engine::TheModule().Init(*ddi) ? 1 : 0;
-    } catch (const std::exception& problem) {
-        std::fprintf(stderr, "orvexDDI: %s\n", problem.what());
-        engine::TheModule().Clear();
-        return 0;
-    }
+    engine::CurrentTimeStamp();  // which counts from here
+    return engine::InitModule(engine::TheModule(), *ddi);
 }
 
 ORVEX_EXPORT uint32_t orvex_ddi_uninit(orvex_ddi* /*ddi*/) {
-    const std::lock_guard hold(engine::TheModule().lock);
-    engine::TheModule().Clear();
-    return 1;
+    return engine::UninitModule(engine::TheModule());
 }
 
 ORVEX_EXPORT uint16_t orvex_ddi_open_file(const char* path, const dv_file_host* host,
                                           dv_file_driver* driver) {
-    if (path == nullptr || host == nullptr || driver == nullptr) return 0;
-    const std::lock_guard hold(engine::TheModule().lock);
-    return engine::TheModule().OpenFile(path, *host, *driver) ? 1 : 0;
+    return engine::OpenModuleFile(engine::TheModule(), path, host, driver);
 }
 }

@@ -4,11 +4,12 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
-#include <exception>
 #include <mutex>
 #include <vector>
 
 #include "orvex/orvex_ddi.h"
+
+#include "engine/entry_points.h"
 
 #include "families/shared_object.h"
 
@@ -72,6 +73,7 @@ class Families {
     // False when there are families and none of them works.
     bool Init(orvex_ddi& ddi) {
         Clear();
+        ddi.camCount = 0;
         bool failed = false;
         for (const std::filesystem::path& file : FamilyFiles()) failed |= !Add(file);
         for (const Family& family : loaded_) Unite(family, ddi);
@@ -144,39 +146,23 @@ Families& TheFamilies() {
 }  // namespace
 }  // namespace families
 
-#define ORVEX_EXPORT __attribute__((visibility("default")))
-
 extern "C" {
 
 ORVEX_EXPORT uint16_t orvex_ddi_version(void) {
-    return 0x0100;
+    return engine::module_version;
 }
 
 ORVEX_EXPORT uint32_t orvex_ddi_init(orvex_ddi* ddi) {
     if (ddi == nullptr) return 0;
-    families::Families& families = families::TheFamilies();
-    const std::lock_guard hold(families.lock);
-    // Nothing may be thrown through a C interface.
-    try {
-        ddi->camCount = 0;
-        return families.Init(*ddi) ? 1 : 0;
-    } catch (const std::exception& problem) {
-        families::Warn(problem.what());
-        families.Clear();
-        return 0;
-    }
+    return engine::InitModule(families::TheFamilies(), *ddi);
 }
 
 ORVEX_EXPORT uint32_t orvex_ddi_uninit(orvex_ddi* /*ddi*/) {
-    const std::lock_guard hold(families::TheFamilies().lock);
-    families::TheFamilies().Clear();
-    return 1;
+    return engine::UninitModule(families::TheFamilies());
 }
 
 ORVEX_EXPORT uint16_t orvex_ddi_open_file(const char* path, const dv_file_host* host,
                                           dv_file_driver* driver) {
-    if (path == nullptr || host == nullptr || driver == nullptr) return 0;
-    const std::lock_guard hold(families::TheFamilies().lock);
-    return families::TheFamilies().OpenFile(path, *host, *driver) ? 1 : 0;
+    return engine::OpenModuleFile(families::TheFamilies(), path, host, driver);
 }
 }

@@ -153,21 +153,27 @@ TEST_F(GigeCamera, TellsOfLostFramesAndDeliversWholeOnes) {
     orvex::ContinuousRun run(camera, {Milliseconds(10), {region}}, {16, true});
     bool lost = false;
     uns32 seen = 0;
+    uns32 looked_at = 0;
     uns32 whole = 0;
     for (const orvex::Frame& frame : run) {
         ++seen;
         const orvex::Pixels pixels = frame.pixels();
         // The scene becomes brighter from frame to frame; in one it is the same everywhere.
         const auto brighter = static_cast<uns16>(pixels[0] - scene[0]);
-        whole += std::equal(scene.begin(), scene.end(), pixels.begin(),
-                            [&](uns16 dark, uns16 bright) {
-                                return static_cast<uns16>(dark + brighter) == bright;
-                            }) ||
-                 !frame.intact();
+        const bool same =
+            std::equal(scene.begin(), scene.end(), pixels.begin(), [&](uns16 dark, uns16 bright) {
+                return static_cast<uns16>(dark + brighter) == bright;
+            });
+        // One that the camera writes over again meanwhile tells nothing.
+        if (frame.intact()) {
+            ++looked_at;
+            whole += same;
+        }
         lost = lost || Console(camera, "lost") != "0";
         if ((lost && seen >= 100) || seen == 2000) break;
     }
-    EXPECT_EQ(whole, seen);
+    EXPECT_EQ(whole, looked_at);
+    EXPECT_GE(looked_at, seen / 2);
     EXPECT_TRUE(lost);
 }
 

@@ -64,6 +64,11 @@ TEST_F(Doctor, SaysWhereAConfigurationBreaks) {
     EXPECT_THAT(Findings("softcam", 1), HasSubstr("no JSON from line 3, column "));
 }
 
+TEST_F(Doctor, TakesSoftwareCamerasThatAreLeftOut) {
+    program_ = support::CommandLineProgram(folder_.path(), "off");
+    EXPECT_THAT(Findings("softcam", 0), HasSubstr("ok: the software cameras are left out"));
+}
+
 TEST_F(Doctor, SaysWhyAModuleDoesNotLoad) {
     folder_.write("orvexDDI" ORVEX_MODULE_SUFFIX, "no module");
     const support::Environment path("ORVEX_MODULE_PATH", folder_.path().string() + ":/nowhere");

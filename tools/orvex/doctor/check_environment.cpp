@@ -91,6 +91,10 @@ void check_softcam_configuration(Findings& findings) {
         findings.push_back({Grade::ok, "softcam", "one camera of each model, as nothing is set"});
         return;
     }
+    if (path == "off") {
+        findings.push_back({Grade::ok, "softcam", "the software cameras are left out"});
+        return;
+    }
     std::ifstream file(path);
     if (!file || std::filesystem::is_directory(path)) {
         findings.push_back({Grade::wrong, "softcam",
